@@ -1,0 +1,22 @@
+# Run at every build: writes the checkout's commit identifier (seven characters) into a header, which is touched only
+# when it changes. A source folder that is not the top of a git checkout of its own gives seven zeros: a checkout that
+# merely contains an unpacked copy of the sources says nothing about them.
+#
+#   cmake -DSOURCE_DIR=... -DTEMPLATE=... -DOUTPUT=... -P CommitHash.cmake
+set(COMMIT_HASH 0000000)
+find_program(GIT_COMMAND git)
+if(GIT_COMMAND)
+  # The checkout may belong to another user than the one who builds; only its name is read.
+  set(git ${GIT_COMMAND} -c safe.directory=* -C ${SOURCE_DIR})
+  execute_process(COMMAND ${git} rev-parse --show-toplevel HEAD
+                  OUTPUT_VARIABLE answer ERROR_QUIET RESULT_VARIABLE status OUTPUT_STRIP_TRAILING_WHITESPACE)
+  if(status EQUAL 0 AND answer MATCHES "^(.*)\n([0-9a-f]+)$")
+    set(commit ${CMAKE_MATCH_2})
+    file(REAL_PATH ${CMAKE_MATCH_1} top)
+    file(REAL_PATH ${SOURCE_DIR} source)
+    if(top STREQUAL source)
+      string(SUBSTRING ${commit} 0 7 COMMIT_HASH)
+    endif()
+  endif()
+endif()
+configure_file(${TEMPLATE} ${OUTPUT} @ONLY)

@@ -1,0 +1,13 @@
+# Finds the host SDK below TavrixSDK_ROOT: its header folder with TavrixSDK.h and its library libTavrixSDK.so.
+# Defines TavrixSDK::TavrixSDK.
+find_path(TavrixSDK_INCLUDE_DIR TavrixSDK.h PATH_SUFFIXES include include/TavrixSDK)
+find_library(TavrixSDK_LIBRARY TavrixSDK)
+include(FindPackageHandleStandardArgs)
+find_package_handle_standard_args(TavrixSDK REQUIRED_VARS TavrixSDK_LIBRARY TavrixSDK_INCLUDE_DIR)
+if(TavrixSDK_FOUND AND NOT TARGET TavrixSDK::TavrixSDK)
+  add_library(TavrixSDK::TavrixSDK SHARED IMPORTED)
+  set_target_properties(TavrixSDK::TavrixSDK PROPERTIES
+    IMPORTED_LOCATION ${TavrixSDK_LIBRARY}
+    IMPORTED_SONAME libTavrixSDK.so
+    INTERFACE_INCLUDE_DIRECTORIES ${TavrixSDK_INCLUDE_DIR})
+endif()

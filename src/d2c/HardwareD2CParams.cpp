@@ -1,0 +1,77 @@
+// What "DepthResize" is told for a set of hardware D2C parameters and a frame size. All arithmetic is single precision.
+#include "d2c/HardwareD2CParams.h"
+
+#include <cstdio>
+
+#include "d2c/saturate.h"
+
+namespace {
+
+std::uint32_t toUnsigned(std::int32_t value) {
+  return static_cast<std::uint32_t>(value);
+}
+
+/// Scaled extent plus both borders, in wrapping 32-bit arithmetic.
+std::uint32_t bordered(std::uint32_t extent, float scale, std::int16_t first, std::int16_t second) {
+  return toUnsigned(first + second) + truncateToUnsigned(static_cast<float>(extent) * scale);
+}
+
+/// Whether an unscaled output without its borders is the frame's extent again, and that extent is exact as a float.
+bool unscalesTo(std::uint32_t extent, std::uint32_t output, std::int16_t first, std::int16_t second) {
+  const auto exact = static_cast<float>(extent);
+  return exact == static_cast<float>(output - toUnsigned(first) - toUnsigned(second)) &&
+         truncateToUnsigned(exact) == extent;
+}
+
+std::string printScale(float scale) {
+  char text[1 + 39 + 1 + 9 + 1];  // the largest float has 39 digits before the point
+  const int length = std::snprintf(text, sizeof text, "%.9f", static_cast<double>(scale));
+  return {text, static_cast<std::size_t>(length)};
+}
+
+}  // namespace
+
+void HardwareD2CParams::derive(std::uint32_t width, std::uint32_t height) {
+  outputWidth = bordered(width, scale, padLeft, padRight);
+  outputHeight = bordered(height, scale, padTop, padBottom);
+  if (!applyScale && scale != 1.0F) fold(width, height);
+}
+
+/// Divides the scale out of everything, if that gives back the frame's own size.
+void HardwareD2CParams::fold(std::uint32_t width, std::uint32_t height) {
+  const float divisor = scale;
+  const auto unscaledSize = [divisor](std::uint32_t size) {
+    return truncateToUnsigned(static_cast<float>(size) / divisor);
+  };
+  const auto unscaled16 = [divisor](std::int16_t value) {
+    return truncateToLow16(static_cast<float>(value) / divisor);
+  };
+
+  const std::uint32_t foldedWidth = unscaledSize(outputWidth);
+  const std::uint32_t foldedHeight = unscaledSize(outputHeight);
+  const std::int16_t left = unscaled16(padLeft);
+  const std::int16_t top = unscaled16(padTop);
+  const std::int16_t right = unscaled16(padRight);
+  const std::int16_t bottom = unscaled16(padBottom);
+  if (!unscalesTo(width, foldedWidth, left, right) || !unscalesTo(height, foldedHeight, top, bottom)) return;
+
+  outputWidth = foldedWidth;
+  outputHeight = foldedHeight;
+  scale = 1.0F;
+  padLeft = left;
+  padTop = top;
+  padRight = right;
+  padBottom = bottom;
+  intrinsic.fx /= divisor;
+  intrinsic.fy /= divisor;
+  intrinsic.cx /= divisor;
+  intrinsic.cy /= divisor;
+  intrinsic.width = unscaled16(intrinsic.width);
+  intrinsic.height = unscaled16(intrinsic.height);
+}
+
+std::array<std::string, 7> HardwareD2CParams::resizeArguments() const {
+  // Both horizontal borders come before both vertical ones.
+  return {std::to_string(outputWidth), std::to_string(outputHeight), printScale(scale),        std::to_string(padLeft),
+          std::to_string(padRight),    std::to_string(padTop),       std::to_string(padBottom)};
+}

@@ -1,0 +1,69 @@
+#include "privfilter/WrappedHostFilter.h"
+
+#include <stdexcept>
+
+#include "api/HostErrorSlot.h"
+#include "api/commonTypes.h"
+
+namespace {
+
+bool isGiven(const vy_filter_t* filter, const char* operation, vy_error** error) {
+  if (filter == nullptr) create_error(error, kErrorStatus, "filter is nullptr", operation, kExceptionInvalidArgument);
+  return filter != nullptr;
+}
+
+}  // namespace
+
+WrappedHostFilter::WrappedHostFilter(const char* hostFilterName) {
+  HostErrorSlot slot;
+  vy_filter_t* const filter = vy_create_private_filter(hostFilterName, slot.out());
+  if (filter == nullptr || slot.isSet()) throw std::runtime_error("create filter failed");
+  filter_ = filter;
+}
+
+WrappedHostFilter::~WrappedHostFilter() {
+  if (filter_ == nullptr) return;
+  HostErrorSlot ignored;
+  vy_delete_filter(filter_, ignored.out());
+}
+
+bool WrappedHostFilter::hasFilter(const char* operation, vy_error** error) const {
+  return isGiven(filter_, operation, error);
+}
+
+vy_frame_t* WrappedHostFilter::processByHost(const vy_frame_t* frame, vy_error** error) {
+  vy_frame_t* const result = vy_filter_process(filter_, frame, error);
+  if (*error == nullptr) return result;
+  if (result != nullptr) {
+    HostErrorSlot ignored;
+    vy_delete_frame(result, ignored.out());
+  }
+  return nullptr;
+}
+
+vy_filter_t* WrappedHostFilter::get_filter(vy_error** /*error*/) {
+  return filter_;
+}
+
+const char* WrappedHostFilter::get_filter_name(vy_error** error) {
+  if (!hasFilter(__func__, error)) return nullptr;
+  return vy_filter_get_name(filter_, error);
+}
+
+vy_filter_config_schema_list_t* WrappedHostFilter::get_config_schema_list(const vy_filter_t* filter, vy_error** error) {
+  // The handle passed in counts, not the one inside.
+  if (!isGiven(filter, __func__, error)) return nullptr;
+  return vy_filter_get_config_schema_list(filter, error);
+}
+
+void WrappedHostFilter::delete_config_schema_list(vy_filter_config_schema_list_t* list, vy_error** error) {
+  if (list != nullptr) vy_delete_filter_config_schema_list(list, error);
+}
+
+void WrappedHostFilter::enable_filter(bool enable, vy_error** /*error*/) {
+  enabled_ = enable;
+}
+
+bool WrappedHostFilter::is_filter_enabled(vy_error** /*error*/) {
+  return enabled_;
+}

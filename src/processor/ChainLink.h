@@ -1,0 +1,44 @@
+#ifndef SRC_PROCESSOR_CHAINLINK_H
+#define SRC_PROCESSOR_CHAINLINK_H
+
+#include <utility>
+
+#include "api/HostErrorSlot.h"
+#include "processor/FilterConfig.h"
+
+/**
+ * A live filter of a chain with the record that drives it. Owns the filter and deletes it through the record, exactly
+ * once. Whether there is a filter is the owner's knowledge, not the handle's: a host that hands out a null handle
+ * without an error gets it back.
+ */
+class ChainLink {
+ public:
+  ChainLink(vy_filter_t* filter, FilterConfig config) noexcept : filter_(filter), config_(std::move(config)) {}
+  ChainLink(ChainLink&& other) noexcept
+      : filter_(other.filter_), config_(std::move(other.config_)), owned_(std::exchange(other.owned_, false)) {}
+  ChainLink& operator=(ChainLink&&) = delete;
+  ~ChainLink() { destroyFilter(); }
+
+  vy_filter_t* filter() const noexcept { return filter_; }
+  const FilterConfig& config() const noexcept { return config_; }
+
+  /// Deletes the filter; errors are absorbed.
+  void destroyFilter() {
+    HostErrorSlot ignored;
+    destroyFilter(ignored);
+  }
+
+  /// Deletes the filter; an error lands in the slot.
+  void destroyFilter(HostErrorSlot& slot) {
+    if (!std::exchange(owned_, false)) return;
+    config_.delete_filter(filter_, slot.out());
+    slot.settle();
+  }
+
+ private:
+  vy_filter_t* filter_;
+  FilterConfig config_;
+  bool owned_ = true;
+};
+
+#endif  // SRC_PROCESSOR_CHAINLINK_H
