@@ -14,8 +14,8 @@
  *  - A null handle is an error, in the destroy functions too: "NULL pointer passed for argument".
  *  - Texts are C strings of bytes; numbers in texts follow the C library's current numeric locale.
  *  - No function catches exceptions: when memory runs out, std::bad_alloc reaches the caller, and what was half built
- * is released.
- *  - The library starts no thread and calls the host only from within a call of its own.
+ *    is released. The destroy functions and frames on their way need no memory.
+ *  - The library starts no thread and calls the host only from within a call of its own. It holds no lock meanwhile.
  *
  * Thread words used below: *reentrant* means that calls on different handles may run at the same time; *thread-bound*
  * means that one handle is for one thread at a time.
@@ -58,8 +58,8 @@ VY_FRAME_PROCESSOR_API vy_frame_processor_context_t* vy_create_frame_processor_c
                                                                                        vy_error** error);
 
 /**
- * Destroys a context. Processors made from it stay usable, though hosts destroy them first as a rule; the library's own
- * filters live until the last context of the process is gone.
+ * Destroys a context. The processors made from it come first: with the last context of the process the library's own
+ * filters go, and a processor that still has one in its chain must not be used or destroyed any more.
  *
  * @param context  The context; invalid afterwards.
  * @param error    Error slot. Null context.
@@ -84,13 +84,15 @@ VY_FRAME_PROCESSOR_API vy_frame_processor_t* vy_create_frame_processor(vy_frame_
                                                                        VYSensorType sensor_type, vy_error** error);
 
 /**
- * Destroys a processor handle and, unless a call of vy_frame_processor_set_hardware_d2c_params() still runs on it, the
- * processor with its filters.
+ * Destroys a processor and the host filters of its chain. The library's own filters (HardwareD2CProcessor, and the
+ * Special OpenNI family's DisparityTransform) are kept until the last context of the process is gone, so that each
+ * processor made adds to what is kept.
  *
  * @param processor  The handle; invalid afterwards.
  * @param error      Error slot. Null handle.
  *
- * Reentrant; not while another call runs on the same handle.
+ * Reentrant. Not while another call runs on the same handle, except for vy_frame_processor_set_hardware_d2c_params():
+ * once under way, that call keeps the processor alive.
  */
 VY_FRAME_PROCESSOR_API void vy_destroy_frame_processor(vy_frame_processor_t* processor, vy_error** error);
 
@@ -102,8 +104,10 @@ VY_FRAME_PROCESSOR_API void vy_destroy_frame_processor(vy_frame_processor_t* pro
  * @param error      Error slot. Null handle, empty handle or null frame; or the error of the filter that failed, which
  *                   ends the chain. A filter that gives neither frame nor error also ends it and sets *error to null.
  * @return A frame with one reference that the caller owns (vy_delete_frame()): the last filter's output, or a copy of
- *         `frame` when no filter produced one. Null on most errors; a frame *and* an error are possible when a filter
- *         returns both, or when an error that came up between two filters ends the chain.
+ *         `frame` when no filter ran, and when a filter gave neither frame nor error, whatever those before it
+ * produced. Null with the error of a filter that failed, or of a query that failed when no filter ran. A frame *and* an
+ *         error when a filter returns both, or when an error that came up between two filters ends the chain: the frame
+ *         is the caller's then, too. Null without an error when the host fails to make the copy.
  *
  * Thread-bound as far as the filters of the chain are.
  */
@@ -114,7 +118,7 @@ VY_FRAME_PROCESSOR_API vy_frame_t* vy_frame_processor_process_frame(vy_frame_pro
  * The settings of the chain as CSV text without a header, one line a setting, columns separated by a comma and a space:
  * key (filter name, "#", item index; index 255 is the filter's on/off switch), type ("integer", "float", "boolean"),
  * minimum, maximum, step, value when the processor was made, description. The value of a boolean item, and its range,
- * always read 0; only a switch line shows its real state.
+ * always read 0; a switch line shows 0, 1, 1 and whether the filter starts switched on.
  *
  * @param processor  The processor.
  * @param error      Error slot. Null or empty handle.
@@ -126,9 +130,11 @@ VY_FRAME_PROCESSOR_API const char* vy_frame_processor_get_config_schema(vy_frame
                                                                         vy_error** error);
 
 /**
- * Sets all published settings: one text per line of the schema, in the order of the lines. The text 1 switches a filter
- * on, any other number or text off; every other setting is read as a decimal number (a text that is none counts as 0).
- * Values are not held against the published range here: the filter decides.
+ * Sets all published settings: one text per line of the schema, in the order of the lines. A text that strtol() reads
+ * as 1 switches a filter on, any other off; every other setting is what strtod() reads, 0 for a text that is no number.
+ * Values are not held against the published range here: the filter decides. A filter whose name or description holds
+ * "#" or a line feed garbles the lines, and std::invalid_argument or std::out_of_range may be thrown before anything is
+ * set.
  *
  * @param processor  The processor.
  * @param argc       How many texts there are; not consulted.
@@ -142,8 +148,9 @@ VY_FRAME_PROCESSOR_API void vy_frame_processor_update_config(vy_frame_processor_
                                                              const char** argv, vy_error** error);
 
 /**
- * Hands hardware depth-to-colour parameters to the private filters of a depth processor; the next frame uses them. On a
- * processor of another sensor, or a chain without such a filter, the call does nothing and reports nothing.
+ * Hands hardware depth-to-colour parameters to the library's own filters in a depth processor's chain. The hardware D2C
+ * filter uses them from its next frame on; it starts switched off (setting "HardwareD2CProcessor#255"). On a processor
+ * of another sensor, or a chain without such a filter, the call does nothing and reports nothing.
  *
  * @param processor      The processor.
  * @param intrinsic      Intrinsics to stamp on output frames, in pixels of the output.

@@ -2,18 +2,24 @@
  * The functions that drive the library's own filters, "HardwareD2CProcessor" and "DisparityTransform", with the shapes
  * of the host's filter functions, so that a chain can hold either kind.
  *
- * Conventions are those of vy_frame_processor.h: a trailing error slot, null arguments reported in it ("filter is
- * nullptr", "config schema list is nullptr") under the function's own name, status 1, exception type 4; the result of a
- * failed call is null, 0, false or a record of zero bytes. These functions have C++ linkage.
+ * Conventions are those of vy_frame_processor.h. A null handle or list is reported ("filter is nullptr", "config schema
+ * list is nullptr") under the function's own name; errors of the filters come under the name of the operation that
+ * failed. The result of a failed call is null, 0, false or a record of zero bytes, except where noted. These functions
+ * have C++ linkage.
  *
- * A handle is what priv_create_filter() returned: the host filter inside the library's filter. It stays valid until the
- * last frame processor context of the process is gone, deleted or not. A handle that the library did not make does
- * nothing, and gives the neutral result; the host's error for it, if any, stays in the slot.
+ * A handle is what priv_create_filter() returned: the host filter inside the library's filter. It stays valid, deleted
+ * or not, until the last frame processor context of the process is gone; without a context it is dead at once. A live
+ * handle of the host's that the library did not make does nothing, and gives the neutral result; the host's error for
+ * it, if any, stays in the slot.
  *
  * All functions are reentrant; one handle is thread-bound.
  */
 #ifndef VY_PRIVATE_FILTER_H
 #define VY_PRIVATE_FILTER_H
+
+#ifndef __cplusplus
+#error "vy_private_filter.h is for C++"
+#endif
 
 #include <vy_frame_processor.h>
 
@@ -26,7 +32,8 @@
 VY_FRAME_PROCESSOR_API vy_filter_t* priv_create_filter(const char* name, vy_error** error);
 VY_FRAME_PROCESSOR_API vy_filter_t* priv_create_private_filter(const char* name, vy_error** error);
 
-/** The name that the filter was created by. Error "failed to get filter name" for a handle that is not ours. */
+/** The name that the filter was created by. Error "failed to get filter name" for a handle that is not ours, in place
+ * of the host's own. */
 VY_FRAME_PROCESSOR_API const char* priv_filter_get_name(const vy_filter_t* filter, vy_error** error);
 
 /**
@@ -59,11 +66,12 @@ VY_FRAME_PROCESSOR_API bool priv_filter_is_enabled(const vy_filter_t* filter, vy
 
 /**
  * Runs the filter on a frame, which stays the caller's.
- * @return A new reference that the caller owns. Null for a null frame (no error), and with the error on failure.
+ * @return A new reference that the caller owns. Null for a null frame (no error), and with the error when the host
+ * filter fails. A frame and an error when the hardware D2C filter cannot stamp its result.
  */
 VY_FRAME_PROCESSOR_API vy_frame_t* priv_filter_process(vy_filter_t* filter, const vy_frame_t* frame, vy_error** error);
 
-/** Length of a schema list that a filter of ours gave out; 0 for any other. */
+/** Length of a schema list that the disparity filter gave out; 0 for any other. */
 VY_FRAME_PROCESSOR_API uint32_t priv_filter_config_schema_list_get_count(const vy_filter_config_schema_list_t* list,
                                                                          vy_error** error);
 /** One item of such a list; all bytes zero for any other list. Its texts belong to the list. */

@@ -19,6 +19,13 @@
 #include <stdbool.h>
 #include <stdint.h>
 
+/* Enumerations are int in the ABI. C++ needs to be told so, since values without a name come along. */
+#ifdef __cplusplus
+#define VY_INT_ENUM : int
+#else
+#define VY_INT_ENUM
+#endif
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -36,7 +43,7 @@ typedef struct vy_stream_profile_t vy_stream_profile_t;
 /* ---- Enumerations ---------------------------------------------------------------------------------------------- */
 
 /** Sensor of a camera. Number 9 is in use without a published name. */
-typedef enum VYSensorType {
+typedef enum VYSensorType VY_INT_ENUM {
   VY_SENSOR_UNKNOWN = 0,
   VY_SENSOR_IR = 1,
   VY_SENSOR_COLOR = 2,
@@ -47,7 +54,7 @@ typedef enum VYSensorType {
 } VYSensorType;
 
 /** Stream that a profile describes; also the target of an extrinsic. */
-typedef enum VYStreamType {
+typedef enum VYStreamType VY_INT_ENUM {
   VY_STREAM_UNKNOWN = 0,
   VY_STREAM_IR = 1,
   VY_STREAM_COLOR = 2,
@@ -58,14 +65,14 @@ typedef enum VYStreamType {
 } VYStreamType;
 
 /** Type of a filter's configuration item. */
-typedef enum VYFilterConfigValueType {
+typedef enum VYFilterConfigValueType VY_INT_ENUM {
   VY_FILTER_CONFIG_VALUE_TYPE_INT = 0,
   VY_FILTER_CONFIG_VALUE_TYPE_FLOAT = 1,
   VY_FILTER_CONFIG_VALUE_TYPE_BOOLEAN = 2
 } VYFilterConfigValueType;
 
 /** How the pixels of a frame are stored. docs/simulated-host.md has the layouts. */
-typedef enum VYFormat {
+typedef enum VYFormat VY_INT_ENUM {
   VY_FORMAT_UNKNOWN = 0,
   VY_FORMAT_Y16 = 8,       /**< 16-bit little-endian words, one a pixel */
   VY_FORMAT_Y8 = 9,        /**< one byte a pixel */
@@ -79,7 +86,7 @@ typedef enum VYFormat {
 } VYFormat;
 
 /** What the numbers in the pixels mean. */
-typedef enum VYPixelType {
+typedef enum VYPixelType VY_INT_ENUM {
   VY_PIXEL_DISPARITY = 0, /**< disparity with sub-pixel bits, 0 = no measurement */
   VY_PIXEL_DEPTH = 1,     /**< depth in millimetres, 0 = no measurement */
   VY_PIXEL_INTENSITY = 2, /**< infrared brightness */

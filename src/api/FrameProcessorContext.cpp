@@ -8,6 +8,8 @@
 
 namespace {
 
+// Sensor types by the host's numbers: the names that a host header gives them are its own.
+constexpr int kDepthSensor = 3;
 constexpr int kLowestSensor = 1;
 constexpr int kHighestSensor = 9;
 constexpr unsigned kBasicSensors = 0x163;  ///< bit (type - 1): the sensors with a BasicFrameProcessor
@@ -18,8 +20,7 @@ FrameProcessorContext::FrameProcessorContext() : filterFactory_(FilterFactory::g
 
 FrameProcessorContext::~FrameProcessorContext() {
   if (deviceInfo_ == nullptr) return;
-  HostErrorSlot ignored;
-  vy_delete_device_info(deviceInfo_, ignored.out());
+  HostErrorSlot().call(vy_delete_device_info, deviceInfo_);
 }
 
 bool FrameProcessorContext::registerDeviceHandle(vy_device_t* device, vy_error** error) {
@@ -27,12 +28,14 @@ bool FrameProcessorContext::registerDeviceHandle(vy_device_t* device, vy_error**
   if (*error != nullptr) return false;
   deviceInfo_ = info;
 
-  HostErrorWatch watch(error);
-  const auto pid = static_cast<unsigned>(vy_device_info_get_pid(info, error));
-  watch.settle();
-  const auto vid = static_cast<unsigned>(vy_device_info_get_vid(info, error));
-  watch.settle();
-  if (*error != nullptr) return false;
+  // One check covers both ids.
+  HostErrorSlot slot;
+  const auto pid = static_cast<unsigned>(slot.call(vy_device_info_get_pid, info));
+  const auto vid = static_cast<unsigned>(slot.call(vy_device_info_get_vid, info));
+  if (slot.isSet()) {
+    *error = slot.release();
+    return false;
+  }
 
   for (const SensorChain& chain : deviceInfoConfig::findFamilyChains(vid, pid)) {
     chains_[static_cast<VYSensorType>(chain.sensorType)] = deviceInfoConfig::makeChain(chain);
@@ -46,7 +49,7 @@ std::shared_ptr<IFrameProcessor> FrameProcessorContext::createFrameProcessor(VYS
   const int sensor = static_cast<int>(type);
   if (sensor < kLowestSensor || sensor > kHighestSensor) return {};
 
-  if (sensor == kSensorDepth) return std::make_shared<DepthFrameProcessor>(deviceInfo_, chain->second);
+  if (sensor == kDepthSensor) return std::make_shared<DepthFrameProcessor>(deviceInfo_, chain->second);
   if (((kBasicSensors >> (sensor - 1)) & 1U) == 0) return {};
   return std::make_shared<BasicFrameProcessor>(deviceInfo_, chain->second);
 }

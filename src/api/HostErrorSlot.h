@@ -6,11 +6,11 @@
 #include <utility>
 
 /**
- * A local error slot for host calls whose errors end here: what is in it is deleted when the slot is cleared or goes
- * out of scope. Every place that absorbs host errors uses this type.
+ * A local slot for host calls whose errors end here: what is in it is deleted when the slot is cleared or goes out of
+ * scope. Every place that absorbs host errors uses this type.
  *
- * A slot that several calls share can be written over while it holds an error. The host does not delete the former
- * object, so settle() after each such call does, once the object has nobody else to see it.
+ * Several calls may share a slot. One that fails while an error lies in it writes over that error, which the host does
+ * not delete; call() sees to it.
  */
 class HostErrorSlot {
  public:
@@ -19,63 +19,65 @@ class HostErrorSlot {
   HostErrorSlot& operator=(const HostErrorSlot&) = delete;
   ~HostErrorSlot() { clear(); }
 
-  /// The slot to hand to host functions.
+  /// Deletes an error object; null does nothing.
+  static void discard(vy_error* error) {
+    if (error != nullptr) vy_delete_error(error);
+  }
+
+  /// Calls a host function, or one of the same shape, with this slot as its last argument.
+  template <typename Function, typename... Arguments>
+  auto call(Function* function, Arguments... arguments) {
+    const OverwriteGuard guard(*this);
+    return function(arguments..., &error_);
+  }
+
+  /// As call(), but an error that is written over stays with the slot, for releaseFirst() to hand out.
+  template <typename Function, typename... Arguments>
+  auto callKeeping(Function* function, Arguments... arguments) {
+    return function(arguments..., &error_);
+  }
+
+  /// The slot itself, for a single call that is not of that shape.
   vy_error** out() noexcept { return &error_; }
 
   bool isSet() const noexcept { return error_ != nullptr; }
 
-  /// Deletes the error that the last call wrote over, if there was one.
-  void settle() {
-    if (error_ != settled_) {
-      remove(settled_);
-      settled_ = error_;
-    }
-  }
-
-  /// Hands the error to the caller, who deletes it; the slot is empty then.
+  /// Hands the slot's error to the caller, who deletes it; the slot is empty then.
   [[nodiscard]] vy_error* release() {
-    settle();
-    error_ = nullptr;
-    return std::exchange(settled_, nullptr);
+    dropOverwritten();
+    known_ = nullptr;
+    return std::exchange(error_, nullptr);
   }
 
-  /// Hands out the error that the slot held when it was last settled; one that was written since stays here.
-  [[nodiscard]] vy_error* releaseSettled() noexcept {
-    if (error_ == settled_) error_ = nullptr;
-    return std::exchange(settled_, nullptr);
+  /// Hands out the error that lay in the slot before callKeeping(); what that call wrote is deleted with the slot.
+  [[nodiscard]] vy_error* releaseFirst() noexcept {
+    if (error_ == known_) error_ = nullptr;
+    return std::exchange(known_, nullptr);
   }
 
   /// Deletes whatever the slot holds and empties it.
-  void clear() { remove(release()); }
+  void clear() { discard(release()); }
 
  private:
-  static void remove(vy_error* error) {
-    if (error != nullptr) vy_delete_error(error);
+  class OverwriteGuard {
+   public:
+    explicit OverwriteGuard(HostErrorSlot& slot) noexcept : slot_(slot) {}
+    OverwriteGuard(const OverwriteGuard&) = delete;
+    OverwriteGuard& operator=(const OverwriteGuard&) = delete;
+    ~OverwriteGuard() { slot_.dropOverwritten(); }
+
+   private:
+    HostErrorSlot& slot_;
+  };
+
+  void dropOverwritten() {
+    if (error_ == known_) return;
+    discard(known_);
+    known_ = error_;
   }
 
-  vy_error* error_ = nullptr;    ///< what host functions write
-  vy_error* settled_ = nullptr;  ///< the content that is known to be this slot's
-};
-
-/**
- * Watches the caller's slot over several host calls in a row: an error that one of them stored and a later one wrote
- * over is deleted, since nobody would see it. What the slot held before the watch began is the caller's.
- */
-class HostErrorWatch {
- public:
-  explicit HostErrorWatch(vy_error** slot) noexcept : slot_(slot), former_(*slot), last_(*slot) {}
-
-  /// To be called after each host call.
-  void settle() {
-    if (*slot_ == last_) return;
-    if (last_ != former_) vy_delete_error(last_);
-    last_ = *slot_;
-  }
-
- private:
-  vy_error** const slot_;
-  vy_error* const former_;
-  vy_error* last_;
+  vy_error* error_ = nullptr;  ///< what host functions write
+  vy_error* known_ = nullptr;  ///< the error that lay here after the last call(); differs once written over
 };
 
 #endif  // SRC_API_HOSTERRORSLOT_H

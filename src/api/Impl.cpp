@@ -21,13 +21,9 @@ struct vy_frame_processor_t {
 
 namespace {
 
-void reportInvalid(const char* message, const char* function, vy_error** error) {
-  create_error(error, kErrorStatus, message, function, kExceptionInvalidArgument);
-}
-
 /// True when an argument may be used; otherwise reports it under the exported function's name.
 bool isGiven(bool given, const char* function, vy_error** error) {
-  if (!given) reportInvalid("NULL pointer passed for argument", function, error);
+  if (!given) reportInvalidArgument(error, "NULL pointer passed for argument", function);
   return given;
 }
 
@@ -84,7 +80,8 @@ void vy_frame_processor_set_hardware_d2c_params(vy_frame_processor_t* processor,
                                                 bool reserved_flag, vy_error** error) {
   if (!isGiven(hasProcessor(processor), __func__, error)) return;
   // An owner of its own: a concurrent destroy must not free the processor in the middle of the call.
-  const auto depth = std::dynamic_pointer_cast<DepthFrameProcessor>(processor->processor);
+  const std::shared_ptr<IFrameProcessor> owner = processor->processor;
+  auto* const depth = dynamic_cast<DepthFrameProcessor*>(owner.get());
   if (depth == nullptr) return;
   depth->setHardwareD2CParams(intrinsic, reserved_byte, scale, pad_left, pad_top, pad_right, pad_bottom, apply_scale,
                               reserved_flag);
@@ -92,7 +89,7 @@ void vy_frame_processor_set_hardware_d2c_params(vy_frame_processor_t* processor,
 
 void vy_set_device_info_data(int type, const uint8_t* data, int size, vy_error** error) {
   if (data == nullptr || size == 0) {
-    reportInvalid("Fail to set device info data", __func__, error);
+    reportInvalidArgument(error, "Fail to set device info data", __func__);
     return;
   }
   deviceInfoConfig::replaceList(type, data, size);

@@ -8,6 +8,10 @@ void create_error(vy_error** error, int status, const char* message, const char*
   *error = vy_create_error(status, message, function, "", exception_type);
 }
 
+void reportInvalidArgument(vy_error** error, const char* message, const char* function) {
+  create_error(error, kErrorStatus, message, function, kExceptionInvalidArgument);
+}
+
 std::string toLower(const std::string& text) {
   std::string lower = text;
   for (char& character : lower) {

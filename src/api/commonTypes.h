@@ -11,18 +11,14 @@ constexpr int kErrorStatus = 1;
 constexpr int kExceptionInvalidArgument = 4;
 constexpr int kExceptionUnsupported = 9;
 
-/// Sensor types, formats and the like by the host's numbers: the names that a host header gives them are its own.
-constexpr int kSensorDepth = 3;
-constexpr int kStreamColor = 2;
-
-/// The entry of a record's exposed items that stands for the filter's on/off switch.
-constexpr unsigned char kSwitchItem = 255;
-
 /**
  * Makes a host error object without argument text and stores it in `*error`. The slot must not be null; an error in it
  * is overwritten, not deleted.
  */
 void create_error(vy_error** error, int status, const char* message, const char* function, int exception_type);
+
+/// create_error() with the numbers that nearly all of the library's errors carry.
+void reportInvalidArgument(vy_error** error, const char* message, const char* function);
 
 // Text conversions, exported with C++ linkage. They depend on the C library's numeric locale and throw nothing but
 // std::bad_alloc. Those that return bool say whether the text was accepted; `out` is stored on success only, except

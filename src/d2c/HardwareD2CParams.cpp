@@ -1,7 +1,12 @@
 // What "DepthResize" is told for a set of hardware D2C parameters and a frame size. All arithmetic is single precision.
 #include "d2c/HardwareD2CParams.h"
 
+#include <algorithm>
+#include <cinttypes>
+#include <cmath>
+#include <cstddef>
 #include <cstdio>
+#include <cstring>
 
 #include "d2c/saturate.h"
 
@@ -23,10 +28,16 @@ bool unscalesTo(std::uint32_t extent, std::uint32_t output, std::int16_t first, 
          truncateToUnsigned(exact) == extent;
 }
 
-std::string printScale(float scale) {
-  char text[1 + 39 + 1 + 9 + 1];  // the largest float has 39 digits before the point
-  const int length = std::snprintf(text, sizeof text, "%.9f", static_cast<double>(scale));
-  return {text, static_cast<std::size_t>(length)};
+/// Nine digits after a point, whatever the locale's decimal separator is.
+void printScale(char* text, std::size_t size, float scale) {
+  constexpr std::ptrdiff_t kDecimals = 9;
+  char* const end = text + std::snprintf(text, size, "%.*f", static_cast<int>(kDecimals), static_cast<double>(scale));
+  if (!std::isfinite(scale)) return;
+  char* const decimals = end - kDecimals;
+  char* separator = decimals;
+  while (separator[-1] < '0' || separator[-1] > '9') --separator;
+  *separator = '.';
+  std::memmove(separator + 1, decimals, kDecimals + 1);
 }
 
 }  // namespace
@@ -70,8 +81,23 @@ void HardwareD2CParams::fold(std::uint32_t width, std::uint32_t height) {
   intrinsic.height = unscaled16(intrinsic.height);
 }
 
-std::array<std::string, 7> HardwareD2CParams::resizeArguments() const {
+ResizeArguments HardwareD2CParams::resizeArguments() const {
+  return {outputWidth, outputHeight, scale, padLeft, padRight, padTop, padBottom};
+}
+
+ResizeArguments::ResizeArguments(std::uint32_t width, std::uint32_t height, float scale, std::int16_t left,
+                                 std::int16_t right, std::int16_t top, std::int16_t bottom) {
+  constexpr std::size_t kSize = sizeof texts_[0];
+  std::snprintf(texts_[0], kSize, "%" PRIu32, width);
+  std::snprintf(texts_[1], kSize, "%" PRIu32, height);
+  printScale(texts_[2], kSize, scale);
   // Both horizontal borders come before both vertical ones.
-  return {std::to_string(outputWidth), std::to_string(outputHeight), printScale(scale),        std::to_string(padLeft),
-          std::to_string(padRight),    std::to_string(padTop),       std::to_string(padBottom)};
+  std::size_t position = 3;
+  for (const int border : {left, right, top, bottom}) std::snprintf(texts_[position++], kSize, "%d", border);
+}
+
+std::array<const char*, ResizeArguments::kCount> ResizeArguments::texts() const {
+  std::array<const char*, kCount> pointers = {};
+  std::copy(texts_.begin(), texts_.end(), pointers.begin());
+  return pointers;
 }

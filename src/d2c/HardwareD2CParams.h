@@ -5,7 +5,25 @@
 
 #include <array>
 #include <cstdint>
-#include <string>
+
+/**
+ * The argument texts of the host's "DepthResize" filter, in its order: output width and height, scale, left, right, top
+ * and bottom border.
+ */
+class ResizeArguments {
+ public:
+  static constexpr std::uint8_t kCount = 7;
+
+  ResizeArguments(std::uint32_t width, std::uint32_t height, float scale, std::int16_t left, std::int16_t right,
+                  std::int16_t top, std::int16_t bottom);
+
+  /// The texts; they live as long as this object.
+  std::array<const char*, kCount> texts() const;
+
+ private:
+  /// Room for the longest: a sign, the 39 digits of the largest float, a separator of some bytes, nine digits, the end.
+  std::array<char[80], kCount> texts_;
+};
 
 /// The hardware D2C parameters and the output size derived from them. Borders are signed: a negative one removes
 /// columns or rows of the scaled image.
@@ -26,8 +44,7 @@ struct HardwareD2CParams {
   /// away.
   void derive(std::uint32_t width, std::uint32_t height);
 
-  /// The argument texts of the host's "DepthResize" filter, in its order.
-  std::array<std::string, 7> resizeArguments() const;
+  ResizeArguments resizeArguments() const;
 
  private:
   void fold(std::uint32_t width, std::uint32_t height);

@@ -1,11 +1,12 @@
 #include "d2c/HardwareD2CProcessor.h"
 
-#include <algorithm>
-
 #include "api/HostErrorSlot.h"
 #include "api/commonTypes.h"
 
 namespace {
+
+/// The colour stream by the host's number: the name that a host header gives it is its own.
+constexpr auto kColorStream = static_cast<VYStreamType>(2);
 
 constexpr VYCameraDistortion kNoDistortion = {};
 constexpr VYExtrinsic kIdentity = {{1, 0, 0, 0, 1, 0, 0, 0, 1}, {0, 0, 0}};
@@ -53,23 +54,25 @@ void HardwareD2CProcessor::set_config_value(const char* /*name*/, double /*value
 vy_frame_t* HardwareD2CProcessor::filter_process(const vy_frame_t* frame, vy_error** error) {
   if (frame == nullptr) return nullptr;
   if (filter_ == nullptr) {
-    create_error(error, kErrorStatus, "device or filter is nullptr", __func__, kExceptionInvalidArgument);
+    reportInvalidArgument(error, "device or filter is nullptr", __func__);
     return nullptr;
   }
-  HostErrorWatch watch(error);
-  const std::uint32_t width = vy_video_frame_get_width(frame, error);
-  watch.settle();
-  const std::uint32_t height = vy_video_frame_get_height(frame, error);
-  watch.settle();
+  // An error of the two queries is seen after the host filter's work.
+  HostErrorSlot slot;
+  const std::uint32_t width = slot.call(vy_video_frame_get_width, frame);
+  const std::uint32_t height = slot.call(vy_video_frame_get_height, frame);
   if (!paramsApplied_) {
     // Marked before the work: parameters that arrive meanwhile make the next frame derive again.
     paramsApplied_ = true;
     preProcessParams(width, height);
   }
 
-  vy_frame_t* const result = processByHost(frame, error);
-  watch.settle();
-  if (*error == nullptr) modifyFrameIntrinsicParams(result, error);
+  vy_frame_t* const result = processByHost(frame, slot);
+  if (slot.isSet()) {
+    *error = slot.release();
+    return nullptr;
+  }
+  modifyFrameIntrinsicParams(result, error);
   return result;
 }
 
@@ -91,11 +94,8 @@ VYFilterConfigSchemaItem HardwareD2CProcessor::get_config_schema_list_item(
 /// Configures the host filter for the stored parameters; an error of that is absorbed.
 void HardwareD2CProcessor::preProcessParams(std::uint32_t width, std::uint32_t height) {
   params_.derive(width, height);
-  const auto texts = params_.resizeArguments();
-  std::array<const char*, 7> arguments = {};
-  std::transform(texts.begin(), texts.end(), arguments.begin(), [](const std::string& text) { return text.c_str(); });
-  HostErrorSlot ignored;
-  vy_filter_update_config(filter_, static_cast<std::uint8_t>(arguments.size()), arguments.data(), ignored.out());
+  const ResizeArguments arguments = params_.resizeArguments();
+  HostErrorSlot().call(vy_filter_update_config, filter_, ResizeArguments::kCount, arguments.texts().data());
 }
 
 /// Stamps the colour geometry on a frame. An early stop leaves the profile handle as it is.
@@ -108,7 +108,7 @@ void HardwareD2CProcessor::modifyFrameIntrinsicParams(const vy_frame_t* frame, v
   if (*error != nullptr) return;
   vy_video_stream_profile_set_distortion(profile, kNoDistortion, error);
   if (*error != nullptr) return;
-  vy_stream_profile_set_extrinsic_to_type(profile, static_cast<VYStreamType>(kStreamColor), kIdentity, error);
+  vy_stream_profile_set_extrinsic_to_type(profile, kColorStream, kIdentity, error);
   if (*error != nullptr) return;
   vy_delete_stream_profile(profile, error);
 }

@@ -36,7 +36,7 @@ namespace {
 
 // clang-format off
 
-// ---- The end of every chain ------------------------------------------------------------------------------------------
+// ---- The end of every chain ----------------------------------------------------------------------------------------
 
 constexpr FilterRow kTail[] = {
     // name          enabled  kind   initialArgs  exposedItems
@@ -51,7 +51,7 @@ constexpr FilterRow kMirroredTail[] = {
     {"FrameRotate",  1,       kHost, {},          {0}},
 };
 
-// ---- What stands before it -------------------------------------------------------------------------------------------
+// ---- What stands before it -----------------------------------------------------------------------------------------
 
 constexpr FilterRow kUnpack[] = {
     {"FrameUnpacker",                1, kHost, {}, {}},
@@ -113,7 +113,7 @@ constexpr FilterRow kNormalOpenNIDepth[] = {
     {"HardwareD2CProcessor",         0, kOwn,  {}, {255}},
 };
 
-// ---- The chains of each family -----------------------------------------------------------------------------------------
+// ---- The chains of each family -------------------------------------------------------------------------------------
 // Sensors: 1 infrared, 2 colour, 3 depth, 6 left infrared, 7 right infrared, 9.
 
 constexpr SensorChain kTalon[]         = {{2, {}, kTail}, {3, kTalonDepth, kTail},

@@ -8,10 +8,8 @@
 #include <map>
 #include <memory>
 #include <mutex>
-#include <string>
-#include <utility>
-#include <vector>
 
+#include "privfilter/AppendOnlyList.h"
 #include "privfilter/IPrivFilter.h"
 
 /**
@@ -21,16 +19,20 @@
  *
  * It lives as long as somebody owns it: every frame processor context does, and every call for its duration. Operations
  * on a handle that resolves to no filter return the neutral value and report nothing, except where noted.
+ *
+ * Safe from any thread: a lookup takes no lock, filters being never removed, and no lock is held while the host is
+ * called. What a filter itself does on two threads at once is another matter.
  */
 class FilterFactory {
  public:
-  FilterFactory();
+  FilterFactory() = default;
   FilterFactory(const FilterFactory&) = delete;
   FilterFactory& operator=(const FilterFactory&) = delete;
 
   /// The registry, made anew when nobody owns one. Safe from any thread.
   static std::shared_ptr<FilterFactory> getInstance();
 
+  /// How many filters can be made.
   std::int32_t getFilterCount() const;
   /// The name of a filter that can be made; "UnknownFilter" for an index out of range.
   const char* getFilterName(int index) const;
@@ -74,16 +76,23 @@ class FilterFactory {
 
  private:
   using FilterOwner = std::shared_ptr<IPrivFilter>;
+  using SchemaList = vy_filter_config_schema_list_t;
 
-  FilterOwner findListOwner(const vy_filter_config_schema_list_t* list) const;
+  struct RegisteredFilter {
+    FilterOwner filter;
+    vy_filter_t* handle;
+  };
+
+  FilterOwner findListOwner(const SchemaList* list) const;
 
   static std::weak_ptr<FilterFactory> instanceWeakPtr_;
   static std::mutex instanceMutex_;
 
-  /// Name of each filter that can be made, and of the host filter inside it.
-  const std::vector<std::pair<std::string, std::string>> knownFilters_;
-  std::vector<std::pair<FilterOwner, vy_filter_t*>> privateFilters_;  ///< only ever grows
-  std::map<vy_filter_config_schema_list_t*, FilterOwner, std::less<>> schemaListOwners_;
+  AppendOnlyList<RegisteredFilter> privateFilters_;
+
+  /// Guards the map alone: it is never held while the host or a filter is called.
+  mutable std::mutex schemaListMutex_;
+  std::map<SchemaList*, FilterOwner, std::less<>> schemaListOwners_;
 };
 
 #endif  // SRC_PRIVFILTER_FILTERFACTORY_H

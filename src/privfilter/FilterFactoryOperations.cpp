@@ -7,12 +7,11 @@
 #include "privfilter/FilterFactory.h"
 
 const char* FilterFactory::getPrivateFilterName(const vy_filter_t* handle, vy_error** error) const {
-  HostErrorWatch watch(error);
+  const vy_error* const former = *error;
   const FilterOwner filter = getPrivateFilter(handle, error);
   if (filter != nullptr) return filter->get_name();
-  watch.settle();
-  create_error(error, kErrorStatus, "failed to get filter name", __func__, kExceptionInvalidArgument);
-  watch.settle();
+  if (*error != former) HostErrorSlot::discard(*error);  // the lookup's own error is written over
+  reportInvalidArgument(error, "failed to get filter name", __func__);
   return nullptr;
 }
 
@@ -62,7 +61,7 @@ void FilterFactory::setHardwareD2CParams(const vy_filter_t* handle, VYCameraIntr
   if (filter == nullptr) return;
   auto* const processor = dynamic_cast<HardwareD2CProcessor*>(filter.get());
   if (processor == nullptr) {
-    create_error(error, kErrorStatus, "failed to convert hardware d2c processor", __func__, kExceptionInvalidArgument);
+    reportInvalidArgument(error, "failed to convert hardware d2c processor", __func__);
     return;
   }
   processor->set_hardware_d2c_params(intrinsic, reservedByte, scale, padLeft, padTop, padRight, padBottom, applyScale,
@@ -71,44 +70,55 @@ void FilterFactory::setHardwareD2CParams(const vy_filter_t* handle, VYCameraIntr
 
 vy_filter_config_schema_list_t* FilterFactory::getPrivateFilterConfigSchemaList(const vy_filter_t* handle,
                                                                                 vy_error** error) {
-  FilterOwner filter = getPrivateFilter(handle, error);
+  const FilterOwner filter = getPrivateFilter(handle, error);
   if (filter == nullptr) return nullptr;
-  vy_filter_config_schema_list_t* const list = filter->get_config_schema_list(handle, error);
-  schemaListOwners_.emplace(list, std::move(filter));
+
+  // The entry is made before the list, so that nothing can fail once there is a list to keep track of.
+  decltype(schemaListOwners_) fresh;
+  auto entry = fresh.extract(fresh.emplace(nullptr, filter).first);
+  SchemaList* const list = filter->get_config_schema_list(handle, error);
+  entry.key() = list;
+  const std::lock_guard<std::mutex> lock(schemaListMutex_);
+  schemaListOwners_.insert(std::move(entry));  // an entry that is there already stays
   return list;
 }
 
-FilterFactory::FilterOwner FilterFactory::findListOwner(const vy_filter_config_schema_list_t* list) const {
+FilterFactory::FilterOwner FilterFactory::findListOwner(const SchemaList* list) const {
+  const std::lock_guard<std::mutex> lock(schemaListMutex_);
   const auto entry = schemaListOwners_.find(list);
   return entry != schemaListOwners_.end() ? entry->second : nullptr;
 }
 
-std::uint32_t FilterFactory::getPrivateFilterConfigSchemaListCount(const vy_filter_config_schema_list_t* list,
-                                                                   vy_error** error) const {
+std::uint32_t FilterFactory::getPrivateFilterConfigSchemaListCount(const SchemaList* list, vy_error** error) const {
   const FilterOwner owner = findListOwner(list);
   return owner != nullptr ? owner->get_config_schema_list_count(list, error) : 0;
 }
 
-VYFilterConfigSchemaItem FilterFactory::getPrivateFilterConfigSchemaListItem(const vy_filter_config_schema_list_t* list,
+VYFilterConfigSchemaItem FilterFactory::getPrivateFilterConfigSchemaListItem(const SchemaList* list,
                                                                              std::uint32_t index,
                                                                              vy_error** error) const {
   const FilterOwner owner = findListOwner(list);
   return owner != nullptr ? owner->get_config_schema_list_item(list, index, error) : VYFilterConfigSchemaItem{};
 }
 
-void FilterFactory::deleteFilterConfigSchemaList(vy_filter_config_schema_list_t* list, vy_error** error) {
-  const auto entry = schemaListOwners_.find(list);
-  if (entry == schemaListOwners_.end()) return;
-  entry->second->delete_config_schema_list(list, error);
-  schemaListOwners_.erase(entry);
+// An entry leaves the map before its list is given back: from then on the host may hand out the same address again.
+
+void FilterFactory::deleteFilterConfigSchemaList(SchemaList* list, vy_error** error) {
+  std::unique_lock<std::mutex> lock(schemaListMutex_);
+  const auto entry = schemaListOwners_.extract(list);
+  lock.unlock();
+  if (!entry.empty()) entry.mapped()->delete_config_schema_list(list, error);
 }
 
 void FilterFactory::deletePrivateFilter(const vy_filter_t* handle, vy_error** error) {
   const FilterOwner filter = getPrivateFilter(handle, error);
   if (filter == nullptr) return;
-  const auto entry = std::find_if(schemaListOwners_.begin(), schemaListOwners_.end(),
-                                  [&filter](const auto& list) { return list.second == filter; });
-  if (entry == schemaListOwners_.end()) return;
-  filter->delete_config_schema_list(entry->first, error);
-  schemaListOwners_.erase(entry);
+
+  std::unique_lock<std::mutex> lock(schemaListMutex_);
+  const auto first = std::find_if(schemaListOwners_.begin(), schemaListOwners_.end(),
+                                  [&filter](const auto& entry) { return entry.second == filter; });
+  if (first == schemaListOwners_.end()) return;
+  const auto entry = schemaListOwners_.extract(first);
+  lock.unlock();
+  filter->delete_config_schema_list(entry.key(), error);
 }

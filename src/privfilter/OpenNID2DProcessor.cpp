@@ -31,10 +31,13 @@ void OpenNID2DProcessor::set_config_value(const char* name, double value, vy_err
 vy_frame_t* OpenNID2DProcessor::filter_process(const vy_frame_t* frame, vy_error** error) {
   if (frame == nullptr) return nullptr;
   if (filter_ == nullptr) {
-    create_error(error, kErrorStatus, "device or depth filter is nullptr", __func__, kExceptionInvalidArgument);
+    reportInvalidArgument(error, "device or depth filter is nullptr", __func__);
     return nullptr;
   }
-  return processByHost(frame, error);
+  HostErrorSlot slot;
+  vy_frame_t* const result = processByHost(frame, slot);
+  if (slot.isSet()) *error = slot.release();
+  return result;
 }
 
 void OpenNID2DProcessor::reset_filter(vy_error** error) {

@@ -8,30 +8,27 @@
 
 namespace {
 
-void report(const char* message, const char* function, vy_error** error) {
-  create_error(error, kErrorStatus, message, function, kExceptionInvalidArgument);
-}
-
 /// True when a handle may be used; otherwise reports it under the exported function's name.
 bool isGiven(const vy_filter_t* filter, const char* function, vy_error** error) {
-  if (filter == nullptr) report("filter is nullptr", function, error);
+  if (filter == nullptr) reportInvalidArgument(error, "filter is nullptr", function);
   return filter != nullptr;
 }
 
 bool isGiven(const vy_filter_config_schema_list_t* list, const char* function, vy_error** error) {
-  if (list == nullptr) report("config schema list is nullptr", function, error);
+  if (list == nullptr) reportInvalidArgument(error, "config schema list is nullptr", function);
   return list != nullptr;
 }
 
 vy_filter_t* createFilter(const char* name, const char* function, vy_error** error) {
   try {
-    const std::shared_ptr<IPrivFilter> filter = FilterFactory::getInstance()->createFilter(name);
+    const std::shared_ptr<FilterFactory> registry = FilterFactory::getInstance();
+    const std::shared_ptr<IPrivFilter> filter = registry->createFilter(name);
     if (filter != nullptr) return filter->get_filter(error);
   } catch (...) {
-    report("Create filter failed", function, error);
+    reportInvalidArgument(error, "Create filter failed", function);
     return nullptr;
   }
-  report("Failed to create filter,filter not found", function, error);
+  reportInvalidArgument(error, "Failed to create filter,filter not found", function);
   return nullptr;
 }
 

@@ -2,13 +2,12 @@
 
 #include <stdexcept>
 
-#include "api/HostErrorSlot.h"
 #include "api/commonTypes.h"
 
 namespace {
 
 bool isGiven(const vy_filter_t* filter, const char* operation, vy_error** error) {
-  if (filter == nullptr) create_error(error, kErrorStatus, "filter is nullptr", operation, kExceptionInvalidArgument);
+  if (filter == nullptr) reportInvalidArgument(error, "filter is nullptr", operation);
   return filter != nullptr;
 }
 
@@ -16,28 +15,23 @@ bool isGiven(const vy_filter_t* filter, const char* operation, vy_error** error)
 
 WrappedHostFilter::WrappedHostFilter(const char* hostFilterName) {
   HostErrorSlot slot;
-  vy_filter_t* const filter = vy_create_private_filter(hostFilterName, slot.out());
+  vy_filter_t* const filter = slot.call(vy_create_private_filter, hostFilterName);
   if (filter == nullptr || slot.isSet()) throw std::runtime_error("create filter failed");
   filter_ = filter;
 }
 
 WrappedHostFilter::~WrappedHostFilter() {
-  if (filter_ == nullptr) return;
-  HostErrorSlot ignored;
-  vy_delete_filter(filter_, ignored.out());
+  if (filter_ != nullptr) HostErrorSlot().call(vy_delete_filter, filter_);
 }
 
 bool WrappedHostFilter::hasFilter(const char* operation, vy_error** error) const {
   return isGiven(filter_, operation, error);
 }
 
-vy_frame_t* WrappedHostFilter::processByHost(const vy_frame_t* frame, vy_error** error) {
-  vy_frame_t* const result = vy_filter_process(filter_, frame, error);
-  if (*error == nullptr) return result;
-  if (result != nullptr) {
-    HostErrorSlot ignored;
-    vy_delete_frame(result, ignored.out());
-  }
+vy_frame_t* WrappedHostFilter::processByHost(const vy_frame_t* frame, HostErrorSlot& slot) {
+  vy_frame_t* const result = slot.call(vy_filter_process, filter_, frame);
+  if (!slot.isSet()) return result;
+  if (result != nullptr) HostErrorSlot().call(vy_delete_frame, result);
   return nullptr;
 }
 

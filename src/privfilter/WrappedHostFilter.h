@@ -1,6 +1,7 @@
 #ifndef SRC_PRIVFILTER_WRAPPEDHOSTFILTER_H
 #define SRC_PRIVFILTER_WRAPPEDHOSTFILTER_H
 
+#include "api/HostErrorSlot.h"
 #include "privfilter/IPrivFilter.h"
 
 /// What the library's filters have in common: a private host filter that they own, and a switch that the host filter is
@@ -24,8 +25,9 @@ class WrappedHostFilter : public IPrivFilter {
   /// True when there is a host filter to work with; otherwise reports "filter is nullptr" under the operation's name.
   bool hasFilter(const char* operation, vy_error** error) const;
 
-  /// Runs the host filter. A frame that comes with an error is released: the result is null then.
-  vy_frame_t* processByHost(const vy_frame_t* frame, vy_error** error);
+  /// Runs the host filter. The result is null when the slot holds an error afterwards; a frame that came with it is
+  /// released.
+  vy_frame_t* processByHost(const vy_frame_t* frame, HostErrorSlot& slot);
 
   vy_filter_t* filter_ = nullptr;
 

@@ -31,8 +31,7 @@ class ChainLink {
   /// Deletes the filter; an error lands in the slot.
   void destroyFilter(HostErrorSlot& slot) {
     if (!std::exchange(owned_, false)) return;
-    config_.delete_filter(filter_, slot.out());
-    slot.settle();
+    slot.call(config_.delete_filter, filter_);
   }
 
  private:

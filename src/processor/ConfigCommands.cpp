@@ -1,8 +1,6 @@
 // Configuration commands: one value per line of the processor's own schema text.
 #include <cstdlib>
 
-#include "api/HostErrorSlot.h"
-#include "api/commonTypes.h"
 #include "processor/FrameProcessor.h"
 #include "processor/SchemaList.h"
 
@@ -21,7 +19,7 @@ std::vector<SettingKey> parseKeys(const std::string& schema) {
   for (const std::string& line : BasicFrameProcessor::splitString(lines, '\n')) {
     const std::string firstColumn = BasicFrameProcessor::splitString(line, ',').front();
     const std::vector<std::string> pieces = BasicFrameProcessor::splitString(firstColumn, '#');
-    if (pieces.size() < 2) continue;  // the one empty line of an empty schema
+    if (pieces.size() < 2) continue;  // an empty schema, or a description that holds a line feed
     keys.push_back({pieces[0], static_cast<std::uint8_t>(std::stoi(pieces[1]) & 0xFF)});
   }
   return keys;
@@ -29,7 +27,7 @@ std::vector<SettingKey> parseKeys(const std::string& schema) {
 
 void setItem(vy_filter_t* filter, const FilterConfig& config, std::uint8_t index, const char* value, vy_error** error) {
   const SchemaList list(filter, config, error);
-  if (!list.isObtained()) return;
+  if (*error != nullptr) return;
   const std::uint32_t count = config.config_schema_list_get_count(list.get(), error);
   if (*error != nullptr || index + 1U > count) return;
   const VYFilterConfigSchemaItem item = config.config_schema_list_get_item(list.get(), index, error);
@@ -44,7 +42,7 @@ void BasicFrameProcessor::updateConfig(std::uint8_t /*argc*/, const char** argv,
     const char* const value = *argv++;
     const auto [filter, config] = getFilter(key.filterName);
     if (filter == nullptr) continue;
-    if (key.item == kSwitchItem) {
+    if (key.item == FilterConfig::kSwitchItem) {
       config.enable(filter, std::strtol(value, nullptr, 10) == 1, error);
     } else {
       setItem(filter, config, key.item, value, error);

@@ -1,4 +1,5 @@
 // The schema text: what of a filter's configuration a processor publishes.
+#include <climits>
 #include <cstdio>
 #include <iterator>
 
@@ -23,7 +24,8 @@ const char* typeName(VYFilterConfigValueType type) {
 
 /// Six digits after the point.
 std::string printFixed(double value) {
-  char text[1 + 309 + 1 + 6 + 1];  // the largest double has 309 digits before the point
+  // Sign, 309 digits of the largest double, a decimal separator of the locale's (some bytes), six digits, and the end.
+  char text[1 + 309 + MB_LEN_MAX + 6 + 1];
   const int length = std::snprintf(text, sizeof text, "%f", value);
   return {text, static_cast<std::size_t>(length)};
 }
@@ -35,16 +37,18 @@ std::string key(const std::string& filterName, std::uint8_t item) {
 std::string switchLine(const std::string& filterName, const FilterConfig& config) {
   // The record's initial state, not the live one.
   const char* const state = config.enabled == 1 ? "1" : "0";
-  return key(filterName, kSwitchItem) + ", boolean, 0, 1, 1, " + state + ", " + filterName + " enable switch\n";
+  return key(filterName, FilterConfig::kSwitchItem) + ", boolean, 0, 1, 1, " + state + ", " + filterName +
+         " enable switch\n";
 }
 
 /// The line of one item; empty when the filter fails to tell about it.
 std::string itemLine(const std::string& filterName, vy_filter_t* filter, const FilterConfig& config,
                      const vy_filter_config_schema_list_t* list, std::uint8_t index) {
   HostErrorSlot slot;
-  const VYFilterConfigSchemaItem item = config.config_schema_list_get_item(list, index, slot.out());
+  const VYFilterConfigSchemaItem item = slot.call(config.config_schema_list_get_item, list, index);
   if (slot.isSet()) return {};
-  const double value = config.get_config_value(filter, item.name, slot.out());
+  const char* const itemName = item.name;
+  const double value = slot.call(config.get_config_value, filter, itemName);
   if (slot.isSet()) return {};
 
   const VYFilterConfigValueType type = item.type;
@@ -64,14 +68,15 @@ std::string BasicFrameProcessor::generateFilterConfigSchemaCsv(vy_filter_t* filt
 
   HostErrorSlot listSlot;
   const SchemaList list(filter, config, listSlot.out());
-  if (!list.isObtained()) return lines;
+  if (listSlot.isSet()) return lines;
 
   for (const std::uint8_t index : config.exposedItems) {
     HostErrorSlot nameSlot;
-    const char* const reported = config.get_name(filter, nameSlot.out());
+    const char* const reported = nameSlot.call(config.get_name, filter);
     if (nameSlot.isSet() || reported == nullptr) continue;
     const std::string name = reported;  // the host's text may not outlive the next call
-    lines += index == kSwitchItem ? switchLine(name, config) : itemLine(name, filter, config, list.get(), index);
+    lines += index == FilterConfig::kSwitchItem ? switchLine(name, config)
+                                                : itemLine(name, filter, config, list.get(), index);
   }
   return lines;
 }

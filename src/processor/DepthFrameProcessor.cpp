@@ -12,8 +12,7 @@ void DepthFrameProcessor::setHardwareD2CParams(VYCameraIntrinsic intrinsic, std:
   // Every private filter gets them, whatever its name: one that cannot use them refuses, and the walk goes on.
   for (const ChainLink& link : filters()) {
     if (link.config().set_hardware_d2c_params == nullptr) continue;
-    HostErrorSlot ignored;
-    link.config().set_hardware_d2c_params(link.filter(), intrinsic, reservedByte, scale, padLeft, padTop, padRight,
-                                          padBottom, applyScale, reservedFlag, ignored.out());
+    HostErrorSlot().call(link.config().set_hardware_d2c_params, link.filter(), intrinsic, reservedByte, scale, padLeft,
+                         padTop, padRight, padBottom, applyScale, reservedFlag);
   }
 }

@@ -16,12 +16,13 @@
 struct FilterConfig {
   static constexpr std::int32_t kPrivateFilter = 0;  ///< driven by the library's priv_ functions
   static constexpr std::int32_t kHostFilter = 1;     ///< driven by the host's vy_ functions
+  static constexpr std::uint8_t kSwitchItem = 255;   ///< among the exposed items: the filter's on/off switch
 
   std::string name;
   std::int32_t enabled = 0;  ///< starts switched on if and only if this is 1
   std::int32_t kind = 0;
   std::vector<const char*> initialArgs;    ///< given to update_config after creation; none: no such call
-  std::vector<std::uint8_t> exposedItems;  ///< published items by index in the filter's schema list; 255: its switch
+  std::vector<std::uint8_t> exposedItems;  ///< published items by index in the filter's schema list
 
   // Making and naming.
   vy_filter_t* (*create_filter)(const char* name, vy_error** error) = nullptr;

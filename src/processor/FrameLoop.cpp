@@ -52,15 +52,11 @@ bool admits(const char* filterName, InputKind input) {
 /// Whether this filter is switched on and takes frames like the input. Query errors stay in the slot.
 bool shouldRun(const ChainLink& link, const vy_frame_t* input, HostErrorSlot& slot) {
   const FilterConfig& config = link.config();
-  const bool enabled = config.is_enabled(link.filter(), slot.out());
-  slot.settle();
+  const bool enabled = slot.call(config.is_enabled, link.filter());
   if (!enabled) return false;
-  const int format = static_cast<int>(vy_frame_get_format(input, slot.out()));
-  slot.settle();
-  const int pixelType = static_cast<int>(vy_video_frame_get_pixel_type(input, slot.out()));
-  slot.settle();
-  const char* const name = config.get_name(link.filter(), slot.out());
-  slot.settle();
+  const int format = static_cast<int>(slot.call(vy_frame_get_format, input));
+  const int pixelType = static_cast<int>(slot.call(vy_video_frame_get_pixel_type, input));
+  const char* const name = slot.call(config.get_name, link.filter());
   return admits(name, {format, pixelType});
 }
 
@@ -82,16 +78,13 @@ Walk runChain(const std::vector<ChainLink>& filters, vy_frame_t* input, HostErro
     if (!shouldRun(link, input, slot)) continue;
 
     if (result != nullptr) {
-      vy_delete_frame(current, slot.out());
-      slot.settle();
+      slot.call(vy_delete_frame, current);
       // `current` stays as it is and is released once more at the end.
       if (slot.isSet()) return {current, result, true};
       current = result;
     }
-    vy_frame_get_format(current, slot.out());
-    slot.settle();
-    result = link.config().process(link.filter(), current, slot.out());
-    slot.settle();
+    slot.call(vy_frame_get_format, current);
+    result = slot.call(link.config().process, link.filter(), current);
     if (slot.isSet() || result == nullptr) return {current, result, true};
   }
   return {current, result, false};
@@ -101,16 +94,15 @@ Walk runChain(const std::vector<ChainLink>& filters, vy_frame_t* input, HostErro
 
 vy_frame_t* BasicFrameProcessor::process(vy_frame_t* frame, vy_error** error) {
   HostErrorSlot slot;
-  vy_frame_add_ref(frame, slot.out());
-  slot.settle();
+  slot.call(vy_frame_add_ref, frame);
 
   const Walk walk = runChain(filters_, frame, slot);
-  vy_delete_frame(walk.current, slot.out());
+  slot.callKeeping(vy_delete_frame, walk.current);
 
   if (walk.result != nullptr) {
     // The caller gets the error that ended the walk, not one of the release above. An error that ended nothing is
     // dropped.
-    if (walk.failed) *error = slot.releaseSettled();
+    if (walk.failed) *error = slot.releaseFirst();
     return walk.result;
   }
   if (slot.isSet()) {
@@ -118,5 +110,5 @@ vy_frame_t* BasicFrameProcessor::process(vy_frame_t* frame, vy_error** error) {
     return nullptr;
   }
   if (walk.failed) *error = nullptr;
-  return vy_create_frame_from_other_frame(frame, true, slot.out());
+  return slot.call(vy_create_frame_from_other_frame, frame, true);
 }

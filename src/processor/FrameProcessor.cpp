@@ -20,7 +20,7 @@ void configure(const ChainLink& link, HostErrorSlot& slot) {
   const FilterConfig& config = link.config();
   std::vector<const char*> arguments = config.initialArgs;
   const auto count = static_cast<std::uint8_t>(arguments.size() & 0xFFU);
-  config.update_config(link.filter(), count, arguments.data(), slot.out());
+  slot.call(config.update_config, link.filter(), count, arguments.data());
 }
 
 }  // namespace
@@ -39,15 +39,14 @@ BasicFrameProcessor::~BasicFrameProcessor() {
 void BasicFrameProcessor::addFilter(FilterConfig config) {
   HostErrorSlot slot;
   const auto create = isPrivateHostFilter(config.name) ? config.create_private_filter : config.create_filter;
-  vy_filter_t* const filter = create(config.name.c_str(), slot.out());
+  vy_filter_t* const filter = slot.call(create, config.name.c_str());
   // What a host hands out together with an error is not ours to delete.
   if (slot.isSet()) return;
 
   ChainLink link(filter, std::move(config));
   if (!link.config().initialArgs.empty()) configure(link, slot);
-  if (!slot.isSet()) link.config().enable(filter, link.config().enabled == 1, slot.out());
+  if (!slot.isSet()) slot.call(link.config().enable, filter, link.config().enabled == 1);
   if (slot.isSet()) {
-    slot.settle();
     link.destroyFilter(slot);
     return;
   }
@@ -65,7 +64,7 @@ std::pair<vy_filter_t*, const FilterConfig&> BasicFrameProcessor::getFilter(cons
   static const FilterConfig kBlank;
   for (const ChainLink& link : filters_) {
     HostErrorSlot slot;
-    const char* const reported = link.config().get_name(link.filter(), slot.out());
+    const char* const reported = slot.call(link.config().get_name, link.filter());
     if (slot.isSet() || reported == nullptr) continue;
     if (name == reported) return {link.filter(), link.config()};
   }

@@ -7,23 +7,24 @@
 /// A filter's schema list, obtained and given back through the filter's record. Errors of giving back are absorbed.
 class SchemaList {
  public:
-  /// Asks for the list; an error lands in `*error`, which must be null before, and there is no list then.
+  /// Asks for the list; on failure the error lands in `*error`, and there is nothing to give back. A list may be null
+  /// without an error: the record's functions know what to make of it.
   SchemaList(const vy_filter_t* filter, const FilterConfig& config, vy_error** error)
-      : config_(config), list_(config.get_config_schema_list(filter, error)), obtained_(*error == nullptr) {}
+      : config_(config),
+        formerError_(*error),
+        list_(config.get_config_schema_list(filter, error)),
+        obtained_(*error == formerError_) {}
   SchemaList(const SchemaList&) = delete;
   SchemaList& operator=(const SchemaList&) = delete;
   ~SchemaList() {
-    if (!obtained_) return;
-    HostErrorSlot ignored;
-    config_.delete_config_schema_list(list_, ignored.out());
+    if (obtained_) HostErrorSlot().call(config_.delete_config_schema_list, list_);
   }
 
-  /// Whether asking succeeded. The list itself may be null even so; the record's functions know what to make of it.
-  bool isObtained() const noexcept { return obtained_; }
   const vy_filter_config_schema_list_t* get() const noexcept { return list_; }
 
  private:
   const FilterConfig& config_;
+  const vy_error* const formerError_;
   vy_filter_config_schema_list_t* const list_;
   const bool obtained_;
 };
