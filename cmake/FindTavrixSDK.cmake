@@ -1,7 +1,8 @@
 # Finds the host SDK below TavrixSDK_ROOT: its header folder with TavrixSDK.h and its library libTavrixSDK.so.
 # Defines TavrixSDK::TavrixSDK.
-find_path(TavrixSDK_INCLUDE_DIR TavrixSDK.h PATH_SUFFIXES include include/TavrixSDK)
-find_library(TavrixSDK_LIBRARY TavrixSDK)
+# The folder is meant as it stands, when cross-building too.
+find_path(TavrixSDK_INCLUDE_DIR TavrixSDK.h PATH_SUFFIXES include include/TavrixSDK NO_CMAKE_FIND_ROOT_PATH)
+find_library(TavrixSDK_LIBRARY TavrixSDK NO_CMAKE_FIND_ROOT_PATH)
 include(FindPackageHandleStandardArgs)
 find_package_handle_standard_args(TavrixSDK REQUIRED_VARS TavrixSDK_LIBRARY TavrixSDK_INCLUDE_DIR)
 if(TavrixSDK_FOUND AND NOT TARGET TavrixSDK::TavrixSDK)

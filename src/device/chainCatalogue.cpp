@@ -8,28 +8,27 @@
 
 namespace {
 
-/// A list short enough to stand inside a table row.
-template <typename Item, std::size_t capacity>
-struct ShortList {
-  Item items[capacity] = {};
-  std::size_t count = 0;
+/// Published items of a filter, few enough to stand inside a table row.
+struct ItemList {
+  std::uint8_t items[9] = {};
+  std::uint8_t count = 0;
 
-  constexpr ShortList(std::initializer_list<Item> list) {
-    for (const Item& item : list) items[count++] = item;
+  constexpr ItemList(std::initializer_list<std::uint8_t> list) {
+    for (const std::uint8_t item : list) items[count++] = item;
   }
 };
 
-constexpr std::int32_t kHost = FilterConfig::kHostFilter;
-constexpr std::int32_t kOwn = FilterConfig::kPrivateFilter;
+constexpr std::int8_t kHost = FilterConfig::kHostFilter;
+constexpr std::int8_t kOwn = FilterConfig::kPrivateFilter;
 
 }  // namespace
 
 struct FilterRow {
   const char* name;
-  std::int32_t enabled;
-  std::int32_t kind;
-  ShortList<const char*, 4> initialArgs;
-  ShortList<std::uint8_t, 9> exposedItems;
+  std::int8_t enabled;
+  std::int8_t kind;
+  TableView<const char*> initialArgs;
+  ItemList exposedItems;
 };
 
 namespace {
@@ -51,49 +50,61 @@ constexpr FilterRow kMirroredTail[] = {
     {"FrameRotate",  1,       kHost, {},          {0}},
 };
 
-// ---- What stands before it -----------------------------------------------------------------------------------------
+// ---- What "NoiseRemovalFilter" starts with, family by family ------------------------------------------------------
+
+constexpr const char* kTalonNoise[]          = {"80", "256", "848", "480"};
+constexpr const char* kMirelNoise[]          = {"240", "512", "1280", "960"};
+constexpr const char* kPellanNoise[]         = {"40", "512", "1280", "800"};
+constexpr const char* kCorvidNoise[]         = {"200", "256", "1280", "800"};
+constexpr const char* kHaldenNoise[]         = {"1000", "256", "800", "600"};
+constexpr const char* kOstrelNoise[]         = {"50", "10", "640", "576"};
+constexpr const char* kVashtiNoise[]         = {"50", "10", "640", "576"};
+constexpr const char* kSpecialOpenNINoise[]  = {"400", "256", "1280", "800"};
+constexpr const char* kNormalOpenNINoise[]   = {"400", "256", "1280", "800"};
+
+// ---- What stands before the end -------------------------------------------------------------------------------------
 
 constexpr FilterRow kUnpack[] = {
     {"FrameUnpacker",                1, kHost, {}, {}},
 };
 constexpr FilterRow kTalonDepth[] = {
     {"TalonFrameUnpacker",           1, kHost, {}, {}},
-    {"NoiseRemovalFilter",           1, kHost, {"80", "256", "848", "480"}, {0, 1, 255}},
+    {"NoiseRemovalFilter",           1, kHost, kTalonNoise, {0, 1, 255}},
     {"DisparityTransform",           1, kHost, {}, {2, 255}},
     {"HardwareD2CProcessor",         0, kOwn,  {}, {255}},
     {"HardwareD2DCorrectionFilter",  1, kHost, {}, {255}},
 };
 constexpr FilterRow kMirelDepth[] = {
     {"FrameUnpacker",                1, kHost, {}, {}},
-    {"NoiseRemovalFilter",           1, kHost, {"240", "512", "1280", "960"}, {0, 1, 255}},
+    {"NoiseRemovalFilter",           1, kHost, kMirelNoise, {0, 1, 255}},
     {"DisparityTransform",           1, kHost, {}, {2, 255}},
     {"HardwareD2CProcessor",         0, kOwn,  {}, {255}},
 };
 constexpr FilterRow kPellanDepth[] = {
     {"TiberonDecompress",            1, kHost, {}, {}},
-    {"NoiseRemovalFilter",           1, kHost, {"40", "512", "1280", "800"}, {0, 1, 255}},
+    {"NoiseRemovalFilter",           1, kHost, kPellanNoise, {0, 1, 255}},
     {"DisparityTransform",           1, kHost, {}, {2, 255}},
     {"HardwareD2CProcessor",         0, kOwn,  {}, {255}},
 };
 constexpr FilterRow kCorvidDepth[] = {
     {"CorvidPixelOffsetFix",         1, kHost, {}, {}},
     {"FrameUnpacker",                1, kHost, {}, {}},
-    {"NoiseRemovalFilter",           1, kHost, {"200", "256", "1280", "800"}, {0, 1, 255}},
+    {"NoiseRemovalFilter",           1, kHost, kCorvidNoise, {0, 1, 255}},
     {"DisparityTransform",           1, kHost, {}, {2, 255}},
     {"HardwareD2CProcessor",         0, kOwn,  {}, {255}},
 };
 constexpr FilterRow kHaldenDepth[] = {
     {"FrameUnpacker",                1, kHost, {}, {}},
-    {"NoiseRemovalFilter",           1, kHost, {"1000", "256", "800", "600"}, {0, 1, 255}},
+    {"NoiseRemovalFilter",           1, kHost, kHaldenNoise, {0, 1, 255}},
     {"DisparityTransform",           1, kHost, {}, {2, 255}},
     {"HardwareD2CProcessor",         0, kOwn,  {}, {255}},
 };
 constexpr FilterRow kOstrelDepth[] = {
-    {"NoiseRemovalFilter",           0, kHost, {"50", "10", "640", "576"}, {0, 1, 255}},
+    {"NoiseRemovalFilter",           0, kHost, kOstrelNoise, {0, 1, 255}},
     {"HardwareD2CProcessor",         0, kOwn,  {}, {255}},
 };
 constexpr FilterRow kVashtiDepth[] = {
-    {"NoiseRemovalFilter",           0, kHost, {"50", "10", "640", "576"}, {0, 1, 255}},
+    {"NoiseRemovalFilter",           0, kHost, kVashtiNoise, {0, 1, 255}},
 };
 constexpr FilterRow kSorrelDepth[] = {
     {"FrameUnpacker",                1, kHost, {}, {}},
@@ -102,13 +113,13 @@ constexpr FilterRow kSorrelDepth[] = {
 };
 constexpr FilterRow kSpecialOpenNIDepth[] = {
     {"FrameUnpacker",                1, kHost, {}, {}},
-    {"NoiseRemovalFilter",           1, kHost, {"400", "256", "1280", "800"}, {0, 1, 255}},
+    {"NoiseRemovalFilter",           1, kHost, kSpecialOpenNINoise, {0, 1, 255}},
     {"DisparityTransform",           1, kOwn,  {}, {2, 255, 3, 4, 5, 6, 7, 8, 9}},
     {"HardwareD2CProcessor",         0, kOwn,  {}, {255}},
 };
 constexpr FilterRow kNormalOpenNIDepth[] = {
     {"FrameUnpacker",                1, kHost, {}, {}},
-    {"NoiseRemovalFilter",           1, kHost, {"400", "256", "1280", "800"}, {0, 1, 255}},
+    {"NoiseRemovalFilter",           1, kHost, kNormalOpenNINoise, {0, 1, 255}},
     {"DisparityTransform",           1, kHost, {}, {2, 255}},
     {"HardwareD2CProcessor",         0, kOwn,  {}, {255}},
 };
@@ -171,13 +182,12 @@ std::vector<FilterConfig> makeChain(const SensorChain& chain) {
   records.reserve(chain.filters.size() + chain.tail.size());
   for (const TableView<FilterRow> rows : {chain.filters, chain.tail}) {
     for (const FilterRow& row : rows) {
-      const auto& args = row.initialArgs;
       const auto& items = row.exposedItems;
       FilterConfig& record = records.emplace_back();
       record.name = row.name;
       record.enabled = row.enabled;
       record.kind = row.kind;
-      record.initialArgs.assign(args.items, args.items + args.count);
+      record.initialArgs.assign(row.initialArgs.begin(), row.initialArgs.end());
       record.exposedItems.assign(items.items, items.items + items.count);
     }
   }
