@@ -1,0 +1,34 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "pixel/packing.h"
+#include "tavrix_sim.h"
+
+namespace tavrix {
+
+/** What the simulated cameras of a family are made from, beyond what they tell the public. */
+struct Family {
+  vysim_family shown;
+  pixel::BitOrder bitOrder; /**< of its packed depth frames; packed infrared frames are always MSB first */
+  uint16_t largestRaw;      /**< that its depth frames can hold */
+  /**
+   * Depth sensors make speckles that the noise filter of the family's chain is set to find: up to `speckleSize` pixels
+   * at the native size, `speckleDifference` away from all around. 0 = no speckles, where no filter looks for them.
+   */
+  uint32_t speckleSize;
+  uint16_t speckleDifference;
+  double depthScale, depthOffsetMm; /**< true depth = measured depth * scale + offset */
+  uint32_t rasterOffset;            /**< pixels by which the depth image is read out late */
+};
+
+const std::vector<Family>& families();
+
+/** By name, whatever its case; null where there is none. */
+const Family* findFamily(const std::string& name);
+
+/** All family names, for messages: "Talon, Mirel, ...". */
+std::string familyNames();
+
+}  // namespace tavrix
