@@ -1,0 +1,28 @@
+// How good depth images are, held against the true scene.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace vycam {
+
+/** Collects the figures of any number of frames. */
+class Accuracy {
+ public:
+  /** Adds a frame: measured and true depth in millimetres, 0 = none. */
+  void add(const std::vector<uint16_t>& measured, const std::vector<uint16_t>& truth);
+
+  /** Share of all pixels that have a measurement, 0 to 1. */
+  double validShare() const;
+  /** Median of the absolute error over the pixels that have both depths; none if there is no such pixel. */
+  std::optional<int> medianError() const;
+
+ private:
+  uint64_t pixels_ = 0;
+  uint64_t valid_ = 0;
+  uint64_t compared_ = 0;
+  std::vector<uint64_t> errorCounts_ = std::vector<uint64_t>(0x10000);  // by millimetres
+};
+
+}  // namespace vycam

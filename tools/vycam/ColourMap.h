@@ -1,0 +1,24 @@
+// Colours for numbers.
+#pragma once
+
+#include <cstdint>
+
+namespace vycam {
+
+struct Colour {
+  uint8_t red, green, blue;
+};
+
+enum class Palette {
+  WarmIsLow,   ///< for depth: the near is warm, the far is cool
+  WarmIsHigh,  ///< for disparity, which is large where things are near
+  Grey
+};
+
+/** The colour of a place on the palette, 0 to 1; places outside take the colour of the end. */
+Colour colourAt(Palette palette, double place);
+
+/** What stands for "no measurement": neutral and darker than every colour of the depth palettes. */
+constexpr Colour kNoMeasurement{34, 34, 38};
+
+}  // namespace vycam

@@ -1,0 +1,27 @@
+// The four commands. Each prints its result on stdout and throws a Failure when it cannot be had.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "Library.h"
+
+namespace vycam {
+
+void showFamilies(const Library& library, bool asCsv);
+
+void showSchema(const Library& library, const std::string& camera, const std::string& sensor, bool raw);
+
+/** What was typed for `vycam run`; empty texts stand for options that were not given. */
+struct RunArguments {
+  std::string camera, sensor, depthFile, size, hardwareD2C, outputFolder;
+  unsigned frames = 30;
+  bool clean = false;
+  std::vector<std::string> settings;
+};
+
+void run(const Library& library, const RunArguments& arguments);
+
+void makeGallery(const Library& library, const std::string& outputFolder);
+
+}  // namespace vycam

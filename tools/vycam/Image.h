@@ -1,0 +1,20 @@
+// 16-bit grey images in PNG files.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace vycam {
+
+struct GreyImage {
+  uint32_t width = 0;
+  uint32_t height = 0;
+  std::vector<uint16_t> pixels;  ///< row by row
+};
+
+/** Reads a 16-bit grey PNG; a file that is none is a Failure that says what it is. */
+GreyImage readGreyPng(const std::string& path);
+void writeGreyPng(const GreyImage& image, const std::string& path);
+
+}  // namespace vycam

@@ -1,0 +1,190 @@
+#include "Picture.h"
+
+#include <fmt/format.h>
+#include <gdfontmb.h>
+#include <gdfonts.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+
+#include "Failure.h"
+
+namespace vycam {
+namespace {
+
+// The scale below a picture, in pixels.
+constexpr int kScaleHeight = 58;
+constexpr int kScaleMargin = 14;
+constexpr int kTitleTop = 6;
+constexpr int kBarTop = 23;
+constexpr int kBarHeight = 12;
+constexpr int kTickLength = 4;
+constexpr int kLabelTop = kBarTop + kBarHeight + kTickLength + 1;
+constexpr int kTickDistance = 64;     // at least; room for a label of six digits
+constexpr int kSmallestCanvas = 320;  // room for the scale's texts
+
+constexpr Colour kPaper{250, 250, 248};
+constexpr Colour kInk{40, 40, 44};
+
+constexpr double kOutermostShare = 0.01;
+
+int gdColour(Colour colour) {
+  return gdTrueColor(colour.red, colour.green, colour.blue);
+}
+
+void drawText(gdImage* canvas, gdFontPtr font, int x, int y, const std::string& text) {
+  std::vector<unsigned char> bytes(text.begin(), text.end());
+  bytes.push_back(0);
+  gdImageString(canvas, font, x, y, bytes.data(), gdColour(kInk));
+}
+
+int textWidth(gdFontPtr font, const std::string& text) {
+  return font->w * static_cast<int>(text.size());
+}
+
+/** The smallest of 1, 2, 5, 10, 20, 50, ... that is not below `least`. */
+double roundStep(double least) {
+  double step = 1;
+  for (;;) {
+    for (const double factor : {1.0, 2.0, 5.0}) {
+      if (step * factor >= least) {
+        return step * factor;
+      }
+    }
+    step *= 10;
+  }
+}
+
+}  // namespace
+
+Scale scaleFor(const std::vector<const GreyImage*>& images, Palette palette, const std::string& title) {
+  std::vector<uint64_t> counts(0x10000);
+  uint64_t all = 0;
+  for (const GreyImage* image : images) {
+    for (const uint16_t pixel : image->pixels) {
+      ++counts[pixel];
+    }
+  }
+  counts[0] = 0;  // no measurement, or black, neither of which should stretch the scale
+  for (const uint64_t count : counts) {
+    all += count;
+  }
+  Scale scale;
+  scale.palette = palette;
+  scale.title = title;
+  if (all == 0) {
+    return scale;
+  }
+  const auto outermost = static_cast<uint64_t>(static_cast<double>(all) * kOutermostShare);
+  const auto end = [&](auto first, auto last) {
+    uint64_t seen = 0;
+    return std::find_if(first, last, [&](uint64_t count) { return (seen += count) > outermost; }) - first;
+  };
+  scale.low = static_cast<double>(end(counts.begin(), counts.end()));
+  scale.high = static_cast<double>(0xFFFF - end(counts.rbegin(), counts.rend()));
+  scale.high = std::max(scale.high, scale.low + 1);
+  return scale;
+}
+
+Picture::GdImage Picture::makeImage(int width, int height) {
+  GdImage image(gdImageCreateTrueColor(width, height));
+  if (image == nullptr) {
+    throw Failure(fmt::format("no memory for a picture of {}x{}", width, height));
+  }
+  return image;
+}
+
+Picture Picture::ofNumbers(const GreyImage& image, const Scale& scale) {
+  std::vector<int> colours(0x10000);
+  for (size_t number = 0; number < colours.size(); ++number) {
+    const double place = (static_cast<double>(number) - scale.low) / (scale.high - scale.low);
+    colours[number] = gdColour(colourAt(scale.palette, place));
+  }
+  if (scale.zeroIsMissing) {
+    colours[0] = gdColour(kNoMeasurement);
+  }
+  Picture picture;
+  picture.image_ = makeImage(static_cast<int>(image.width), static_cast<int>(image.height));
+  picture.hasScale_ = true;
+  picture.scale_ = scale;
+  for (size_t y = 0; y < image.height; ++y) {
+    for (size_t x = 0; x < image.width; ++x) {
+      picture.image_->tpixels[y][x] = colours[image.pixels[y * image.width + x]];
+    }
+  }
+  return picture;
+}
+
+Picture Picture::ofColours(uint32_t width, uint32_t height, const std::vector<uint8_t>& rgb) {
+  Picture picture;
+  picture.image_ = makeImage(static_cast<int>(width), static_cast<int>(height));
+  for (size_t y = 0; y < height; ++y) {
+    for (size_t x = 0; x < width; ++x) {
+      const uint8_t* const pixel = &rgb[(y * width + x) * 3];
+      picture.image_->tpixels[y][x] = gdColour({pixel[0], pixel[1], pixel[2]});
+    }
+  }
+  return picture;
+}
+
+void Picture::drawScale(gdImage* canvas, int top, const Scale& scale) {
+  const int width = gdImageSX(canvas);
+  const int left = kScaleMargin;
+  const int right = width - kScaleMargin - 1;
+  drawText(canvas, gdFontGetMediumBold(), left, top + kTitleTop, scale.title);
+  if (scale.zeroIsMissing) {
+    const std::string text = "no measurement";
+    const int x = right - textWidth(gdFontGetSmall(), text);
+    drawText(canvas, gdFontGetSmall(), x, top + kTitleTop, text);
+    gdImageFilledRectangle(canvas, x - 16, top + kTitleTop + 2, x - 5, top + kTitleTop + 11, gdColour(kNoMeasurement));
+  }
+  for (int x = left; x <= right; ++x) {
+    const int colour = gdColour(colourAt(scale.palette, static_cast<double>(x - left) / (right - left)));
+    gdImageLine(canvas, x, top + kBarTop, x, top + kBarTop + kBarHeight - 1, colour);
+  }
+  const double perPixel = (scale.high - scale.low) / (right - left);
+  const double step = roundStep(perPixel * kTickDistance);
+  const long firstTick = std::lround(std::ceil(scale.low / step));
+  const long lastTick = std::lround(std::floor(scale.high / step));
+  for (long tick = firstTick; tick <= lastTick; ++tick) {
+    const double number = static_cast<double>(tick) * step;
+    const int x = left + static_cast<int>(std::lround((number - scale.low) / perPixel));
+    gdImageLine(canvas, x, top + kBarTop + kBarHeight, x, top + kBarTop + kBarHeight + kTickLength - 1, gdColour(kInk));
+    const std::string label = fmt::format("{:.0f}", number);
+    const int labelWidth = textWidth(gdFontGetSmall(), label);
+    drawText(canvas, gdFontGetSmall(), std::clamp(x - labelWidth / 2, 2, width - 2 - labelWidth), top + kLabelTop,
+             label);
+  }
+}
+
+void Picture::write(const std::string& path, int maxWidth) const {
+  const int imageWidth = gdImageSX(image_.get());
+  const int imageHeight = gdImageSY(image_.get());
+  const bool isReduced = maxWidth > 0 && imageWidth > maxWidth;
+  const int shownWidth = isReduced ? maxWidth : imageWidth;
+  const int shownHeight = isReduced ? std::max(1, imageHeight * maxWidth / imageWidth) : imageHeight;
+  const int width = hasScale_ ? std::max(shownWidth, kSmallestCanvas) : shownWidth;
+  const GdImage canvas = makeImage(width, shownHeight + (hasScale_ ? kScaleHeight : 0));
+  gdImageFilledRectangle(canvas.get(), 0, 0, width - 1, gdImageSY(canvas.get()) - 1, gdColour(kPaper));
+  const int left = (width - shownWidth) / 2;
+  if (isReduced) {
+    gdImageCopyResampled(canvas.get(), image_.get(), left, 0, 0, 0, shownWidth, shownHeight, imageWidth, imageHeight);
+  } else {
+    gdImageCopy(canvas.get(), image_.get(), left, 0, 0, 0, imageWidth, imageHeight);
+  }
+  if (hasScale_) {
+    drawScale(canvas.get(), shownHeight, scale_);
+  }
+  int size = 0;
+  const std::unique_ptr<void, void (*)(void*)> bytes(gdImagePngPtr(canvas.get(), &size), gdFree);
+  std::FILE* const file = std::fopen(path.c_str(), "wb");
+  const bool isWritten = file != nullptr && bytes != nullptr &&
+                         std::fwrite(bytes.get(), 1, static_cast<size_t>(size), file) == static_cast<size_t>(size);
+  if (file == nullptr || std::fclose(file) != 0 || !isWritten) {
+    throw Failure(fmt::format("cannot write the picture {}", path));
+  }
+}
+
+}  // namespace vycam

@@ -1,0 +1,52 @@
+// Pictures for people: numbers as colours, with a scale that tells which colour is which number.
+#pragma once
+
+#include <gd.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ColourMap.h"
+#include "Image.h"
+
+namespace vycam {
+
+/** Which numbers the ends of the palette stand for. */
+struct Scale {
+  double low = 0;
+  double high = 1;
+  Palette palette = Palette::WarmIsLow;
+  std::string title;          ///< "depth in mm"
+  bool zeroIsMissing = true;  ///< a pixel of 0 is no measurement
+};
+
+/** A scale that covers all but the outermost hundredth of the numbers in these images. */
+Scale scaleFor(const std::vector<const GreyImage*>& images, Palette palette, const std::string& title);
+
+class Picture {
+ public:
+  /** Numbers as colours; the scale stands below. */
+  static Picture ofNumbers(const GreyImage& image, const Scale& scale);
+  /** Three bytes per pixel, without a scale. */
+  static Picture ofColours(uint32_t width, uint32_t height, const std::vector<uint8_t>& rgb);
+
+  /** Writes a PNG, with the image (not the scale) reduced to `maxWidth` where it is wider; 0 = never reduced. */
+  void write(const std::string& path, int maxWidth = 0) const;
+
+ private:
+  struct Destroy {
+    void operator()(gdImagePtr image) const { gdImageDestroy(image); }
+  };
+  using GdImage = std::unique_ptr<gdImage, Destroy>;
+
+  static GdImage makeImage(int width, int height);
+  static void drawScale(gdImage* canvas, int top, const Scale& scale);
+
+  GdImage image_;
+  bool hasScale_ = false;
+  Scale scale_;
+};
+
+}  // namespace vycam

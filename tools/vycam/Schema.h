@@ -1,0 +1,36 @@
+// The schema text of a processor, taken apart, and the values that a configuration command sends for it.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vycam {
+
+/** One line of the schema: a setting that the library publishes. */
+struct SchemaRow {
+  std::string key;  ///< filter name, "#", item index
+  std::string type;
+  std::string min, max, step, value;
+  std::string description;
+
+  std::string filter() const;
+  /** True for the line that switches a filter on and off. */
+  bool isSwitch() const;
+};
+
+using Schema = std::vector<SchemaRow>;
+
+/** A Failure if a line does not have the seven columns. */
+Schema parseSchema(std::string_view text);
+
+/** The row of that key, or null. */
+const SchemaRow* findRow(const Schema& schema, std::string_view key);
+
+/**
+ * One value per row: those of `settings` ("FILTER#ITEM=VALUE"), and for all others the value that the schema shows. A
+ * setting that the schema lacks and a value that is no number are Failures.
+ */
+std::vector<std::string> valuesFor(const Schema& schema, const std::vector<std::string>& settings);
+
+}  // namespace vycam

@@ -1,0 +1,160 @@
+#include "Stream.h"
+
+#include <fmt/format.h>
+
+#include <utility>
+
+#include "Failure.h"
+
+namespace vycam {
+namespace {
+
+constexpr const char* kAlignmentSwitch = "HardwareD2CProcessor#255";
+
+Camera openCamera(const StreamOptions& options) {
+  vysim_camera_options camera{};
+  camera.width = options.size.width;
+  camera.height = options.size.height;
+  camera.clean = options.clean;
+  if (options.depth) {
+    camera.depth_mm = options.depth->pixels.data();
+    camera.depth_width = options.depth->width;
+    camera.depth_height = options.depth->height;
+  }
+  return Camera(call("open the camera", vysim_open_camera, options.family->name, &camera));
+}
+
+Frame nextFrame(vysim_camera* camera, VYSensorType sensor) {
+  return Frame(call("get a frame from the camera", vysim_camera_next_frame, camera, sensor));
+}
+
+std::vector<std::string> settingsOf(const StreamOptions& options, const Schema& schema) {
+  std::vector<std::string> settings = options.settings;
+  if (options.hardwareD2C) {
+    if (options.sensor != VY_SENSOR_DEPTH || findRow(schema, kAlignmentSwitch) == nullptr) {
+      throw Failure(fmt::format("--d2c is for depth chains with a HardwareD2CProcessor; that of {} {} has none",
+                                options.family->name, sensorName(options.sensor)));
+    }
+    settings.insert(settings.begin(), fmt::format("{}=1", kAlignmentSwitch));
+  }
+  return settings;
+}
+
+void alignToColour(Processor& processor, const vy_frame_t* raw, const HardwareD2C& parameters) {
+  const StreamProfile profile(call("read a frame's profile", vy_frame_get_stream_profile, raw));
+  const VYCameraIntrinsic depth =
+      call("read a frame's intrinsics", vy_video_stream_profile_get_intrinsic, profile.get());
+  const FrameFacts facts = factsOf(raw);
+  processor.setHardwareD2C(scaledIntrinsic(depth, facts.width, facts.height, parameters), parameters);
+}
+
+GreyImage truthAt(vysim_camera* camera, const vy_frame_t* frame) {
+  const FrameFacts facts = factsOf(frame);
+  GreyImage truth{facts.width, facts.height, std::vector<uint16_t>(size_t{facts.width} * facts.height)};
+  call("ask the camera for the true depth", vysim_camera_get_truth, camera, frame, truth.pixels.data());
+  return truth;
+}
+
+}  // namespace
+
+StreamResult runStream(const Library& library, const StreamOptions& options, Progress& progress) {
+  const Camera camera = openCamera(options);
+  const Context context(library, call("get the camera's device", vysim_camera_get_device, camera.get()));
+  Processor processor = context.makeProcessor(options.family->name, options.sensor);
+  processor.apply(settingsOf(options, processor.schema()));
+
+  StreamResult result;
+  result.chain = processor.chain();
+  result.schema = processor.schema();
+  if (options.sensor == VY_SENSOR_DEPTH) {
+    result.accuracy.emplace();
+  }
+  Frame raw = nextFrame(camera.get(), options.sensor);
+  if (options.hardwareD2C) {
+    alignToColour(processor, raw.get(), *options.hardwareD2C);
+  }
+  Timing timing;
+  for (unsigned i = 0; i < options.frames; ++i) {
+    if (i > 0) {
+      raw = nextFrame(camera.get(), options.sensor);
+    }
+    timing.beginFrame();
+    result.output = processor.process(raw.get());
+    timing.endFrame();
+    if (result.accuracy) {
+      result.truth = truthAt(camera.get(), result.output.get());
+      result.accuracy->add(greyPixels(result.output.get()).pixels, result.truth->pixels);
+    }
+    progress.step("frames/s");
+  }
+  result.time = timing.report();  // before the decoder for the raw picture adds to the host's clock
+  result.rawFacts = factsOf(raw.get());
+  result.outputFacts = factsOf(result.output.get());
+  result.raw = decodeForView(raw.get(), result.chain);
+  return result;
+}
+
+namespace {
+
+Picture paintColour(const vy_frame_t* frame) {
+  const FrameFacts facts = factsOf(frame);
+  return Picture::ofColours(facts.width, facts.height, colourPixels(frame));
+}
+
+Picture paintRaw(const StreamResult& result, const vysim_family& family) {
+  const GreyImage numbers = greyPixels(result.raw.get());
+  if (result.rawFacts.pixelType == VY_PIXEL_DEPTH) {
+    return Picture::ofNumbers(numbers, scaleFor({&numbers}, Palette::WarmIsLow, "as sent: depth in mm"));
+  }
+  const std::string unit = fmt::format("as sent: disparity, 1/{} px", 1 << family.sub_pixel_bits);
+  return Picture::ofNumbers(numbers, scaleFor({&numbers}, Palette::WarmIsHigh, unit));
+}
+
+StreamPictures paintDepth(const StreamResult& result, const vysim_family& family) {
+  StreamPictures pictures;
+  const GreyImage output = greyPixels(result.output.get());
+  pictures.raw = paintRaw(result, family);
+  if (result.outputFacts.pixelType != VY_PIXEL_DEPTH) {
+    // The conversion to depth was switched off: there is nothing that the truth could share a scale with.
+    const Scale own = scaleFor({&output}, Palette::WarmIsHigh, "output: disparity");
+    const Scale truth = scaleFor({&*result.truth}, Palette::WarmIsLow, "truth: depth in mm");
+    pictures.output = Picture::ofNumbers(output, own);
+    pictures.truth = Picture::ofNumbers(*result.truth, truth);
+    return pictures;
+  }
+  Scale scale = scaleFor({&output, &*result.truth}, Palette::WarmIsLow, "output: depth in mm");
+  pictures.output = Picture::ofNumbers(output, scale);
+  scale.title = "truth: depth in mm";
+  pictures.truth = Picture::ofNumbers(*result.truth, scale);
+  return pictures;
+}
+
+StreamPictures paintInfrared(const StreamResult& result) {
+  StreamPictures pictures;
+  const GreyImage raw = greyPixels(result.raw.get());
+  const GreyImage output = greyPixels(result.output.get());
+  Scale scale = scaleFor({&raw, &output}, Palette::Grey, "as sent: infrared brightness");
+  scale.low = 0;
+  scale.zeroIsMissing = false;
+  pictures.raw = Picture::ofNumbers(raw, scale);
+  scale.title = "output: infrared brightness";
+  pictures.output = Picture::ofNumbers(output, scale);
+  return pictures;
+}
+
+}  // namespace
+
+StreamPictures paint(const StreamResult& result, const vysim_family& family) {
+  if (result.truth) {
+    return paintDepth(result, family);
+  }
+  if (result.outputFacts.pixelType == VY_PIXEL_COLOR) {
+    StreamPictures pictures;
+    pictures.raw = paintColour(result.raw.get());
+    pictures.output = paintColour(result.output.get());
+    return pictures;
+  }
+  return paintInfrared(result);
+}
+
+}  // namespace vycam

@@ -1,0 +1,89 @@
+#include "Timing.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "Host.h"
+
+namespace vycam {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr double kNanosecondsPerMillisecond = 1e6;
+
+double nanosecondsSince(Clock::time_point begin) {
+  return static_cast<double>(std::chrono::duration_cast<std::chrono::nanoseconds>(Clock::now() - begin).count());
+}
+
+/**
+ * What a timed host call costs beyond the time that the host's clock reports for it: a cheap call, made many times. The
+ * quickest of several rounds counts, as whatever disturbs a round makes it slower.
+ */
+double measureClockCost() {
+  constexpr int kRounds = 5;
+  constexpr int kCallsPerRound = 4000;
+  const Frame frame(call("make a frame", vysim_create_frame, 16U, 16U, VY_FORMAT_Y16, VY_PIXEL_DEPTH));
+  double best = std::numeric_limits<double>::max();
+  for (int round = 0; round < kRounds; ++round) {
+    ErrorSlot slot;
+    vysim_timing_start();
+    const Clock::time_point begin = Clock::now();
+    for (int i = 0; i < kCallsPerRound; ++i) {
+      vy_frame_get_format(frame.get(), slot.address());
+    }
+    const double all = nanosecondsSince(begin);
+    uint64_t inside = 0;
+    vysim_timing_total(nullptr, &inside);
+    vysim_timing_stop();
+    best = std::min(best, (all - static_cast<double>(inside)) / kCallsPerRound);
+  }
+  return std::max(best, 0.0);
+}
+
+}  // namespace
+
+Timing::Timing() : nanosecondsPerCall_(measureClockCost()) {
+  vysim_timing_start();
+}
+
+Timing::~Timing() {
+  vysim_timing_stop();
+}
+
+void Timing::beginFrame() {
+  vysim_timing_total(&callsAtBegin_, &nanosecondsAtBegin_);
+  begin_ = Clock::now();
+}
+
+void Timing::endFrame() {
+  total_ += nanosecondsSince(begin_);
+  uint64_t calls = 0;
+  uint64_t nanoseconds = 0;
+  vysim_timing_total(&calls, &nanoseconds);
+  host_ += static_cast<double>(nanoseconds - nanosecondsAtBegin_);
+  hostCalls_ += calls - callsAtBegin_;
+  ++frames_;
+}
+
+TimeReport Timing::report() const {
+  TimeReport report;
+  report.frames = frames_;
+  report.nanosecondsPerCall = nanosecondsPerCall_;
+  if (frames_ == 0) {
+    return report;
+  }
+  const double scale = 1.0 / (kNanosecondsPerMillisecond * static_cast<double>(frames_));
+  for (size_t i = 0; i < vysim_timing_filter_count(); ++i) {
+    const vysim_filter_time time = vysim_timing_filter_at(i);
+    report.byFilter.push_back({time.name, time.calls, static_cast<double>(time.nanoseconds) * scale});
+    report.filters += report.byFilter.back().milliseconds;
+  }
+  report.total = total_ * scale;
+  report.otherHostCalls = std::max(0.0, host_ * scale - report.filters);
+  report.clockCost = static_cast<double>(hostCalls_) * nanosecondsPerCall_ * scale;
+  report.library = std::max(0.0, (total_ - host_) * scale - report.clockCost);
+  return report;
+}
+
+}  // namespace vycam

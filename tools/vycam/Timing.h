@@ -1,0 +1,50 @@
+// Where the time of a frame goes: host filters, other host calls, and the library itself.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace vycam {
+
+struct FilterTime {
+  std::string name;  ///< the host's name of the filter
+  uint64_t calls = 0;
+  double milliseconds = 0;  ///< per frame
+};
+
+/** Means per frame, in milliseconds. */
+struct TimeReport {
+  uint64_t frames = 0;
+  double total = 0;
+  double filters = 0;
+  double otherHostCalls = 0;
+  double library = 0;             ///< the rest, less the cost of the clock; never below 0
+  double clockCost = 0;           ///< what was taken off
+  double nanosecondsPerCall = 0;  ///< cost of the clock per host call, measured in this run
+  std::vector<FilterTime> byFilter;
+};
+
+/** Times frames; one at a time, for the host's clock is there once. */
+class Timing {
+ public:
+  /** Finds out what the host's clock costs, and starts it. */
+  Timing();
+  Timing(const Timing&) = delete;
+  Timing& operator=(const Timing&) = delete;
+  ~Timing();
+
+  void beginFrame();
+  void endFrame();
+  TimeReport report() const;
+
+ private:
+  std::chrono::steady_clock::time_point begin_;
+  uint64_t callsAtBegin_ = 0, nanosecondsAtBegin_ = 0;
+  uint64_t frames_ = 0, hostCalls_ = 0;
+  double total_ = 0, host_ = 0;  // nanoseconds
+  double nanosecondsPerCall_ = 0;
+};
+
+}  // namespace vycam
