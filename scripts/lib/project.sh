@@ -1,0 +1,83 @@
+# shellcheck shell=bash
+# What the project's scripts share: installing packages, configuring and building. Sourced by scripts/demo, scripts/test
+# and .ci/run; works from any current folder.
+
+project_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+log_dir=$project_dir/build/logs
+
+# Debian packages that the default build and its tests need.
+# shellcheck disable=SC2034 # used by the scripts that source this file
+build_packages=(
+  g++ cmake ninja-build pkg-config
+  git # read at build time: the library carries its commit identifier
+  libfmt-dev libcli11-dev libpng-dev libgd-dev libpugixml-dev
+  libgtest-dev libgmock-dev
+)
+
+say() { printf '== %s\n' "$*"; }
+fail() {
+  printf '%s: %s\n' "${0##*/}" "$*" >&2
+  exit 1
+}
+
+# Runs a command with its output in a log, which is shown only when the command fails.
+#   logged NAME COMMAND...
+logged() {
+  local log=$log_dir/$1.log
+  shift
+  mkdir -p "$log_dir"
+  "$@" >"$log" 2>&1 && return
+  cat "$log" >&2
+  fail "failed: $*"
+}
+
+as_root() {
+  if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi
+}
+
+apt_get() {
+  as_root env DEBIAN_FRONTEND=noninteractive apt-get -qq -o DPkg::Lock::Timeout=300 -o Acquire::Retries=3 "$@"
+}
+
+# Installs those of the named Debian packages that are missing; with none missing it only asks the package database.
+install_packages() {
+  local package missing=()
+  if ! command -v dpkg-query >/dev/null; then
+    say "not a Debian system: taking for granted what these packages provide: $*"
+    return
+  fi
+  for package; do
+    [ "$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null)" = installed ] || missing+=("$package")
+  done
+  [ ${#missing[@]} -gt 0 ] || return 0
+
+  if [ "$(id -u)" -ne 0 ] && ! command -v sudo >/dev/null; then
+    fail "these packages are missing, and installing them takes root or sudo: ${missing[*]}"
+  fi
+  say "installing ${missing[*]}"
+  # One unreachable package source need not matter: whether the packages can be had shows in the next step.
+  (logged apt-update apt_get update) || say "going on with the package lists that are there"
+  logged apt-install apt_get install -y --no-install-recommends "${missing[@]}"
+}
+
+# Configures and builds a preset of CMakePresets.json in build/PRESET.
+build_preset() {
+  local preset=$1 fresh=() quiet=()
+  local cache=$project_dir/build/$preset/CMakeCache.txt
+  say "building in build/$preset"
+  # A build folder that was copied along with its checkout still points at the old place.
+  if [ -f "$cache" ] && ! grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$project_dir" "$cache"; then fresh=(--fresh); fi
+  [ -t 1 ] || quiet=(--quiet) # on a terminal ninja keeps to one line
+  (
+    cd "$project_dir" || exit
+    if command -v ccache >/dev/null; then export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache; fi
+    logged "configure-$preset" cmake --preset "$preset" "${fresh[@]}"
+    cmake --build --preset "$preset" --parallel "$(nproc)" -- "${quiet[@]}"
+  )
+}
+
+# Runs the tests of a built preset; the last lines are ctest's summary.
+test_preset() {
+  say "running the tests of build/$1"
+  (cd "$project_dir" && ctest --preset "$1" --parallel "$(nproc)")
+}
