@@ -11,7 +11,7 @@ namespace tavrix {
 template <typename Value>
 struct Argument {
   const char* name;
-  const Value& value;
+  Value value;
 };
 
 template <typename Value>

@@ -32,24 +32,33 @@ class InjectedErrorAtEnd {
   ArgumentText text_;
 };
 
+/**
+ * What is rarely needed stays out of the functions that every frame runs through. It takes bodies and arguments as
+ * copies, and bodies capture by value: nothing has to lie in memory then while nobody watches and nothing fails.
+ */
+#define TAVRIX_OUT_OF_LINE __attribute__((noinline, cold))
+#define TAVRIX_IN_LINE inline __attribute__((always_inline))
+
+template <typename... Value>
+TAVRIX_OUT_OF_LINE void storeException(const char* function, vy_error** slot, Argument<Value>... arguments) {
+  storeCurrentException(slot, function, [&] { return argumentText(arguments...); });
+}
+
 /** Body of an exported vysim_ function: exceptions become an error object and the neutral value of the result. */
 template <typename Body, typename... Value>
-auto guarded(const char* function, vy_error** slot, Body&& body, const Argument<Value>&... arguments) {
+TAVRIX_IN_LINE auto guarded(const char* function, vy_error** slot, Body&& body, Argument<Value>... arguments) {
   using Result = decltype(body());
   try {
     return body();
   } catch (...) {
-    storeCurrentException(slot, function, [&] { return argumentText(arguments...); });
+    storeException(function, slot, arguments...);
   }
   return Result();
 }
 
-/** Body of an exported vy_ function that has an error slot: as above, and under watch. */
 template <typename Body, typename... Value>
-auto call(const char* function, vy_error** slot, Body&& body, const Argument<Value>&... arguments) {
+TAVRIX_OUT_OF_LINE auto watchedCall(const char* function, vy_error** slot, Body body, Argument<Value>... arguments) {
   using Result = decltype(body());
-  if (!Watch::isOn()) return guarded(function, slot, body, arguments...);
-
   const auto text = [&] { return argumentText(arguments...); };
   const Watch watch(function, true, text);
   if (watch.fault() == VYSIM_FAULT_NULL) return Result();
@@ -64,9 +73,16 @@ auto call(const char* function, vy_error** slot, Body&& body, const Argument<Val
   return guarded(function, slot, body, arguments...);
 }
 
+/** Body of an exported vy_ function that has an error slot: as above, and under watch. */
+template <typename Body, typename... Value>
+TAVRIX_IN_LINE auto call(const char* function, vy_error** slot, Body&& body, Argument<Value>... arguments) {
+  if (Watch::isOn()) return watchedCall(function, slot, body, arguments...);
+  return guarded(function, slot, body, arguments...);
+}
+
 /** Body of an exported vy_ function without an error slot: watched, and failed only by orders that name it. */
 template <typename Body, typename... Value>
-auto callWithoutSlot(const char* function, Body&& body, const Argument<Value>&... arguments) {
+auto callWithoutSlot(const char* function, Body&& body, Argument<Value>... arguments) {
   using Result = decltype(body());
   if (!Watch::isOn()) return guarded(function, nullptr, body, arguments...);
   const Watch watch(function, false, [&] { return argumentText(arguments...); });

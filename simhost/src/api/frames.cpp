@@ -50,38 +50,38 @@ extern "C" {
 
 void vy_frame_add_ref(const vy_frame_t* frame, vy_error** error) {
   call(
-      __func__, error, [&] { FrameRef::retain(frame, "frame").detach(); }, arg("frame", frame));
+      __func__, error, [=] { FrameRef::retain(frame, "frame").detach(); }, arg("frame", frame));
 }
 
 void vy_delete_frame(const vy_frame_t* frame, vy_error** error) {
   call(
-      __func__, error, [&] { FrameRef::release(frame, "frame"); }, arg("frame", frame));
+      __func__, error, [=] { FrameRef::release(frame, "frame"); }, arg("frame", frame));
 }
 
 VYFormat vy_frame_get_format(const vy_frame_t* frame, vy_error** error) {
   return call(
-      __func__, error, [&] { return resolve<Frame>(frame, "frame").shape().format; }, arg("frame", frame));
+      __func__, error, [=] { return resolve<Frame>(frame, "frame").shape().format; }, arg("frame", frame));
 }
 
 VYPixelType vy_video_frame_get_pixel_type(const vy_frame_t* frame, vy_error** error) {
   return call(
-      __func__, error, [&] { return resolve<Frame>(frame, "frame").shape().pixelType; }, arg("frame", frame));
+      __func__, error, [=] { return resolve<Frame>(frame, "frame").shape().pixelType; }, arg("frame", frame));
 }
 
 uint32_t vy_video_frame_get_width(const vy_frame_t* frame, vy_error** error) {
   return call(
-      __func__, error, [&] { return resolve<Frame>(frame, "frame").width(); }, arg("frame", frame));
+      __func__, error, [=] { return resolve<Frame>(frame, "frame").width(); }, arg("frame", frame));
 }
 
 uint32_t vy_video_frame_get_height(const vy_frame_t* frame, vy_error** error) {
   return call(
-      __func__, error, [&] { return resolve<Frame>(frame, "frame").height(); }, arg("frame", frame));
+      __func__, error, [=] { return resolve<Frame>(frame, "frame").height(); }, arg("frame", frame));
 }
 
 vy_frame_t* vy_create_frame_from_other_frame(const vy_frame_t* frame, bool copy_data, vy_error** error) {
   return call(
       __func__, error,
-      [&] {
+      [=] {
         const Frame& other = resolve<Frame>(frame, "frame");
         if (copy_data) return tavrix::copyFrame(other).detach();
         FrameRef blank =
@@ -96,7 +96,7 @@ vy_frame_t* vysim_create_frame(uint32_t width, uint32_t height, VYFormat format,
                                vy_error** error) {
   return guarded(
       __func__, error,
-      [&] {
+      [=] {
         const FrameShape shape{width, height, format, pixel_type};
         tavrix::frameBytes(shape);  // a size that cannot be has no pinhole either
         auto profile = std::make_shared<tavrix::StreamProfile>(
@@ -108,21 +108,21 @@ vy_frame_t* vysim_create_frame(uint32_t width, uint32_t height, VYFormat format,
 
 uint8_t* vysim_frame_get_data(const vy_frame_t* frame, vy_error** error) {
   return guarded(
-      __func__, error, [&] { return resolve<Frame>(frame, "frame").data(); }, arg("frame", frame));
+      __func__, error, [=] { return resolve<Frame>(frame, "frame").data(); }, arg("frame", frame));
 }
 
 size_t vysim_frame_get_size(const vy_frame_t* frame, vy_error** error) {
   return guarded(
-      __func__, error, [&] { return resolve<Frame>(frame, "frame").size(); }, arg("frame", frame));
+      __func__, error, [=] { return resolve<Frame>(frame, "frame").size(); }, arg("frame", frame));
 }
 
 uint32_t vysim_frame_get_number(const vy_frame_t* frame, vy_error** error) {
   return guarded(
-      __func__, error, [&] { return resolve<Frame>(frame, "frame").number(); }, arg("frame", frame));
+      __func__, error, [=] { return resolve<Frame>(frame, "frame").number(); }, arg("frame", frame));
 }
 
 int vysim_frame_get_ref_count(const vy_frame_t* frame) {
-  return guarded(__func__, nullptr, [&] { return static_cast<int>(FrameRef::count(frame, "frame")); });
+  return guarded(__func__, nullptr, [=] { return static_cast<int>(FrameRef::count(frame, "frame")); });
 }
 
 const char* vysim_format_name(VYFormat format) {

@@ -15,6 +15,7 @@ namespace tavrix {
 namespace {
 
 constexpr uint32_t kLargestSide = 4096;
+constexpr uint32_t kLargestImageSide = 16384;
 // Where an output pixel lies just between two of the camera's, filters take the later one; rounding must not hide that.
 constexpr double kTie = 1e-9;
 constexpr float kColourRightMm = 22;  // the colour lens sits between the two others
@@ -27,13 +28,13 @@ const vysim_stream& nativeDepthStream(const Family& family) {
 /** Throws Failure unless the options make sense. */
 const vysim_camera_options& checked(const vysim_camera_options& options) {
   const auto refuse = [](const std::string& message) { throw Failure(ExceptionType::invalidValue, message); };
-  const auto checkSize = [&](const char* what, uint32_t width, uint32_t height) {
-    if (width >= 1 && height >= 1 && width <= kLargestSide && height <= kLargestSide) return;
-    refuse(fmt::format("{} must be 1 to {} pixels wide and high but is {} x {}", what, kLargestSide, width, height));
+  const auto checkSize = [&](const char* what, uint32_t width, uint32_t height, uint32_t largest) {
+    if (width >= 1 && height >= 1 && width <= largest && height <= largest) return;
+    refuse(fmt::format("{} must be 1 to {} pixels wide and high but is {} x {}", what, largest, width, height));
   };
-  if (options.width != 0 || options.height != 0) checkSize("a stream", options.width, options.height);
-  if (options.depth_mm) {
-    checkSize("the depth image", options.depth_width, options.depth_height);
+  if (options.width != 0 || options.height != 0) checkSize("a stream", options.width, options.height, kLargestSide);
+  if (options.depth_mm != nullptr) {
+    checkSize("the depth image", options.depth_width, options.depth_height, kLargestImageSide);
   } else if (options.depth_width != 0 || options.depth_height != 0) {
     refuse(fmt::format("a size of {} x {} is given for a depth image, but depth_mm is null", options.depth_width,
                        options.depth_height));
@@ -55,14 +56,14 @@ Calibration calibrationOf(const Family& family, const vysim_camera_options& opti
 }
 
 std::unique_ptr<Scene> sceneOf(const vysim_camera_options& options) {
-  return options.depth_mm ? makeImageScene(options.depth_mm, options.depth_width, options.depth_height)
-                          : makeRoomScene();
+  return options.depth_mm != nullptr ? makeImageScene(options.depth_mm, options.depth_width, options.depth_height)
+                                     : makeRoomScene();
 }
 
 /** Where a sensor sits, to the right of the depth sensor, which sees what the left lens sees. */
 float placeOf(VYSensorType sensor, const Family& family) {
   if (sensor == VY_SENSOR_COLOR) return kColourRightMm;
-  return sensor == VY_SENSOR_IR_RIGHT ? family.shown.baseline_mm : 0.0f;
+  return sensor == VY_SENSOR_IR_RIGHT ? family.shown.baseline_mm : 0.0F;
 }
 
 /** Copies or packs pixels into the frame's bytes. */
@@ -127,13 +128,13 @@ Camera::Stream Camera::makeStream(const vysim_stream& native, const vysim_camera
   const auto width = static_cast<float>(stream.shown.width);
   const auto height = static_cast<float>(stream.shown.height);
   const bool isColour = native.sensor == VY_SENSOR_COLOR;
-  const float focal = isColour ? 0.72f * static_cast<float>(native.width) : family_.shown.focal_length_px;
+  const float focal = isColour ? 0.72F * static_cast<float>(native.width) : family_.shown.focal_length_px;
   const float zoomX = width / static_cast<float>(native.width);
   const float zoomY = height / static_cast<float>(native.height);
   const VYCameraIntrinsic intrinsic{focal * zoomX,
                                     focal * zoomY,
-                                    width / 2 - 0.5f,
-                                    height / 2 - 0.5f,
+                                    width / 2 - 0.5F,
+                                    height / 2 - 0.5F,
                                     static_cast<int16_t>(stream.shown.width),
                                     static_cast<int16_t>(stream.shown.height)};
   stream.view = {{intrinsic.fx, intrinsic.fy, intrinsic.cx, intrinsic.cy, stream.shown.width, stream.shown.height},
@@ -255,15 +256,15 @@ void Camera::truth(const Frame& frame, uint16_t* depthMm) {
   const Stream& stream = streamOf(VY_SENSOR_DEPTH);
   renderTruth(stream, frame.number());
   const PixelMap& map = frame.pixelMap();
-  const double right = stream.shown.width - 0.5;
-  const double bottom = stream.shown.height - 0.5;
   for (uint32_t y = 0; y < frame.height(); ++y) {
     for (uint32_t x = 0; x < frame.width(); ++x) {
-      const double cameraX = map.cameraX(x, y) + kTie;
-      const double cameraY = map.cameraY(x, y) + kTie;
-      const bool isInside = cameraX >= -0.5 && cameraX < right && cameraY >= -0.5 && cameraY < bottom;
+      // Half a pixel on, so that cutting off the fraction gives the pixel in which the place lies.
+      const double cameraX = map.cameraX(x, y) + 0.5 + kTie;
+      const double cameraY = map.cameraY(x, y) + 0.5 + kTie;
+      const bool isInside =
+          cameraX >= 0 && cameraX < stream.shown.width && cameraY >= 0 && cameraY < stream.shown.height;
       const size_t pixel =
-          isInside ? static_cast<size_t>(cameraY + 0.5) * stream.shown.width + static_cast<size_t>(cameraX + 0.5) : 0;
+          isInside ? static_cast<size_t>(cameraY) * stream.shown.width + static_cast<size_t>(cameraX) : 0;
       *depthMm++ = isInside ? truth_[pixel] : uint16_t{0};
     }
   }

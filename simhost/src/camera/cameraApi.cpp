@@ -20,9 +20,9 @@ Camera& cameraOf(const vysim_camera* camera) {
 }
 
 const tavrix::Family& familyOf(const char* name) {
-  if (!name) throw Failure(ExceptionType::invalidValue, "NULL pointer passed for argument family");
+  if (name == nullptr) throw Failure(ExceptionType::invalidValue, "NULL pointer passed for argument family");
   const tavrix::Family* family = tavrix::findFamily(name);
-  if (family) return *family;
+  if (family != nullptr) return *family;
   throw Failure(ExceptionType::notFound,
                 fmt::format("there is no camera family \"{}\"; there are {}", name, tavrix::familyNames()));
 }
@@ -34,7 +34,9 @@ extern "C" {
 vysim_camera* vysim_open_camera(const char* family, const vysim_camera_options* options, vy_error** error) {
   return guarded(
       __func__, error,
-      [&] { return Ref<Camera>::make(familyOf(family), options ? *options : vysim_camera_options{}).detach(); },
+      [&] {
+        return Ref<Camera>::make(familyOf(family), options != nullptr ? *options : vysim_camera_options{}).detach();
+      },
       arg("family", family));
 }
 
@@ -61,7 +63,8 @@ void vysim_camera_get_truth(vysim_camera* camera, const vy_frame_t* frame, uint1
       [&] {
         Camera& asked = cameraOf(camera);
         const tavrix::Frame& shown = resolve<tavrix::Frame>(frame, "frame");
-        if (!depth_mm) throw Failure(ExceptionType::invalidValue, "NULL pointer passed for argument depth_mm");
+        if (depth_mm == nullptr)
+          throw Failure(ExceptionType::invalidValue, "NULL pointer passed for argument depth_mm");
         asked.truth(shown, depth_mm);
       },
       arg("camera", camera), arg("frame", frame));

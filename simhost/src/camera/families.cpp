@@ -180,8 +180,8 @@ const vysim_family* vysim_family_at(size_t index) {
 }
 
 const vysim_family* vysim_find_family(const char* name) {
-  const tavrix::Family* family = name ? tavrix::findFamily(name) : nullptr;
-  return family ? &family->shown : nullptr;
+  const tavrix::Family* family = name != nullptr ? tavrix::findFamily(name) : nullptr;
+  return family != nullptr ? &family->shown : nullptr;
 }
 
 int vysim_device_list(int list_type, const uint8_t** data) {
@@ -195,10 +195,10 @@ int vysim_device_list(int list_type, const uint8_t** data) {
                                     {6, tavrix::kPellanList, sizeof tavrix::kPellanList}};
   for (const List& list : kLists) {
     if (list.type != list_type) continue;
-    if (data) *data = list.bytes;
+    if (data != nullptr) *data = list.bytes;
     return list.size;
   }
-  if (data) *data = nullptr;
+  if (data != nullptr) *data = nullptr;
   return 0;
 }
 

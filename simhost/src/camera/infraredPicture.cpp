@@ -14,7 +14,7 @@ enum Purpose : uint32_t { kDot = 200, kNoise };
  * may be left of the image's edge, by less than its width.
  */
 int dotAt(int place, uint32_t row, uint32_t cell) {
-  const uint32_t column = static_cast<uint32_t>(place + 65536);
+  const auto column = static_cast<uint32_t>(place + 65536);
   const uint32_t bits = hash(column / cell, row / cell, kDot);
   if (bits % 8 >= 6) return 0;
   const uint32_t dx = column % cell - (bits >> 3) % cell;

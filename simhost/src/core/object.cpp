@@ -19,24 +19,6 @@ const char* kindName(Kind kind) {
   return index < kKindCount ? kKindNames[index] : "unknown";
 }
 
-bool ObjectHeader::retain() {
-  int32_t count = references.load(std::memory_order_relaxed);
-  while (count > 0) {
-    if (references.compare_exchange_weak(count, count + 1, std::memory_order_relaxed)) return true;
-  }
-  return false;
-}
-
-int32_t ObjectHeader::release() {
-  int32_t count = references.load(std::memory_order_relaxed);
-  while (count > 0) {
-    if (references.compare_exchange_weak(count, count - 1, std::memory_order_acq_rel, std::memory_order_relaxed)) {
-      return count - 1;
-    }
-  }
-  return -1;
-}
-
 void refuseHandle(const ObjectHeader* header, Kind expected, const char* argument) {
   if (header == nullptr) {
     throw Failure(ExceptionType::invalidValue, fmt::format("{} is null: expected a {}", argument, kindName(expected)));

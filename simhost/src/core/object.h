@@ -46,9 +46,23 @@ struct ObjectHeader {
 
   bool isAlive() const { return references.load(std::memory_order_acquire) > 0; }
   /** Adds a reference unless the object is dead. */
-  bool retain();
+  bool retain() {
+    int32_t count = references.load(std::memory_order_relaxed);
+    while (count > 0) {
+      if (references.compare_exchange_weak(count, count + 1, std::memory_order_relaxed)) return true;
+    }
+    return false;
+  }
   /** Drops a reference; what is left, or -1 when the object was dead already. */
-  int32_t release();
+  int32_t release() {
+    int32_t count = references.load(std::memory_order_relaxed);
+    while (count > 0) {
+      if (references.compare_exchange_weak(count, count - 1, std::memory_order_acq_rel, std::memory_order_relaxed)) {
+        return count - 1;
+      }
+    }
+    return -1;
+  }
 };
 
 /** Throws the Failure that tells what is wrong with a handle of which an object of `expected` kind was wanted. */

@@ -65,7 +65,7 @@ uint32_t sourceIndex(uint32_t output, int border, double scale, uint32_t scaledS
 /** Whole pixels of a scaled side. Single precision, as those who compute the output's size for it do. */
 uint32_t scaledSize(uint32_t size, double scale) {
   const float scaled = static_cast<float>(size) * static_cast<float>(scale);
-  return scaled < 65536.0f ? static_cast<uint32_t>(scaled) : 65536;
+  return scaled < 65536.0F ? static_cast<uint32_t>(scaled) : 65536;
 }
 
 }  // namespace

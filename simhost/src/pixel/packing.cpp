@@ -13,14 +13,14 @@ using Bytes8 = uint64_t;
 constexpr uint32_t kGroup = 8;  // pixels that take whole bytes, whatever their bits
 
 Bytes8 load8(const void* source) {
-  Bytes8 word;
+  Bytes8 word = 0;
   std::memcpy(&word, source, sizeof word);
   return word;
 }
 
 /** The same value in each of the four 16-bit lanes of a word. */
 constexpr Bytes8 inLanes(Bytes8 value) {
-  return value * 0x0001000100010001u;
+  return value * 0x0001000100010001U;
 }
 
 constexpr Bytes8 lowBits(int count) {
@@ -171,14 +171,14 @@ void packSlowly(Packing packing, const uint16_t* pixels, uint8_t* bytes, uint32_
 
 /** Four pixels from their high bytes, in the low half of a word, and the byte of their low bits. */
 Bytes8 spreadMipi(Bytes8 high, Bytes8 low) {
-  high = (high | high << 16) & 0x0000FFFF0000FFFFu;
-  high = (high | high << 8) & 0x00FF00FF00FF00FFu;
+  high = (high | high << 16) & 0x0000FFFF0000FFFFU;
+  high = (high | high << 8) & 0x00FF00FF00FF00FFU;
   return high << 2 | ((low | low << 14 | low << 28 | low << 42) & inLanes(3));
 }
 
 void unpackMipi(const uint8_t* bytes, uint16_t* pixels, uint32_t width) {
   for (uint32_t done = 0; done < width; done += 4, bytes += 5) {
-    uint32_t high;
+    uint32_t high = 0;
     std::memcpy(&high, bytes, sizeof high);
     const Bytes8 lanes = spreadMipi(high, bytes[4]);
     if (width - done >= 4) {

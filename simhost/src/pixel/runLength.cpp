@@ -66,7 +66,7 @@ std::string decompressRuns(const uint8_t* bytes, size_t size, uint16_t* pixels, 
   size_t position = 0;
   size_t done = 0;
   const auto nextWord = [&] {
-    uint16_t word;
+    uint16_t word = 0;
     std::memcpy(&word, bytes + position, sizeof word);
     position += sizeof word;
     return word;

@@ -7,9 +7,9 @@ namespace tavrix {
 /** Bits that look random and are the same for the same value on every target. */
 constexpr uint32_t hash(uint32_t value) {
   value ^= value >> 16;
-  value *= 0x7FEB352Du;
+  value *= 0x7FEB352DU;
   value ^= value >> 15;
-  value *= 0x846CA68Bu;
+  value *= 0x846CA68BU;
   value ^= value >> 16;
   return value;
 }

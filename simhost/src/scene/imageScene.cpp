@@ -20,11 +20,11 @@ class ImageScene final : public Scene {
       const uint32_t sourceRow = scaled(y, view.lens.height, height_);
       for (uint32_t x = 0; x < width; ++x) {
         const size_t pixel = static_cast<size_t>(y) * width + x;
-        if (picture.depth) picture.depth[pixel] = at(columns[x], sourceRow);
-        if (!picture.brightness && !picture.colour) continue;
+        if (picture.depth != nullptr) picture.depth[pixel] = at(columns[x], sourceRow);
+        if (picture.brightness == nullptr && picture.colour == nullptr) continue;
         const int shade = shadeAt(columns[x], sourceRow);
-        if (picture.brightness) picture.brightness[pixel] = static_cast<uint8_t>(shade);
-        if (picture.colour) tint(shade, at(columns[x], sourceRow), picture.colour + pixel * 3);
+        if (picture.brightness != nullptr) picture.brightness[pixel] = static_cast<uint8_t>(shade);
+        if (picture.colour != nullptr) tint(shade, at(columns[x], sourceRow), picture.colour + pixel * 3);
       }
     }
   }
@@ -41,7 +41,7 @@ class ImageScene final : public Scene {
   static float slope(int before, int after, int depth, float steps) {
     if (before == 0 || after == 0 || std::abs(after - before) > depth / 8) return 0;
     // A surface at 45 degrees changes by depth / focal length a pixel; focal lengths are near 500 pixels here.
-    const float steep = static_cast<float>(after - before) * 500.0f / (static_cast<float>(depth) * steps);
+    const float steep = static_cast<float>(after - before) * 500.0F / (static_cast<float>(depth) * steps);
     return steep / std::sqrt(1 + steep * steep);
   }
 
@@ -53,9 +53,9 @@ class ImageScene final : public Scene {
     const auto steps = static_cast<float>(2 * reach);
     const float across = slope(at(x > reach ? x - reach : 0, y), at(std::min(x + reach, width_ - 1), y), depth, steps);
     const float down = slope(at(x, y > reach ? y - reach : 0), at(x, std::min(y + reach, height_ - 1)), depth, steps);
-    const float light = 0.75f + 0.2f * across - 0.25f * down;
-    const float falloff = 1 / (0.75f + static_cast<float>(depth) * static_cast<float>(depth) * (1 / 2.5e7f));
-    return static_cast<int>(std::clamp(light * falloff * 200, 12.0f, 255.0f));
+    const float light = 0.75F + 0.2F * across - 0.25F * down;
+    const float falloff = 1 / (0.75F + static_cast<float>(depth) * static_cast<float>(depth) * (1 / 2.5e7F));
+    return static_cast<int>(std::clamp(light * falloff * 200, 12.0F, 255.0F));
   }
 
   /** Warm where it is near, cool where it is far. */

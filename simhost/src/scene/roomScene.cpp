@@ -6,13 +6,14 @@ namespace tavrix {
 namespace {
 
 uint8_t toByte(float value) {
-  return static_cast<uint8_t>(std::clamp(value, 0.0f, 1.0f) * 255 + 0.5f);
+  const float rounded = std::clamp(value, 0.0F, 1.0F) * 255 + 0.5F;
+  return static_cast<uint8_t>(rounded);
 }
 
 void writeDepths(const RowTracer& tracer, uint16_t* depths) {
   const std::vector<int32_t>& surfaces = tracer.surfaces();
   for (size_t x = 0; x < surfaces.size(); ++x) {
-    const float depth = std::clamp(tracer.depths()[x], 0.0f, 65535.0f) + 0.5f;
+    const float depth = std::clamp(tracer.depths()[x], 0.0F, 65535.0F) + 0.5F;
     depths[x] = surfaces[x] == Surface::window ? uint16_t{0} : static_cast<uint16_t>(depth);
   }
 }
@@ -41,9 +42,9 @@ class RoomScene final : public Scene {
     for (uint32_t y = 0; y < view.lens.height; ++y) {
       tracer.trace(y);
       const size_t row = static_cast<size_t>(y) * width;
-      if (picture.depth) writeDepths(tracer, picture.depth + row);
-      if (picture.brightness) writeBrightness(room, tracer, width, picture.brightness + row);
-      if (picture.colour) writeColours(room, tracer, width, picture.colour + row * 3);
+      if (picture.depth != nullptr) writeDepths(tracer, picture.depth + row);
+      if (picture.brightness != nullptr) writeBrightness(room, tracer, width, picture.brightness + row);
+      if (picture.colour != nullptr) writeColours(room, tracer, width, picture.colour + row * 3);
     }
   }
 };

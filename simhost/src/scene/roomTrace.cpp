@@ -7,12 +7,17 @@
 namespace tavrix {
 namespace {
 
-constexpr float kBeyond = 1e9f;  // deeper than anything
+constexpr float kBeyond = 1e9F;  // deeper than anything
 
 /** Keeps a divisor away from 0, so that the quotient is a number. */
 inline float safe(float value) {
-  const float small = value < 0 ? -1e-6f : 1e-6f;
-  return std::abs(value) < 1e-6f ? small : value;
+  const float small = value < 0 ? -1e-6F : 1e-6F;
+  return std::abs(value) < 1e-6F ? small : value;
+}
+
+/** Whether both are true, without the branch that would keep a loop from becoming vectors. */
+inline bool both(bool a, bool b) {
+  return (static_cast<unsigned>(a) & static_cast<unsigned>(b)) != 0;
 }
 
 /** Radius of a ball about the centre that holds a body. */
@@ -33,10 +38,10 @@ struct Interval {
 
 /** Pixels on which something from `low` to `high` off the axis, `near` to `far` away, can appear. */
 Interval project(float low, float high, float near, float far, float focal, float centre, uint32_t size) {
-  const float limit = static_cast<float>(size);
+  const auto limit = static_cast<float>(size);
   const float first = centre + focal * low / (low < 0 ? near : far) - 1;
   const float last = centre + focal * high / (high < 0 ? far : near) + 2;
-  return {static_cast<uint32_t>(std::clamp(first, 0.0f, limit)), static_cast<uint32_t>(std::clamp(last, 0.0f, limit))};
+  return {static_cast<uint32_t>(std::clamp(first, 0.0F, limit)), static_cast<uint32_t>(std::clamp(last, 0.0F, limit))};
 }
 
 }  // namespace
@@ -161,9 +166,9 @@ void RowTracer::traceBox(const Target& target) {
     enter = enter < topDepth ? topDepth : enter;
     float leave = lastX < lastZ ? lastX : lastZ;
     leave = leave < bottomDepth ? leave : bottomDepth;
-    const bool hits = (enter < leave) & (enter > 0) & (enter < depths[x]);
-    depths[x] = hits ? enter : depths[x];
-    surfaces[x] = hits ? surface : surfaces[x];
+    const bool isNearest = both(both(enter<leave, enter> 0), enter < depths[x]);
+    depths[x] = isNearest ? enter : depths[x];
+    surfaces[x] = isNearest ? surface : surfaces[x];
   }
 }
 
@@ -185,9 +190,9 @@ void RowTracer::traceSphere(const Target& target) {
     const float along = directionX[x] * place.x + directionZ[x] * place.z + alongY;
     const float discriminant = along * along - square * power;
     const float depth = (along - std::sqrt(discriminant < 0 ? 0 : discriminant)) / square;
-    const bool hits = (discriminant > 0) & (depth > 0) & (depth < depths[x]);
-    depths[x] = hits ? depth : depths[x];
-    surfaces[x] = hits ? surface : surfaces[x];
+    const bool isNearest = both(both(discriminant > 0, depth > 0), depth < depths[x]);
+    depths[x] = isNearest ? depth : depths[x];
+    surfaces[x] = isNearest ? surface : surfaces[x];
   }
 }
 
@@ -216,12 +221,11 @@ void RowTracer::traceCylinder(const Target& target) {
     const float sideDepth = (along - root) / square;
     const float backDepth = (along + root) / square;
     const float y = sideDepth * directionY;
-    const bool hitsSide = (y > top) & (y < bottom);
-    const bool hitsLid = (lidDepth > sideDepth) & (lidDepth < backDepth);
-    const float depth = hitsSide ? sideDepth : lidDepth;
-    const bool hits = (discriminant > 0) & (hitsSide | hitsLid) & (depth > 0) & (depth < depths[x]);
-    depths[x] = hits ? depth : depths[x];
-    surfaces[x] = hits ? surface : surfaces[x];
+    const float throughLid = both(lidDepth > sideDepth, lidDepth < backDepth) ? lidDepth : kBeyond;
+    const float depth = both(y > top, y < bottom) ? sideDepth : throughLid;
+    const bool isNearest = both(both(discriminant > 0, depth > 0), depth < depths[x]);
+    depths[x] = isNearest ? depth : depths[x];
+    surfaces[x] = isNearest ? surface : surfaces[x];
   }
 }
 

@@ -94,7 +94,7 @@ uint32_t speckleShape(uint32_t pixels, uint32_t seed) {
   uint32_t y = kSide / 2;
   uint32_t shape = 0;
   for (uint32_t step = 0; step < pixels; ++step) {  // a walk: each pixel is beside the one before
-    shape |= 1u << (y * kSide + x);
+    shape |= 1U << (y * kSide + x);
     const uint32_t way = hash(step, seed, kSpeckleShape) & 3;
     if (way == 0 && x + 1 < kSide) ++x;
     if (way == 1 && x > 0) --x;
@@ -151,7 +151,7 @@ void addSensorNoise(uint16_t* raw, uint32_t width, uint32_t height, uint32_t fra
   if (width == 0 || height == 0) return;
   const Image image{raw, width, height};
   for (uint32_t y = 0; y < height; ++y) {
-    uint16_t* row = &image.at(0, y);
+    uint16_t* row = raw + static_cast<size_t>(y) * width;
     if (noise.isStereo) {
       clearHidden(row, width, noise.subPixelBits);
     } else {
