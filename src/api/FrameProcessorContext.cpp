@@ -1,8 +1,10 @@
 #include "api/FrameProcessorContext.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "api/HostErrorSlot.h"
 #include "api/commonTypes.h"
-#include "device/chainCatalogue.h"
 #include "privfilter/FilterFactory.h"
 #include "processor/FrameProcessor.h"
 
@@ -37,19 +39,20 @@ bool FrameProcessorContext::registerDeviceHandle(vy_device_t* device, vy_error**
     return false;
   }
 
-  for (const SensorChain& chain : deviceInfoConfig::findFamilyChains(vid, pid)) {
-    chains_[static_cast<VYSensorType>(chain.sensorType)] = deviceInfoConfig::makeChain(chain);
-  }
+  chains_ = deviceInfoConfig::findFamilyChains(vid, pid);
   return true;
 }
 
 std::shared_ptr<IFrameProcessor> FrameProcessorContext::createFrameProcessor(VYSensorType type) {
-  const auto chain = chains_.find(type);
-  if (chain == chains_.end() || chain->second.empty()) return {};
   const int sensor = static_cast<int>(type);
   if (sensor < kLowestSensor || sensor > kHighestSensor) return {};
+  const SensorChain* const chain = std::find_if(
+      chains_.begin(), chains_.end(), [sensor](const SensorChain& each) { return each.sensorType == sensor; });
+  if (chain == chains_.end()) return {};
 
-  if (sensor == kDepthSensor) return std::make_shared<DepthFrameProcessor>(deviceInfo_, chain->second);
+  // Records are made for the processor that keeps them; what the context holds is the constant table.
+  std::vector<FilterConfig> records = deviceInfoConfig::makeChain(*chain);
+  if (sensor == kDepthSensor) return std::make_shared<DepthFrameProcessor>(deviceInfo_, std::move(records));
   if (((kBasicSensors >> (sensor - 1)) & 1U) == 0) return {};
-  return std::make_shared<BasicFrameProcessor>(deviceInfo_, chain->second);
+  return std::make_shared<BasicFrameProcessor>(deviceInfo_, std::move(records));
 }

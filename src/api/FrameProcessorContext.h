@@ -3,11 +3,9 @@
 
 #include <TavrixSDK.h>
 
-#include <map>
 #include <memory>
-#include <vector>
 
-#include "processor/FilterConfig.h"
+#include "device/chainCatalogue.h"
 
 class FilterFactory;
 class IFrameProcessor;
@@ -35,7 +33,7 @@ class FrameProcessorContext {
 
  private:
   vy_device_info_t* deviceInfo_ = nullptr;
-  std::map<VYSensorType, std::vector<FilterConfig>> chains_;
+  TableView<SensorChain> chains_;                 ///< of the camera's family; the tables are constant
   std::shared_ptr<FilterFactory> filterFactory_;  ///< keeps the registry, and so every private filter, alive
 };
 

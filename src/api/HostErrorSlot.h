@@ -5,6 +5,12 @@
 
 #include <utility>
 
+#if defined(__GNUC__)
+#define VY_RARELY_RUN __attribute__((noinline, cold))
+#else
+#define VY_RARELY_RUN
+#endif
+
 /**
  * A local slot for host calls whose errors end here: what is in it is deleted when the slot is cleared or goes out of
  * scope. Every place that absorbs host errors uses this type.
@@ -17,7 +23,9 @@ class HostErrorSlot {
   HostErrorSlot() = default;
   HostErrorSlot(const HostErrorSlot&) = delete;
   HostErrorSlot& operator=(const HostErrorSlot&) = delete;
-  ~HostErrorSlot() { clear(); }
+  ~HostErrorSlot() {
+    if (error_ != nullptr || known_ != nullptr) clear();
+  }
 
   /// Deletes an error object; null does nothing.
   static void discard(vy_error* error) {
@@ -56,7 +64,7 @@ class HostErrorSlot {
   }
 
   /// Deletes whatever the slot holds and empties it.
-  void clear() { discard(release()); }
+  VY_RARELY_RUN void clear() { discard(release()); }
 
  private:
   class OverwriteGuard {
@@ -70,8 +78,13 @@ class HostErrorSlot {
     HostErrorSlot& slot_;
   };
 
+  // Runs after every host call of a frame: no more than a comparison there.
   void dropOverwritten() {
-    if (error_ == known_) return;
+    if (error_ != known_) replaceKnown();
+  }
+
+  /// Out of line, as errors are rare: the functions that call the host stay short.
+  VY_RARELY_RUN void replaceKnown() {
     discard(known_);
     known_ = error_;
   }

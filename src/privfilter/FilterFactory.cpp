@@ -7,7 +7,6 @@
 
 #include "api/HostErrorSlot.h"
 #include "d2c/HardwareD2CProcessor.h"
-#include "privfilter/NameCopy.h"
 #include "privfilter/OpenNID2DProcessor.h"
 
 std::weak_ptr<FilterFactory> FilterFactory::instanceWeakPtr_;
@@ -41,11 +40,30 @@ const KnownFilter* findKnown(int index) {
 std::shared_ptr<FilterFactory> FilterFactory::getInstance() {
   const std::lock_guard<std::mutex> lock(instanceMutex_);
   std::shared_ptr<FilterFactory> instance = instanceWeakPtr_.lock();
-  if (instance == nullptr) {
-    instance = std::make_shared<FilterFactory>();
-    instanceWeakPtr_ = instance;
-  }
+  if (instance == nullptr) instance = makeInstance();
   return instance;
+}
+
+/// Requires the lock of getInstance(), which it is apart from to keep that one short.
+VY_RARELY_RUN std::shared_ptr<FilterFactory> FilterFactory::makeInstance() {
+  auto instance = std::make_shared<FilterFactory>();
+  instanceWeakPtr_ = instance;
+  return instance;
+}
+
+/// Every filter is asked its name, in order, whatever its handle. Once asked, the two handles are the cheaper thing to
+/// compare; both must agree.
+inline const FilterFactory::RegisteredFilter* FilterFactory::findNamed(const vy_filter_t* handle,
+                                                                       std::string_view name) const {
+  HostErrorSlot ignored;
+  return privateFilters_.find([name, &ignored, handle](const RegisteredFilter& registered) {
+    const char* const filterName = registered.filter->get_filter_name(ignored.out());
+    if (ignored.isSet()) {
+      ignored.clear();
+      return false;
+    }
+    return registered.handle == handle && filterName != nullptr && name == filterName;
+  });
 }
 
 std::int32_t FilterFactory::getFilterCount() const {
@@ -76,16 +94,26 @@ std::shared_ptr<IPrivFilter> FilterFactory::createFilter(const char* name) {
   return filter;
 }
 
-std::shared_ptr<IPrivFilter> FilterFactory::getPrivateFilter(const vy_filter_t* handle, vy_error** error) const {
-  const char* const reported = vy_filter_get_name(handle, error);
-  if (*error != nullptr || reported == nullptr) return {};
-  const NameCopy name(reported);
+// The host's text need not outlive the next host call, and the walk is one call after the other: the name is copied.
+// Only one too long for any filter of the host takes memory from the heap.
 
-  // The name is asked of every filter, in order, before its handle is looked at.
-  const RegisteredFilter* const found = privateFilters_.find([&name, handle](const RegisteredFilter& registered) {
-    HostErrorSlot ignored;
-    const char* const filterName = registered.filter->get_filter_name(ignored.out());
-    return !ignored.isSet() && filterName != nullptr && name == filterName && registered.handle == handle;
-  });
+const FilterFactory::RegisteredFilter* FilterFactory::findRegistered(const vy_filter_t* handle,
+                                                                     vy_error** error) const {
+  const char* const reported = vy_filter_get_name(handle, error);
+  if (*error != nullptr || reported == nullptr) return nullptr;
+  char copy[64];
+  const std::size_t length = std::strlen(reported);
+  if (length > sizeof copy) return findLongNamed(handle, reported);
+  std::memcpy(copy, reported, length);
+  return findNamed(handle, {copy, length});
+}
+
+VY_RARELY_RUN const FilterFactory::RegisteredFilter* FilterFactory::findLongNamed(const vy_filter_t* handle,
+                                                                                  const std::string& name) const {
+  return findNamed(handle, name);
+}
+
+std::shared_ptr<IPrivFilter> FilterFactory::getPrivateFilter(const vy_filter_t* handle, vy_error** error) const {
+  const RegisteredFilter* const found = findRegistered(handle, error);
   return found != nullptr ? found->filter : nullptr;
 }

@@ -8,6 +8,8 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <string>
+#include <string_view>
 
 #include "privfilter/AppendOnlyList.h"
 #include "privfilter/IPrivFilter.h"
@@ -56,7 +58,10 @@ class FilterFactory {
   void setPrivateFilterConfigValue(const vy_filter_t* handle, const char* name, double value, vy_error** error) const;
   void resetPrivateFilter(const vy_filter_t* handle, vy_error** error) const;
   void enablePrivateFilter(const vy_filter_t* handle, bool enable, vy_error** error) const;
-  bool isPrivateFilterEnabled(const vy_filter_t* handle, vy_error** error) const;
+  bool isPrivateFilterEnabled(const vy_filter_t* handle, vy_error** error) const {
+    IPrivFilter* const filter = findFilter(handle, error);  // asked for every frame, enabled or not: in line
+    return filter != nullptr && filter->is_filter_enabled(error);
+  }
   vy_frame_t* privateFilterProcess(const vy_filter_t* handle, const vy_frame_t* frame, vy_error** error) const;
   /// Reports "failed to convert hardware d2c processor" for a filter of another class.
   void setHardwareD2CParams(const vy_filter_t* handle, VYCameraIntrinsic intrinsic, std::uint8_t reservedByte,
@@ -82,6 +87,19 @@ class FilterFactory {
     FilterOwner filter;
     vy_filter_t* handle;
   };
+
+  static std::shared_ptr<FilterFactory> makeInstance();
+
+  /// The entry behind a handle, under the rules of getPrivateFilter(); null if there is none. Entries last as long as
+  /// the registry, so that who owns the registry needs no owner of the filter.
+  const RegisteredFilter* findRegistered(const vy_filter_t* handle, vy_error** error) const;
+  const RegisteredFilter* findNamed(const vy_filter_t* handle, std::string_view name) const;
+  const RegisteredFilter* findLongNamed(const vy_filter_t* handle, const std::string& name) const;
+  /// Its filter, or null.
+  IPrivFilter* findFilter(const vy_filter_t* handle, vy_error** error) const {
+    const RegisteredFilter* const found = findRegistered(handle, error);
+    return found != nullptr ? found->filter.get() : nullptr;
+  }
 
   FilterOwner findListOwner(const SchemaList* list) const;
 

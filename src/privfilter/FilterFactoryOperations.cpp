@@ -8,7 +8,7 @@
 
 const char* FilterFactory::getPrivateFilterName(const vy_filter_t* handle, vy_error** error) const {
   const vy_error* const former = *error;
-  const FilterOwner filter = getPrivateFilter(handle, error);
+  IPrivFilter* const filter = findFilter(handle, error);
   if (filter != nullptr) return filter->get_name();
   if (*error != former) HostErrorSlot::discard(*error);  // the lookup's own error is written over
   reportInvalidArgument(error, "failed to get filter name", __func__);
@@ -17,39 +17,34 @@ const char* FilterFactory::getPrivateFilterName(const vy_filter_t* handle, vy_er
 
 void FilterFactory::updatePrivateFilterConfig(const vy_filter_t* handle, std::uint8_t argc, const char** argv,
                                               vy_error** error) const {
-  const FilterOwner filter = getPrivateFilter(handle, error);
+  IPrivFilter* const filter = findFilter(handle, error);
   if (filter != nullptr) filter->update_filter_config(argc, argv, error);
 }
 
 double FilterFactory::getPrivateFilterConfigValue(const vy_filter_t* handle, const char* name, vy_error** error) const {
-  const FilterOwner filter = getPrivateFilter(handle, error);
+  IPrivFilter* const filter = findFilter(handle, error);
   return filter != nullptr ? filter->get_config_value(name, error) : 0.0;
 }
 
 void FilterFactory::setPrivateFilterConfigValue(const vy_filter_t* handle, const char* name, double value,
                                                 vy_error** error) const {
-  const FilterOwner filter = getPrivateFilter(handle, error);
+  IPrivFilter* const filter = findFilter(handle, error);
   if (filter != nullptr) filter->set_config_value(name, value, error);
 }
 
 void FilterFactory::resetPrivateFilter(const vy_filter_t* handle, vy_error** error) const {
-  const FilterOwner filter = getPrivateFilter(handle, error);
+  IPrivFilter* const filter = findFilter(handle, error);
   if (filter != nullptr) filter->reset_filter(error);
 }
 
 void FilterFactory::enablePrivateFilter(const vy_filter_t* handle, bool enable, vy_error** error) const {
-  const FilterOwner filter = getPrivateFilter(handle, error);
+  IPrivFilter* const filter = findFilter(handle, error);
   if (filter != nullptr) filter->enable_filter(enable, error);
-}
-
-bool FilterFactory::isPrivateFilterEnabled(const vy_filter_t* handle, vy_error** error) const {
-  const FilterOwner filter = getPrivateFilter(handle, error);
-  return filter != nullptr && filter->is_filter_enabled(error);
 }
 
 vy_frame_t* FilterFactory::privateFilterProcess(const vy_filter_t* handle, const vy_frame_t* frame,
                                                 vy_error** error) const {
-  const FilterOwner filter = getPrivateFilter(handle, error);
+  IPrivFilter* const filter = findFilter(handle, error);
   return filter != nullptr ? filter->filter_process(frame, error) : nullptr;
 }
 
@@ -57,9 +52,9 @@ void FilterFactory::setHardwareD2CParams(const vy_filter_t* handle, VYCameraIntr
                                          std::uint8_t reservedByte, float scale, std::int16_t padLeft,
                                          std::int16_t padTop, std::int16_t padRight, std::int16_t padBottom,
                                          bool applyScale, bool reservedFlag, vy_error** error) const {
-  const FilterOwner filter = getPrivateFilter(handle, error);
+  IPrivFilter* const filter = findFilter(handle, error);
   if (filter == nullptr) return;
-  auto* const processor = dynamic_cast<HardwareD2CProcessor*>(filter.get());
+  auto* const processor = dynamic_cast<HardwareD2CProcessor*>(filter);
   if (processor == nullptr) {
     reportInvalidArgument(error, "failed to convert hardware d2c processor", __func__);
     return;

@@ -13,7 +13,7 @@
  */
 class ChainLink {
  public:
-  ChainLink(vy_filter_t* filter, FilterConfig config) noexcept : filter_(filter), config_(std::move(config)) {}
+  ChainLink(vy_filter_t* filter, FilterConfig&& config) noexcept : filter_(filter), config_(std::move(config)) {}
   ChainLink(ChainLink&& other) noexcept
       : filter_(other.filter_), config_(std::move(other.config_)), owned_(std::exchange(other.owned_, false)) {}
   ChainLink& operator=(ChainLink&&) = delete;

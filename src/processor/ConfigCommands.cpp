@@ -1,28 +1,20 @@
 // Configuration commands: one value per line of the processor's own schema text.
+#include <algorithm>
+#include <charconv>
 #include <cstdlib>
+#include <memory>
 
 #include "processor/FrameProcessor.h"
 #include "processor/SchemaList.h"
 
 namespace {
 
-/// The first column of a schema line.
-struct SettingKey {
-  std::string filterName;
-  std::uint8_t item;
-};
-
-/// The keys of a schema text in the order of its lines. Throws what std::stoi throws for an index that is none.
-std::vector<SettingKey> parseKeys(const std::string& schema) {
-  std::vector<SettingKey> keys;
-  const std::string lines = schema.substr(0, schema.rfind('\n'));
-  for (const std::string& line : BasicFrameProcessor::splitString(lines, '\n')) {
-    const std::string firstColumn = BasicFrameProcessor::splitString(line, ',').front();
-    const std::vector<std::string> pieces = BasicFrameProcessor::splitString(firstColumn, '#');
-    if (pieces.size() < 2) continue;  // an empty schema, or a description that holds a line feed
-    keys.push_back({pieces[0], static_cast<std::uint8_t>(std::stoi(pieces[1]) & 0xFF)});
-  }
-  return keys;
+/// The number at the start of a text, up to the next "#"; throws what std::stoi throws when there is none.
+int readIndex(std::string_view text) {
+  int number = 0;
+  const auto [end, status] = std::from_chars(text.data(), text.data() + text.size(), number);
+  const bool isPlain = status == std::errc() && end == text.data() + text.size();
+  return isPlain ? number : std::stoi(std::string(text.substr(0, text.find('#'))));
 }
 
 void setItem(vy_filter_t* filter, const FilterConfig& config, std::uint8_t index, const char* value, vy_error** error) {
@@ -37,8 +29,35 @@ void setItem(vy_filter_t* filter, const FilterConfig& config, std::uint8_t index
 
 }  // namespace
 
+/// The keys of a schema text in the order of its lines. Throws what std::stoi throws for an index that is none.
+std::vector<BasicFrameProcessor::SettingKey> BasicFrameProcessor::parseKeys(std::string_view schema) {
+  std::vector<SettingKey> keys;
+  constexpr std::size_t kOrdinaryCount = 16;
+  keys.reserve(kOrdinaryCount);
+  for (std::size_t begin = 0; begin < schema.size();) {
+    const std::size_t end = std::min(schema.find('\n', begin), schema.size());
+    const std::string_view line = schema.substr(begin, end - begin);
+    begin = end + 1;
+    const std::string_view column = line.substr(0, line.find(','));
+    const std::size_t hash = column.find('#');
+    if (hash == std::string_view::npos) continue;  // a description that holds a line feed
+    const int index = readIndex(column.substr(hash + 1));
+    keys.push_back({column.substr(0, hash), static_cast<std::uint8_t>(index & 0xFF)});
+  }
+  return keys;
+}
+
+/// The keys of the processor's own schema text, read by the first command: most processors never get one. Commands that
+/// come at once on several threads may each read them; one of the results stays.
+const std::vector<BasicFrameProcessor::SettingKey>& BasicFrameProcessor::keys() {
+  const std::vector<SettingKey>* known = keys_.load(std::memory_order_acquire);
+  if (known != nullptr) return *known;
+  auto fresh = std::make_unique<const std::vector<SettingKey>>(parseKeys(configSchema_));
+  return keys_.compare_exchange_strong(known, fresh.get(), std::memory_order_acq_rel) ? *fresh.release() : *known;
+}
+
 void BasicFrameProcessor::updateConfig(std::uint8_t /*argc*/, const char** argv, vy_error** error) {
-  for (const SettingKey& key : parseKeys(configSchema_)) {
+  for (const SettingKey& key : keys()) {
     const char* const value = *argv++;
     const auto [filter, config] = getFilter(key.filterName);
     if (filter == nullptr) continue;

@@ -1,5 +1,8 @@
 // The schema text: what of a filter's configuration a processor publishes.
+#include <charconv>
 #include <climits>
+#include <clocale>
+#include <cmath>
 #include <cstdio>
 #include <iterator>
 
@@ -30,55 +33,88 @@ std::string printFixed(double value) {
   return {text, static_cast<std::size_t>(length)};
 }
 
-std::string key(const std::string& filterName, std::uint8_t item) {
-  return filterName + "#" + std::to_string(item);
+void appendInteger(std::string& text, int number) {
+  char digits[12];
+  text.append(digits, std::to_chars(std::begin(digits), std::end(digits), number).ptr);
 }
 
-std::string switchLine(const std::string& filterName, const FilterConfig& config) {
+/// Appends convertConfigValueString(printFixed(number), type).
+void appendNumber(std::string& text, double number, VYFilterConfigValueType type) {
+  // Most published numbers are whole ones: these need not take the way over two texts.
+  constexpr double kEveryFloatIsExact = 1 << 24;
+  const bool isSmall = number > -kEveryFloatIsExact && number < kEveryFloatIsExact;
+  const bool isWhole = isSmall && static_cast<double>(static_cast<int>(number)) == number;
+  if (isWhole && static_cast<int>(type) == kInteger) {
+    appendInteger(text, static_cast<int>(number));
+  } else if (isWhole && static_cast<int>(type) == kFloat && !std::signbit(number)) {
+    appendInteger(text, static_cast<int>(number));
+    text.append(std::localeconv()->decimal_point).append("000000");
+  } else {
+    text += BasicFrameProcessor::convertConfigValueString(printFixed(number), type);
+  }
+}
+
+void appendKey(std::string& text, const std::string& filterName, std::uint8_t item) {
+  text.append(filterName).append("#");
+  appendInteger(text, item);
+}
+
+void appendSwitchLine(std::string& lines, const std::string& filterName, const FilterConfig& config) {
+  static_assert(FilterConfig::kSwitchItem == 255, "the lines say so");
   // The record's initial state, not the live one.
-  const char* const state = config.enabled == 1 ? "1" : "0";
-  return key(filterName, FilterConfig::kSwitchItem) + ", boolean, 0, 1, 1, " + state + ", " + filterName +
-         " enable switch\n";
+  lines.append(filterName).append(config.enabled == 1 ? "#255, boolean, 0, 1, 1, 1, " : "#255, boolean, 0, 1, 1, 0, ");
+  lines.append(filterName).append(" enable switch\n");
 }
 
-/// The line of one item; empty when the filter fails to tell about it.
-std::string itemLine(const std::string& filterName, vy_filter_t* filter, const FilterConfig& config,
-                     const vy_filter_config_schema_list_t* list, std::uint8_t index) {
+/// Appends the line of one item, or nothing when the filter fails to tell about it.
+void appendItemLine(std::string& lines, const std::string& filterName, vy_filter_t* filter, const FilterConfig& config,
+                    const vy_filter_config_schema_list_t* list, std::uint8_t index) {
   HostErrorSlot slot;
   const VYFilterConfigSchemaItem item = slot.call(config.config_schema_list_get_item, list, index);
-  if (slot.isSet()) return {};
+  if (slot.isSet()) return;
   const char* const itemName = item.name;
   const double value = slot.call(config.get_config_value, filter, itemName);
-  if (slot.isSet()) return {};
+  if (slot.isSet()) return;
 
   const VYFilterConfigValueType type = item.type;
-  std::string line = key(filterName, index) + ", " + typeName(type);
+  appendKey(lines, filterName, index);
+  lines.append(", ").append(typeName(type));
   for (const double number : {item.min, item.max, item.step, value}) {
-    line += ", " + BasicFrameProcessor::convertConfigValueString(printFixed(number), type);
+    lines.append(", ");
+    appendNumber(lines, number, type);
   }
   const char* const description = item.desc;
-  return line + ", " + (description != nullptr ? description : "") + "\n";
+  lines.append(", ").append(description != nullptr ? description : "").append("\n");
 }
 
 }  // namespace
 
 std::string BasicFrameProcessor::generateFilterConfigSchemaCsv(vy_filter_t* filter, const FilterConfig& config) {
   std::string lines;
-  if (filter == nullptr || config.exposedItems.empty()) return lines;
+  appendFilterConfigSchemaCsv(filter, config, lines);
+  return lines;
+}
+
+void BasicFrameProcessor::appendFilterConfigSchemaCsv(vy_filter_t* filter, const FilterConfig& config,
+                                                      std::string& lines) {
+  if (filter == nullptr || config.exposedItems.empty()) return;
 
   HostErrorSlot listSlot;
   const SchemaList list(filter, config, listSlot.out());
-  if (listSlot.isSet()) return lines;
+  if (listSlot.isSet()) return;
 
+  std::string name;
   for (const std::uint8_t index : config.exposedItems) {
     HostErrorSlot nameSlot;
     const char* const reported = nameSlot.call(config.get_name, filter);
     if (nameSlot.isSet() || reported == nullptr) continue;
-    const std::string name = reported;  // the host's text may not outlive the next call
-    lines += index == FilterConfig::kSwitchItem ? switchLine(name, config)
-                                                : itemLine(name, filter, config, list.get(), index);
+    name = reported;  // the host's text may not outlive the next call
+    if (index == FilterConfig::kSwitchItem) {
+      appendSwitchLine(lines, name, config);
+    } else {
+      appendItemLine(lines, name, filter, config, list.get(), index);
+    }
   }
-  return lines;
 }
 
 std::string BasicFrameProcessor::convertConfigValueString(const std::string& value, VYFilterConfigValueType type) {

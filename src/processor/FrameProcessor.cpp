@@ -28,39 +28,43 @@ void configure(const ChainLink& link, HostErrorSlot& slot) {
 BasicFrameProcessor::BasicFrameProcessor(vy_device_info_t* /*deviceInfo*/, std::vector<FilterConfig> configs) {
   registerFunctionPtrs(configs);
   filters_.reserve(configs.size());
+  constexpr std::size_t kOrdinarySchema = 512;
+  configSchema_.reserve(kOrdinarySchema);
   for (FilterConfig& config : configs) addFilter(std::move(config));
 }
 
 BasicFrameProcessor::~BasicFrameProcessor() {
   for (ChainLink& link : filters_) link.destroyFilter();
+  delete keys_.load(std::memory_order_relaxed);
 }
 
 /// Appends one filter to the chain and its lines to the schema, or leaves no trace of it.
-void BasicFrameProcessor::addFilter(FilterConfig config) {
+void BasicFrameProcessor::addFilter(FilterConfig&& config) {
   HostErrorSlot slot;
   const auto create = isPrivateHostFilter(config.name) ? config.create_private_filter : config.create_filter;
   vy_filter_t* const filter = slot.call(create, config.name.c_str());
   // What a host hands out together with an error is not ours to delete.
   if (slot.isSet()) return;
 
-  ChainLink link(filter, std::move(config));
+  // Into its place at once: the record is too big to be moved about, and the chain has room for all of them.
+  ChainLink& link = filters_.emplace_back(filter, std::move(config));
   if (!link.config().initialArgs.empty()) configure(link, slot);
   if (!slot.isSet()) slot.call(link.config().enable, filter, link.config().enabled == 1);
   if (slot.isSet()) {
     link.destroyFilter(slot);
+    filters_.pop_back();
     return;
   }
 
   // After the initial configuration: the schema text tells the values in force.
-  configSchema_ += generateFilterConfigSchemaCsv(filter, link.config());
-  filters_.push_back(std::move(link));
+  appendFilterConfigSchemaCsv(filter, link.config(), configSchema_);
 }
 
 const char* BasicFrameProcessor::getConfigSchema(vy_error** /*error*/) {
   return configSchema_.c_str();
 }
 
-std::pair<vy_filter_t*, const FilterConfig&> BasicFrameProcessor::getFilter(const std::string& name) const {
+std::pair<vy_filter_t*, const FilterConfig&> BasicFrameProcessor::getFilter(std::string_view name) const {
   static const FilterConfig kBlank;
   for (const ChainLink& link : filters_) {
     HostErrorSlot slot;

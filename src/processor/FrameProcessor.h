@@ -3,8 +3,10 @@
 
 #include <TavrixSDK.h>
 
+#include <atomic>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -45,7 +47,7 @@ class BasicFrameProcessor : public IFrameProcessor {
   static void registerFunctionPtrs(std::vector<FilterConfig>& configs);
 
   /// The first filter of the chain that reports this name, with its record; a null filter with a blank record if none.
-  std::pair<vy_filter_t*, const FilterConfig&> getFilter(const std::string& name) const;
+  std::pair<vy_filter_t*, const FilterConfig&> getFilter(std::string_view name) const;
 
   /// The schema lines of one filter; what fails on the way is left out silently.
   static std::string generateFilterConfigSchemaCsv(vy_filter_t* filter, const FilterConfig& config);
@@ -60,10 +62,20 @@ class BasicFrameProcessor : public IFrameProcessor {
   const std::vector<ChainLink>& filters() const { return filters_; }
 
  private:
-  void addFilter(FilterConfig config);
+  /// The first column of a schema line. The name lies in the schema text.
+  struct SettingKey {
+    std::string_view filterName;
+    std::uint8_t item;
+  };
+
+  static void appendFilterConfigSchemaCsv(vy_filter_t* filter, const FilterConfig& config, std::string& lines);
+  static std::vector<SettingKey> parseKeys(std::string_view schema);
+  const std::vector<SettingKey>& keys();
+  void addFilter(FilterConfig&& config);
 
   std::vector<ChainLink> filters_;
   std::string configSchema_;
+  std::atomic<const std::vector<SettingKey>*> keys_{nullptr};  ///< owned; null until they are asked for
 };
 
 /// The depth sensor's processor, which also hands hardware D2C parameters to the private filters of its chain.
