@@ -1,0 +1,40 @@
+# shellcheck shell=bash
+# What scripts/bench and scripts/check-cost share, beyond scripts/lib/project.sh, which is sourced before this file.
+
+# shellcheck disable=SC2034 # used by the scripts that source this file
+bench_packages=(libbenchmark-dev valgrind python3)
+
+# Builds the benchmarks in build/bench: the release preset, by GCC, and none of the tests.
+build_bench() {
+  local quiet=()
+  say "building in build/bench"
+  [ -t 1 ] || quiet=(--quiet)
+  (
+    cd "$project_dir" || exit
+    if command -v ccache >/dev/null; then export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache; fi
+    logged configure-bench cmake --preset bench
+    cmake --build --preset bench --parallel "$(nproc)" -- "${quiet[@]}"
+  )
+}
+
+# Counts instructions and allocations of all cases into a folder: counts, and the dumps of callgrind.
+#   count_costs FOLDER
+count_costs() {
+  local folder=$1
+  say "counting instructions and allocations"
+  # Counts must not depend on the machine: nothing of the environment lies on the stack, symbols are bound before, and
+  # the C library's text functions are those that every x86-64 processor runs.
+  (
+    cd "$project_dir/build/bench/bin" || exit
+    env -i PATH="$PATH" LD_BIND_NOW=1 GLIBC_TUNABLES=glibc.cpu.hwcaps=-AVX2,-AVX512VL,-SSE4_2 \
+      valgrind --tool=callgrind --collect-atstart=no --callgrind-out-file="$folder/callgrind.out" \
+      ./vyfp_bench --count >"$folder/counts" 2>"$folder/valgrind.log"
+  ) || {
+    cat "$folder/valgrind.log" >&2
+    fail "the benchmarks did not run under callgrind"
+  }
+}
+
+bench_report() {
+  python3 "$project_dir/bench/report.py" "$@"
+}
