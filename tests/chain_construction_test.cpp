@@ -110,6 +110,7 @@ TEST_F(ChainConstructionTest, AFilterThatFailsIsLeftOutWithoutATrace) {
 
 // What comes together with an error is the host's: deleting it would be a guess.
 TEST_F(ChainConstructionTest, AHandleThatComesWithAnErrorIsLeftAlone) {
+  const LeakTolerance tolerance;
   failCall("vy_create_filter", 2, kWithResult);
   const Processor processor = build();
   EXPECT_EQ(lettersOf(processor), "NFR");

@@ -128,7 +128,7 @@ TEST_F(CommandsTest, TheFirstFilterOfANameGetsAllOfItsCommands) {
 }
 
 TEST_F(CommandsTest, AnEmptySchemaTakesNothing) {
-  for (const std::uint64_t nth : {1, 2, 3, 4}) failCall("vy_create_filter", nth);
+  for (const unsigned nth : {1U, 2U, 3U, 4U}) failCall("vy_create_filter", nth);
   processor_ = makeProcessor(vashti_.context, kDepth);
   vy_frame_processor_update_config(processor_.get(), 3, nullptr, NoFailure());
 }

@@ -232,7 +232,7 @@ TEST_F(FrameLoopTest, AFilterWithoutFrameOrErrorSetsTheSlotToNull) {
 }
 
 TEST_F(FrameLoopTest, AChainOfWhichNoFilterCouldBeMadeCopiesTheInput) {
-  for (const std::uint64_t nth : {1, 2, 3}) failCall("vy_create_filter", nth);
+  for (const unsigned nth : {1U, 2U, 3U}) failCall("vy_create_filter", nth);
   processor_ = makeProcessor(halden_.context, kColor);
   const Frame input = makeInput();
   const Outcome outcome = process(processor_, input);

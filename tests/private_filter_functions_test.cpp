@@ -65,6 +65,7 @@ TEST_F(PrivateFilterFunctionsTest, CreationReportsUnderItsOwnName) {
     }
     for (const char* name : {"DisparityTransform", "HardwareD2CProcessor"}) {
       for (const vysim_fault fault : {VYSIM_FAULT_ERROR, kNull, kWithResult}) {
+        const LeakTolerance tolerance;
         failCall("vy_create_private_filter", 1, fault);
         EXPECT_EQ(create(name, error), nullptr);
         EXPECT_EQ(error.take(), ownError("Create filter failed", function));
