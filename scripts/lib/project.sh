@@ -76,8 +76,14 @@ build_preset() {
   )
 }
 
-# Runs the tests of a built preset; the last lines are ctest's summary.
+# Runs the tests of a built preset. Shows what fails and, as the last lines, ctest's summary.
 test_preset() {
   say "running the tests of build/$1"
-  (cd "$project_dir" && ctest --preset "$1" --parallel "$(nproc)")
+  cd "$project_dir" || exit
+  local run=(ctest --preset "$1" --parallel "$(nproc)")
+  if [ -t 1 ]; then
+    "${run[@]}" --progress
+  else
+    "${run[@]}" | grep -vE '^ +Start +[0-9]+: | Passed +[0-9.]+ sec$'
+  fi
 }

@@ -1,0 +1,116 @@
+# What `cmake --install` puts where, by component, and the Debian packages that CPack makes of the components.
+#
+#   runtime         the library                                             libvy-frame-processor1
+#   development     headers, CMake package, pkg-config file, examples       libvy-frame-processor-dev
+#   tools           vycam                                                   vycam
+#   simulated_host  libTavrixSDK.so that works without hardware, headers    tavrix-sdk-simulated
+#
+# A build against a host SDK of one's own has the first two.
+include(CMakePackageConfigHelpers)
+
+set(cmake_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/VyFrameProcessor)
+set(generated_dir ${PROJECT_BINARY_DIR}/packaging)
+
+# ---- The library
+
+install(TARGETS vy_frame_processor EXPORT VyFrameProcessorTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development)
+
+# ---- What one needs to build against it
+
+install(FILES ${PROJECT_SOURCE_DIR}/include/vy_frame_processor.h ${PROJECT_SOURCE_DIR}/include/vy_private_filter.h
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
+
+install(EXPORT VyFrameProcessorTargets NAMESPACE VyFrameProcessor::
+  DESTINATION ${cmake_package_dir} COMPONENT development)
+configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/VyFrameProcessorConfig.cmake.in
+  ${generated_dir}/VyFrameProcessorConfig.cmake INSTALL_DESTINATION ${cmake_package_dir}
+  NO_CHECK_REQUIRED_COMPONENTS_MACRO)
+write_basic_package_version_file(${generated_dir}/VyFrameProcessorConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${generated_dir}/VyFrameProcessorConfig.cmake ${generated_dir}/VyFrameProcessorConfigVersion.cmake
+  ${PROJECT_SOURCE_DIR}/cmake/FindTavrixSDK.cmake
+  DESTINATION ${cmake_package_dir} COMPONENT development)
+
+# Paths relative to the file itself: the folder may be moved, or be the root of another machine.
+file(RELATIVE_PATH prefix_from_pkgconfig ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" prefix_from_pkgconfig ${prefix_from_pkgconfig})
+configure_file(${PROJECT_SOURCE_DIR}/cmake/vy_frame_processor.pc.in ${generated_dir}/vy_frame_processor.pc @ONLY)
+install(FILES ${generated_dir}/vy_frame_processor.pc
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+
+set(development_doc_dir ${CMAKE_INSTALL_DATAROOTDIR}/doc/libvy-frame-processor-dev)
+install(FILES ${PROJECT_SOURCE_DIR}/docs/integration.md DESTINATION ${development_doc_dir} COMPONENT development)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${development_doc_dir} COMPONENT development)
+
+# ---- What needs the simulated host
+
+set(components runtime development)
+if(TARGET tavrix_sdk)
+  list(APPEND components simulated_host)
+  install(TARGETS tavrix_sdk LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT simulated_host)
+  install(FILES ${PROJECT_SOURCE_DIR}/simhost/include/TavrixSDK.h ${PROJECT_SOURCE_DIR}/simhost/include/tavrix_sim.h
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT simulated_host)
+endif()
+if(TARGET vycam)
+  list(APPEND components tools)
+  set_target_properties(vycam PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+  install(TARGETS vycam RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+endif()
+
+# ---- Debian packages
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_COMPONENTS_ALL ${components})
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/packages)
+set(CPACK_PACKAGE_NAME vy-frame-processor)
+set(CPACK_PACKAGE_CONTACT "maintainers of vy_frame_processor")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each package has one of its own
+set(CPACK_STRIP_FILES ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SECTION libs)
+if(CMAKE_LIBRARY_ARCHITECTURE STREQUAL "arm-linux-gnueabihf")
+  set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE armhf) # CPack would take that of the machine it runs on
+endif()
+
+# Written by hand: what provides libTavrixSDK.so is the site's affair, so there is no package that dpkg-shlibdeps could
+# name for it; and it knows nothing of another architecture. scripts/check-packages holds the versions against what the
+# files ask for.
+set(language_depends "libgcc-s1 (>= 4.2), libstdc++6 (>= 11)")
+set(library_depends "libc6 (>= 2.32), ${language_depends}")
+set(same_version "(= ${PROJECT_VERSION})")
+
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libvy-frame-processor${PROJECT_VERSION_MAJOR})
+set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "Frame processing extension of the Tavrix SDK - library
+Turns the raw frames of a depth camera into frames an application can use.
+The host SDK (libTavrixSDK.so) comes from its maker, or is the simulated one.")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "${library_depends}")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS "tavrix-sdk-simulated")
+
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libvy-frame-processor-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Frame processing extension of the Tavrix SDK - development files
+Headers, CMake package, pkg-config file, the guide to integration and an example.")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${CPACK_DEBIAN_RUNTIME_PACKAGE_NAME} ${same_version}")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS "tavrix-sdk-simulated, pkg-config, cmake")
+
+set(CPACK_DEBIAN_SIMULATED_HOST_PACKAGE_NAME tavrix-sdk-simulated)
+set(CPACK_COMPONENT_SIMULATED_HOST_DESCRIPTION "Simulated Tavrix SDK - virtual depth cameras
+A libTavrixSDK.so that works without hardware, with its headers: cameras, filters,
+call records and fault injection for tests and debugging. Not for production.")
+set(CPACK_DEBIAN_SIMULATED_HOST_PACKAGE_DEPENDS "${library_depends}, libfmt9")
+
+set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME vycam)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
+set(CPACK_COMPONENT_TOOLS_DESCRIPTION "Runs the frame processing library on virtual depth cameras
+Lists camera families and their settings, sends frames through a filter chain and
+writes pictures and figures.")
+set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${CPACK_DEBIAN_RUNTIME_PACKAGE_NAME} ${same_version}, tavrix-sdk-simulated\
+ ${same_version}, libc6 (>= 2.34), ${language_depends}, libfmt9, libgd3, libpng16-16, libpugixml1v5")
+
+# Packages with a shared library have the loader's cache renewed.
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/debian/triggers)
+set(CPACK_DEBIAN_SIMULATED_HOST_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/debian/triggers)
+
+include(CPack)

@@ -1,0 +1,52 @@
+# shellcheck shell=bash
+# The build that packages are made of, for one target. Sourced after scripts/lib/project.sh by the scripts that look at
+# this build: its size, its ABI, its packages.
+# shellcheck disable=SC2034,SC2154 # these variables are for the scripts that source this file, or from project.sh
+
+# shellcheck source=scripts/lib/armhf.sh
+source "$project_dir/scripts/lib/armhf.sh"
+
+#   use_target native|armhf
+# Sets: preset, build (its folder), architecture (Debian's word), tools (prefix of the binutils), emulator (runs what
+# was built), cmake_target (options for builds outside the tree), compiler (for C without CMake).
+use_target() {
+  target=$1
+  case $target in
+    native)
+      preset=package
+      architecture=$(dpkg --print-architecture)
+      tools=
+      emulator=()
+      cmake_target=()
+      compiler=gcc
+      ;;
+    armhf)
+      preset="package-armhf"
+      architecture=armhf
+      tools=arm-linux-gnueabihf-
+      emulator=(qemu-arm -L "$project_dir/build/armhf-sysroot")
+      cmake_target=(--toolchain "$project_dir/cmake/armhf-toolchain.cmake")
+      compiler="arm-linux-gnueabihf-gcc --sysroot=$project_dir/build/armhf-sysroot"
+      ;;
+    *) fail "unknown target '$target'; it is native or armhf" ;;
+  esac
+  build=$project_dir/build/$preset
+  library=$build/lib/libvy_frame_processor.so
+}
+
+# Installs what the target's build needs, and the further packages that are named, and builds.
+build_package_preset() {
+  install_packages "${build_packages[@]}" "$@"
+  if [ "$target" = armhf ]; then
+    install_packages "${armhf_packages[@]}"
+    armhf_sysroot
+  fi
+  build_preset "$preset"
+}
+
+# The highest version of a symbol family (GLIBC, GLIBCXX, CXXABI, GCC) that a file asks for; nothing if it asks for none.
+#   highest_version FILE FAMILY
+highest_version() {
+  readelf --version-info --wide "$1" | sed -n '/needs section/,$p' | { grep -o "Name: $2_[0-9.]*" || true; } |
+    sed 's/.*_//' | sort -V | tail -n 1
+}
