@@ -9,11 +9,7 @@ struct Colour {
   uint8_t red, green, blue;
 };
 
-enum class Palette {
-  WarmIsLow,   ///< for depth: the near is warm, the far is cool
-  WarmIsHigh,  ///< for disparity, which is large where things are near
-  Grey
-};
+enum class Palette { WarmToCool, Grey };
 
 /** The colour of a place on the palette, 0 to 1; places outside take the colour of the end. */
 Colour colourAt(Palette palette, double place);

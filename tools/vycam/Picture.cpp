@@ -57,9 +57,39 @@ double roundStep(double least) {
   }
 }
 
+/** Round numbers for the ticks of a scale, from left to right, their places at least `distance` apart. */
+std::vector<double> tickNumbers(const Scale& scale, double distance) {
+  constexpr size_t kMostTicks = 100;
+  std::vector<double> ticks;
+  double place = 0;
+  while (ticks.size() < kMostTicks) {
+    // How much the numbers change over the distance says how round the next one can be.
+    const double here = scale.numberAt(place);
+    const double step = roundStep(std::fabs(scale.numberAt(place + distance) - here));
+    const double tick = scale.isReciprocal ? std::floor(here / step) * step : std::ceil(here / step) * step;
+    if (tick < scale.low || tick > scale.high) {
+      break;
+    }
+    ticks.push_back(tick);
+    place = scale.placeOf(tick) + distance;
+  }
+  return ticks;
+}
+
 }  // namespace
 
-Scale scaleFor(const std::vector<const GreyImage*>& images, Palette palette, const std::string& title) {
+double Scale::placeOf(double number) const {
+  if (isReciprocal) {
+    return number > 0 ? (1 / number - 1 / high) / (1 / low - 1 / high) : 1;
+  }
+  return (number - low) / (high - low);
+}
+
+double Scale::numberAt(double place) const {
+  return isReciprocal ? 1 / (1 / high + place * (1 / low - 1 / high)) : low + place * (high - low);
+}
+
+Scale scaleFor(const std::vector<const GreyImage*>& images, const std::string& title) {
   std::vector<uint64_t> counts(0x10000);
   uint64_t all = 0;
   for (const GreyImage* image : images) {
@@ -72,7 +102,6 @@ Scale scaleFor(const std::vector<const GreyImage*>& images, Palette palette, con
     all += count;
   }
   Scale scale;
-  scale.palette = palette;
   scale.title = title;
   if (all == 0) {
     return scale;
@@ -99,8 +128,7 @@ Picture::GdImage Picture::makeImage(int width, int height) {
 Picture Picture::ofNumbers(const GreyImage& image, const Scale& scale) {
   std::vector<int> colours(0x10000);
   for (size_t number = 0; number < colours.size(); ++number) {
-    const double place = (static_cast<double>(number) - scale.low) / (scale.high - scale.low);
-    colours[number] = gdColour(colourAt(scale.palette, place));
+    colours[number] = gdColour(colourAt(scale.palette, scale.placeOf(static_cast<double>(number))));
   }
   if (scale.zeroIsMissing) {
     colours[0] = gdColour(kNoMeasurement);
@@ -144,13 +172,9 @@ void Picture::drawScale(gdImage* canvas, int top, const Scale& scale) {
     const int colour = gdColour(colourAt(scale.palette, static_cast<double>(x - left) / (right - left)));
     gdImageLine(canvas, x, top + kBarTop, x, top + kBarTop + kBarHeight - 1, colour);
   }
-  const double perPixel = (scale.high - scale.low) / (right - left);
-  const double step = roundStep(perPixel * kTickDistance);
-  const long firstTick = std::lround(std::ceil(scale.low / step));
-  const long lastTick = std::lround(std::floor(scale.high / step));
-  for (long tick = firstTick; tick <= lastTick; ++tick) {
-    const double number = static_cast<double>(tick) * step;
-    const int x = left + static_cast<int>(std::lround((number - scale.low) / perPixel));
+  const double barWidth = right - left;
+  for (const double number : tickNumbers(scale, kTickDistance / barWidth)) {
+    const int x = left + static_cast<int>(std::lround(scale.placeOf(number) * barWidth));
     gdImageLine(canvas, x, top + kBarTop + kBarHeight, x, top + kBarTop + kBarHeight + kTickLength - 1, gdColour(kInk));
     const std::string label = fmt::format("{:.0f}", number);
     const int labelWidth = textWidth(gdFontGetSmall(), label);

@@ -13,17 +13,25 @@
 
 namespace vycam {
 
-/** Which numbers the ends of the palette stand for. */
+/**
+ * Which place of the palette a number has. Disparities go by their reciprocals, from the largest to the smallest: so
+ * they get the colours of the depths that they stand for.
+ */
 struct Scale {
-  double low = 0;
-  double high = 1;
-  Palette palette = Palette::WarmIsLow;
+  double low = 1;
+  double high = 2;
+  bool isReciprocal = false;
+  Palette palette = Palette::WarmToCool;
   std::string title;          ///< "depth in mm"
   bool zeroIsMissing = true;  ///< a pixel of 0 is no measurement
+
+  /** 0 to 1 for the numbers between the ends. */
+  double placeOf(double number) const;
+  double numberAt(double place) const;
 };
 
 /** A scale that covers all but the outermost hundredth of the numbers in these images. */
-Scale scaleFor(const std::vector<const GreyImage*>& images, Palette palette, const std::string& title);
+Scale scaleFor(const std::vector<const GreyImage*>& images, const std::string& title);
 
 class Picture {
  public:

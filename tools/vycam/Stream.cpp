@@ -101,13 +101,19 @@ Picture paintColour(const vy_frame_t* frame) {
   return Picture::ofColours(facts.width, facts.height, colourPixels(frame));
 }
 
+Scale disparityScale(const GreyImage& image, const std::string& title) {
+  Scale scale = scaleFor({&image}, title);
+  scale.isReciprocal = true;
+  return scale;
+}
+
 Picture paintRaw(const StreamResult& result, const vysim_family& family) {
   const GreyImage numbers = greyPixels(result.raw.get());
   if (result.rawFacts.pixelType == VY_PIXEL_DEPTH) {
-    return Picture::ofNumbers(numbers, scaleFor({&numbers}, Palette::WarmIsLow, "as sent: depth in mm"));
+    return Picture::ofNumbers(numbers, scaleFor({&numbers}, "as sent: depth in mm"));
   }
   const std::string unit = fmt::format("as sent: disparity, 1/{} px", 1 << family.sub_pixel_bits);
-  return Picture::ofNumbers(numbers, scaleFor({&numbers}, Palette::WarmIsHigh, unit));
+  return Picture::ofNumbers(numbers, disparityScale(numbers, unit));
 }
 
 StreamPictures paintDepth(const StreamResult& result, const vysim_family& family) {
@@ -116,13 +122,13 @@ StreamPictures paintDepth(const StreamResult& result, const vysim_family& family
   pictures.raw = paintRaw(result, family);
   if (result.outputFacts.pixelType != VY_PIXEL_DEPTH) {
     // The conversion to depth was switched off: there is nothing that the truth could share a scale with.
-    const Scale own = scaleFor({&output}, Palette::WarmIsHigh, "output: disparity");
-    const Scale truth = scaleFor({&*result.truth}, Palette::WarmIsLow, "truth: depth in mm");
+    const Scale own = disparityScale(output, "output: disparity");
+    const Scale truth = scaleFor({&*result.truth}, "truth: depth in mm");
     pictures.output = Picture::ofNumbers(output, own);
     pictures.truth = Picture::ofNumbers(*result.truth, truth);
     return pictures;
   }
-  Scale scale = scaleFor({&output, &*result.truth}, Palette::WarmIsLow, "output: depth in mm");
+  Scale scale = scaleFor({&output, &*result.truth}, "output: depth in mm");
   pictures.output = Picture::ofNumbers(output, scale);
   scale.title = "truth: depth in mm";
   pictures.truth = Picture::ofNumbers(*result.truth, scale);
@@ -133,7 +139,8 @@ StreamPictures paintInfrared(const StreamResult& result) {
   StreamPictures pictures;
   const GreyImage raw = greyPixels(result.raw.get());
   const GreyImage output = greyPixels(result.output.get());
-  Scale scale = scaleFor({&raw, &output}, Palette::Grey, "as sent: infrared brightness");
+  Scale scale = scaleFor({&raw, &output}, "as sent: infrared brightness");
+  scale.palette = Palette::Grey;
   scale.low = 0;
   scale.zeroIsMissing = false;
   pictures.raw = Picture::ofNumbers(raw, scale);
