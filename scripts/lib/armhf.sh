@@ -1,4 +1,5 @@
 # shellcheck shell=bash
+# shellcheck disable=SC2154 # project_dir comes from scripts/lib/project.sh
 # What cross-building for 32-bit ARM needs beyond scripts/lib/project.sh, which is sourced before this file.
 
 # shellcheck disable=SC2034 # used by the scripts that source this file
