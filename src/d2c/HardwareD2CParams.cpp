@@ -88,12 +88,12 @@ ResizeArguments HardwareD2CParams::resizeArguments() const {
 ResizeArguments::ResizeArguments(std::uint32_t width, std::uint32_t height, float scale, std::int16_t left,
                                  std::int16_t right, std::int16_t top, std::int16_t bottom) {
   constexpr std::size_t kSize = sizeof texts_[0];
-  std::snprintf(texts_[0], kSize, "%" PRIu32, width);
-  std::snprintf(texts_[1], kSize, "%" PRIu32, height);
+  (void)std::snprintf(texts_[0], kSize, "%" PRIu32, width);
+  (void)std::snprintf(texts_[1], kSize, "%" PRIu32, height);
   printScale(texts_[2], kSize, scale);
   // Both horizontal borders come before both vertical ones.
   std::size_t position = 3;
-  for (const int border : {left, right, top, bottom}) std::snprintf(texts_[position++], kSize, "%d", border);
+  for (const int border : {left, right, top, bottom}) (void)std::snprintf(texts_[position++], kSize, "%d", border);
 }
 
 std::array<const char*, ResizeArguments::kCount> ResizeArguments::texts() const {

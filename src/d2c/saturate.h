@@ -9,8 +9,9 @@ template <typename Integer>
 Integer truncateSaturated(float value) {
   using Limits = std::numeric_limits<Integer>;
   // One above the highest value: a power of two, and so exact in single precision. The lowest value is exact, too.
-  constexpr float kAboveHighest = static_cast<float>(Limits::max() / 2 + 1) * 2.0F;
-  constexpr float kLowest = static_cast<float>(Limits::min());
+  constexpr Integer kHalf = Limits::max() / 2 + 1;
+  constexpr auto kAboveHighest = static_cast<float>(kHalf) * 2.0F;
+  constexpr auto kLowest = static_cast<float>(Limits::min());
   if (value >= kAboveHighest) return Limits::max();
   if (value > kLowest) return static_cast<Integer>(value);
   return value <= kLowest ? Limits::min() : Integer{0};  // NaN compares false with everything

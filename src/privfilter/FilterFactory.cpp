@@ -104,7 +104,7 @@ const FilterFactory::RegisteredFilter* FilterFactory::findRegistered(const vy_fi
   char copy[64];
   const std::size_t length = std::strlen(reported);
   if (length > sizeof copy) return findLongNamed(handle, reported);
-  std::memcpy(copy, reported, length);
+  std::memcpy(copy, reported, length);  // NOLINT(bugprone-not-null-terminated-result): its length goes with it
   return findNamed(handle, {copy, length});
 }
 

@@ -48,6 +48,7 @@ void appendNumber(std::string& text, double number, VYFilterConfigValueType type
     appendInteger(text, static_cast<int>(number));
   } else if (isWhole && static_cast<int>(type) == kFloat && !std::signbit(number)) {
     appendInteger(text, static_cast<int>(number));
+    // Hosts do not change the locale while they call. NOLINTNEXTLINE(concurrency-mt-unsafe)
     text.append(std::localeconv()->decimal_point).append("000000");
   } else {
     text += BasicFrameProcessor::convertConfigValueString(printFixed(number), type);

@@ -30,6 +30,8 @@ constexpr Colour kInk{40, 40, 44};
 
 constexpr double kOutermostShare = 0.01;
 
+constexpr int kCompression = 4;  // of 9; more takes several times as long for a few hundredths of the size
+
 int gdColour(Colour colour) {
   return gdTrueColor(colour.red, colour.green, colour.blue);
 }
@@ -202,7 +204,7 @@ void Picture::write(const std::string& path, int maxWidth) const {
     drawScale(canvas.get(), shownHeight, scale_);
   }
   int size = 0;
-  const std::unique_ptr<void, void (*)(void*)> bytes(gdImagePngPtr(canvas.get(), &size), gdFree);
+  const std::unique_ptr<void, void (*)(void*)> bytes(gdImagePngPtrEx(canvas.get(), &size, kCompression), gdFree);
   std::FILE* const file = std::fopen(path.c_str(), "wb");
   const bool isWritten = file != nullptr && bytes != nullptr &&
                          std::fwrite(bytes.get(), 1, static_cast<size_t>(size), file) == static_cast<size_t>(size);

@@ -5,10 +5,8 @@
 
 #include "tavrix_sim.h"
 
-namespace tavrix {
-
 /** Orders to let calls go wrong. Everything here is locked. */
-namespace faults {
+namespace tavrix::faults {
 
 void order(const char* function, uint64_t nth, vysim_fault fault);
 /** What a call that is just made has to suffer, if anything; advances every order that it counts for. */
@@ -17,5 +15,4 @@ void clear();
 void clearDoneCount();
 uint64_t doneCount();
 
-}  // namespace faults
-}  // namespace tavrix
+}  // namespace tavrix::faults

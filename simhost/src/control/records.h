@@ -2,15 +2,12 @@
 
 #include <string>
 
-namespace tavrix {
-
 /** The texts of the calls made while recording. Everything here is locked. */
-namespace records {
+namespace tavrix::records {
 
 void add(std::string text);
 void clear();
 size_t count();
 const char* at(size_t index);
 
-}  // namespace records
-}  // namespace tavrix
+}  // namespace tavrix::records
