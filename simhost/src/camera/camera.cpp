@@ -190,6 +190,11 @@ FrameRef Camera::makeInfraredFrame(const Stream& stream, uint32_t number) {
   sensor.sensorCode = static_cast<uint32_t>(stream.shown.sensor);
   pixels_.resize(static_cast<size_t>(stream.shown.width) * stream.shown.height);
   makeInfraredPicture(*scene_, stream.view, number, sensor, pixels_.data(), brightness_);
+  if (family_.isInfraredMirrored) {
+    for (auto row = pixels_.begin(); row != pixels_.end(); row += stream.shown.width) {
+      std::reverse(row, row + stream.shown.width);
+    }
+  }
   return encode(stream, number, pixel::BitOrder::msbFirst);
 }
 

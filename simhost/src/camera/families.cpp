@@ -124,16 +124,17 @@ std::vector<Family> makeFamilies() {
   const auto lsb = pixel::BitOrder::lsbFirst;
   const auto mipi = pixel::BitOrder::mipi;
   // Focal length, baseline and fraction bits are chosen so that the nearest depth of interest, half a metre, just fits
-  // the bits. Then: bit order, largest raw value, speckle size and difference, depth scale and offset, raster offset.
+  // the bits. Then: bit order, largest raw value, speckle size and difference, depth scale and offset, raster offset,
+  // and whether infrared images are mirrored, which the chains of those families put right.
   return {
       {shown("Talon", kTalonIds, 0, kTalonStreams, {430, 50, 8}), lsb, 16383, 25, 256, 0.985, 12, 0},
       {shown("Mirel", kMirelIds, 3, kMirelStreams, {920, 55, 5}), msb, 4095, 25, 512, 1, 0, 0},
       {shown("Pellan", kPellanIds, 6, kPellanStreams, {910, 50, 5}), msb, 65535, 25, 512, 1, 0, 0},
-      {shown("Corvid", kCorvidIds, kNoList, kCorvidStreams, {910, 40, 7}), msb, 65535, 25, 256, 1, 0, 8},
-      {shown("Halden", kHaldenIds, kNoList, kHaldenStreams, {570, 50, 5}), msb, 2047, 25, 256, 1, 0, 0},
+      {shown("Corvid", kCorvidIds, kNoList, kCorvidStreams, {910, 40, 7}), msb, 65535, 25, 256, 1, 0, 8, true},
+      {shown("Halden", kHaldenIds, kNoList, kHaldenStreams, {570, 50, 5}), msb, 2047, 25, 256, 1, 0, 0, true},
       {shown("Ostrel", kOstrelIds, kNoList, kTimeOfFlightStreams, {505, 0, 0}), msb, 65535, 12, 10, 1, 0, 0},
       {shown("Vashti", kVashtiIds, kNoList, kTimeOfFlightStreams, {505, 0, 0}), msb, 65535, 12, 10, 1, 0, 0},
-      {shown("Sorrel", kSorrelIds, kNoList, kSorrelStreams, {460, 65, 4}), mipi, 1023, 0, 0, 1, 0, 0},
+      {shown("Sorrel", kSorrelIds, kNoList, kSorrelStreams, {460, 65, 4}), mipi, 1023, 0, 0, 1, 0, 0, true},
       {shown("SpecialOpenNI", kSpecialOpenNiIds, kNoList, kSpecialOpenNiStreams, {910, 65, 4}), msb, 2047, 25, 256, 1,
        0, 0},
       {shown("NormalOpenNI", kNormalOpenNiIds, kNoList, kNormalOpenNiStreams, {910, 65, 5}), msb, 4095, 25, 256, 1, 0,

@@ -21,6 +21,7 @@ struct Family {
   uint16_t speckleDifference;
   double depthScale, depthOffsetMm; /**< true depth = measured depth * scale + offset */
   uint32_t rasterOffset;            /**< pixels by which the depth image is read out late */
+  bool isInfraredMirrored = false;  /**< infrared images come with left and right swapped */
 };
 
 const std::vector<Family>& families();
