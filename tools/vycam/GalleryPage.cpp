@@ -73,7 +73,7 @@ void setClass(Node node, const char* name) {
 
 /** Sensor names in words: "left infrared" rather than "ir-left". */
 std::string title(VYSensorType sensor) {
-  switch (static_cast<int>(sensor)) {
+  switch (sensor) {
     case VY_SENSOR_DEPTH:
       return "Depth";
     case VY_SENSOR_COLOR:

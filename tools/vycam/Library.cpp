@@ -3,6 +3,9 @@
 #include <dlfcn.h>
 #include <fmt/format.h>
 
+#include <filesystem>
+#include <system_error>
+
 #include "Failure.h"
 #include "Host.h"
 
@@ -22,17 +25,35 @@ void resolve(void* handle, const std::string& path, const char* name, Function& 
   }
 }
 
+/**
+ * The library in the folder beside the program's. The loader looks there by itself, except where something stands
+ * between the program and dlopen(), as memory checkers do: then the program's own search path does not count.
+ */
+std::string besideProgram() {
+  std::error_code error;
+  const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
+  return error ? std::string() : (program.parent_path() / ".." / "lib" / kDefaultName).string();
+}
+
+void* load(const std::string& path) {
+  if (!path.empty()) {
+    return dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+  }
+  if (void* const handle = dlopen(kDefaultName, RTLD_NOW | RTLD_LOCAL)) {
+    return handle;
+  }
+  return dlopen(besideProgram().c_str(), RTLD_NOW | RTLD_LOCAL);
+}
+
 }  // namespace
 
-Library::Library(const std::string& path) {
-  const std::string name = path.empty() ? kDefaultName : path;
-  handle_ = dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL);
+Library::Library(const std::string& path) : handle_(load(path)) {
   if (handle_ == nullptr) {
     const char* const reason = dlerror();  // NOLINT(concurrency-mt-unsafe): the program has one thread
     throw Failure(fmt::format("cannot load the library: {} (--library PATH names another one)", reason));
   }
   try {
-    resolveFunctions(name);
+    resolveFunctions(path.empty() ? kDefaultName : path);
     handOverProductLists();
   } catch (...) {
     dlclose(handle_);

@@ -20,7 +20,7 @@ struct SensorName {
 // Number 9 has no published name, so it goes by its number.
 const SensorName kSensorNames[] = {
     {VY_SENSOR_DEPTH, "depth"},     {VY_SENSOR_COLOR, "color"},       {VY_SENSOR_IR, "ir"},
-    {VY_SENSOR_IR_LEFT, "ir-left"}, {VY_SENSOR_IR_RIGHT, "ir-right"}, {static_cast<VYSensorType>(9), "9"},
+    {VY_SENSOR_IR_LEFT, "ir-left"}, {VY_SENSOR_IR_RIGHT, "ir-right"}, {VY_SENSOR_9, "9"},
 };
 
 constexpr uint32_t kSmallestSide = 16;
