@@ -115,7 +115,6 @@ void addFigure(Node parent, const std::string& picture, const std::string& capti
   Node image = figure.append_child("img");
   image.append_attribute("src") = picture.c_str();
   image.append_attribute("alt") = fmt::format("{}: {}", caption, facts).c_str();
-  image.append_attribute("loading") = "lazy";
   Node text = figure.append_child("figcaption");
   add(text, "b", caption);
   text.append_child(pugi::node_pcdata).set_value((" " + facts).c_str());
