@@ -263,8 +263,8 @@ class SchemaLines : public Work {
     std::vector<FilterConfig> records = {record_};
     BasicFrameProcessor::registerFunctionPtrs(records);
     record_ = records.front();
-    filter_ = vy_create_filter(record_.name.c_str(), MustSucceed());
-    link_.items = record_.exposedItems.data();
+    filter_ = vy_create_filter(record_.name, MustSucceed());
+    link_.items = record_.exposedItems.begin();
     link_.item_count = record_.exposedItems.size();
     link_.filter = filter_;
   }

@@ -27,7 +27,7 @@ typedef struct floor_link {
   bool enabled;  /**< of the library's filters, and to begin with */
   bool admitted; /**< the format rule lets it run */
   uint8_t argc;
-  const char** argv;
+  const char* argv[8];
   const uint8_t* items;
   size_t item_count;
 

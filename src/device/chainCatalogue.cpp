@@ -187,8 +187,8 @@ std::vector<FilterConfig> makeChain(const SensorChain& chain) {
       record.name = row.name;
       record.enabled = row.enabled;
       record.kind = row.kind;
-      record.initialArgs.assign(row.initialArgs.begin(), row.initialArgs.end());
-      record.exposedItems.assign(items.items, items.items + items.count);
+      record.initialArgs = row.initialArgs;
+      record.exposedItems = {items.items, items.count};
     }
   }
   return records;

@@ -1,27 +1,10 @@
 #ifndef SRC_DEVICE_CHAINCATALOGUE_H
 #define SRC_DEVICE_CHAINCATALOGUE_H
 
-#include <cstddef>
-#include <cstdint>
 #include <vector>
 
 #include "processor/FilterConfig.h"
-
-/// A view of rows of a constant table.
-template <typename Row>
-class TableView {
- public:
-  constexpr TableView() = default;
-  template <std::size_t count>
-  constexpr TableView(const Row (&rows)[count]) : first_(rows), last_(rows + count) {}  // NOLINT: a table is its view
-  constexpr const Row* begin() const { return first_; }
-  constexpr const Row* end() const { return last_; }
-  constexpr std::size_t size() const { return static_cast<std::size_t>(last_ - first_); }
-
- private:
-  const Row* first_ = nullptr;
-  const Row* last_ = nullptr;
-};
+#include "processor/TableView.h"
 
 struct FilterRow;
 

@@ -38,31 +38,27 @@ const KnownFilter* findKnown(int index) {
 }  // namespace
 
 std::shared_ptr<FilterFactory> FilterFactory::getInstance() {
-  const std::lock_guard<std::mutex> lock(instanceMutex_);
-  std::shared_ptr<FilterFactory> instance = instanceWeakPtr_.lock();
-  if (instance == nullptr) instance = makeInstance();
-  return instance;
+  return getInstanceInLine();
 }
 
 /// Requires the lock of getInstance(), which it is apart from to keep that one short.
-VY_RARELY_RUN std::shared_ptr<FilterFactory> FilterFactory::makeInstance() {
-  auto instance = std::make_shared<FilterFactory>();
+VY_RARELY_RUN void FilterFactory::makeInstance(std::shared_ptr<FilterFactory>& instance) {
+  instance = std::make_shared<FilterFactory>();
   instanceWeakPtr_ = instance;
-  return instance;
 }
 
-/// Every filter is asked its name, in order, whatever its handle. Once asked, the two handles are the cheaper thing to
-/// compare; both must agree.
+/// Every filter is asked its name, in order, whatever its handle; as that is the name the host reports for its handle,
+/// the host is asked at once. The two handles are then the cheaper thing to compare; both must agree.
 inline const FilterFactory::RegisteredFilter* FilterFactory::findNamed(const vy_filter_t* handle,
-                                                                       std::string_view name) const {
-  HostErrorSlot ignored;
-  return privateFilters_.find([name, &ignored, handle](const RegisteredFilter& registered) {
-    const char* const filterName = registered.filter->get_filter_name(ignored.out());
-    if (ignored.isSet()) {
-      ignored.clear();
+                                                                       const char* name) const {
+  return privateFilters_.find([name, handle](const RegisteredFilter& registered) {
+    vy_error* error = nullptr;
+    const char* const filterName = vy_filter_get_name(registered.handle, &error);
+    if (error != nullptr) {
+      vy_delete_error(error);
       return false;
     }
-    return registered.handle == handle && filterName != nullptr && name == filterName;
+    return registered.handle == handle && filterName != nullptr && std::strcmp(name, filterName) == 0;
   });
 }
 
@@ -86,7 +82,7 @@ std::shared_ptr<IPrivFilter> FilterFactory::createFilter(const char* name) {
                                          [name](const KnownFilter& row) { return std::strcmp(row.name, name) == 0; });
   if (known == std::end(knownFilters_)) return {};
 
-  FilterOwner filter = known->make();
+  std::shared_ptr<IPrivFilter> filter = known->make();
   HostErrorSlot slot;
   vy_filter_t* const handle = filter->get_filter(slot.out());
   if (slot.isSet()) return {};
@@ -101,16 +97,16 @@ const FilterFactory::RegisteredFilter* FilterFactory::findRegistered(const vy_fi
                                                                      vy_error** error) const {
   const char* const reported = vy_filter_get_name(handle, error);
   if (*error != nullptr || reported == nullptr) return nullptr;
-  char copy[64];
-  const std::size_t length = std::strlen(reported);
-  if (length > sizeof copy) return findLongNamed(handle, reported);
-  std::memcpy(copy, reported, length);  // NOLINT(bugprone-not-null-terminated-result): its length goes with it
-  return findNamed(handle, {copy, length});
+  alignas(64) char copy[64];  // in one line of the cache
+  const std::size_t size = std::strlen(reported) + 1;
+  if (size > sizeof copy) return findLongNamed(handle, reported);
+  std::memcpy(copy, reported, size);
+  return findNamed(handle, copy);
 }
 
 VY_RARELY_RUN const FilterFactory::RegisteredFilter* FilterFactory::findLongNamed(const vy_filter_t* handle,
                                                                                   const std::string& name) const {
-  return findNamed(handle, name);
+  return findNamed(handle, name.c_str());
 }
 
 std::shared_ptr<IPrivFilter> FilterFactory::getPrivateFilter(const vy_filter_t* handle, vy_error** error) const {

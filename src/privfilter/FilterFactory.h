@@ -4,15 +4,14 @@
 #include <TavrixSDK.h>
 
 #include <cstdint>
-#include <functional>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
-#include <string_view>
+#include <vector>
 
 #include "privfilter/AppendOnlyList.h"
 #include "privfilter/IPrivFilter.h"
+#include "privfilter/SchemaListOwners.h"
 
 /**
  * The process-wide registry of the library's own filters: makes them by name, keeps every one alive until it dies
@@ -33,6 +32,13 @@ class FilterFactory {
 
   /// The registry, made anew when nobody owns one. Safe from any thread.
   static std::shared_ptr<FilterFactory> getInstance();
+  /// The same in line, for the operations that every frame takes.
+  static std::shared_ptr<FilterFactory> getInstanceInLine() {
+    const std::lock_guard<std::mutex> lock(instanceMutex_);
+    std::shared_ptr<FilterFactory> instance = instanceWeakPtr_.lock();
+    if (instance == nullptr) makeInstance(instance);
+    return instance;
+  }
 
   /// How many filters can be made.
   std::int32_t getFilterCount() const;
@@ -59,8 +65,8 @@ class FilterFactory {
   void resetPrivateFilter(const vy_filter_t* handle, vy_error** error) const;
   void enablePrivateFilter(const vy_filter_t* handle, bool enable, vy_error** error) const;
   bool isPrivateFilterEnabled(const vy_filter_t* handle, vy_error** error) const {
-    IPrivFilter* const filter = findFilter(handle, error);  // asked for every frame, enabled or not: in line
-    return filter != nullptr && filter->is_filter_enabled(error);
+    const RegisteredFilter* const found = findRegistered(handle, error);  // for every frame, enabled or not: in line
+    return found != nullptr && found->filter->is_filter_enabled(error);
   }
   vy_frame_t* privateFilterProcess(const vy_filter_t* handle, const vy_frame_t* frame, vy_error** error) const;
   /// Reports "failed to convert hardware d2c processor" for a filter of another class.
@@ -80,20 +86,19 @@ class FilterFactory {
   void deletePrivateFilter(const vy_filter_t* handle, vy_error** error);
 
  private:
-  using FilterOwner = std::shared_ptr<IPrivFilter>;
   using SchemaList = vy_filter_config_schema_list_t;
 
   struct RegisteredFilter {
-    FilterOwner filter;
+    std::shared_ptr<IPrivFilter> filter;
     vy_filter_t* handle;
   };
 
-  static std::shared_ptr<FilterFactory> makeInstance();
+  static void makeInstance(std::shared_ptr<FilterFactory>& instance);
 
   /// The entry behind a handle, under the rules of getPrivateFilter(); null if there is none. Entries last as long as
   /// the registry, so that who owns the registry needs no owner of the filter.
   const RegisteredFilter* findRegistered(const vy_filter_t* handle, vy_error** error) const;
-  const RegisteredFilter* findNamed(const vy_filter_t* handle, std::string_view name) const;
+  const RegisteredFilter* findNamed(const vy_filter_t* handle, const char* name) const;
   const RegisteredFilter* findLongNamed(const vy_filter_t* handle, const std::string& name) const;
   /// Its filter, or null.
   IPrivFilter* findFilter(const vy_filter_t* handle, vy_error** error) const {
@@ -101,16 +106,11 @@ class FilterFactory {
     return found != nullptr ? found->filter.get() : nullptr;
   }
 
-  FilterOwner findListOwner(const SchemaList* list) const;
-
   static std::weak_ptr<FilterFactory> instanceWeakPtr_;
   static std::mutex instanceMutex_;
 
   AppendOnlyList<RegisteredFilter> privateFilters_;
-
-  /// Guards the map alone: it is never held while the host or a filter is called.
-  mutable std::mutex schemaListMutex_;
-  std::map<SchemaList*, FilterOwner, std::less<>> schemaListOwners_;
+  SchemaListOwners schemaListOwners_;
 };
 
 #endif  // SRC_PRIVFILTER_FILTERFACTORY_H

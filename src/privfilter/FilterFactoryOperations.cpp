@@ -1,6 +1,4 @@
 // The registry's operations on a handle or a schema list: each finds the filter and lets it do the work.
-#include <algorithm>
-
 #include "api/HostErrorSlot.h"
 #include "api/commonTypes.h"
 #include "d2c/HardwareD2CProcessor.h"
@@ -65,55 +63,37 @@ void FilterFactory::setHardwareD2CParams(const vy_filter_t* handle, VYCameraIntr
 
 vy_filter_config_schema_list_t* FilterFactory::getPrivateFilterConfigSchemaList(const vy_filter_t* handle,
                                                                                 vy_error** error) {
-  const FilterOwner filter = getPrivateFilter(handle, error);
-  if (filter == nullptr) return nullptr;
-
-  // The entry is made before the list, so that nothing can fail once there is a list to keep track of.
-  decltype(schemaListOwners_) fresh;
-  auto entry = fresh.extract(fresh.emplace(nullptr, filter).first);
-  SchemaList* const list = filter->get_config_schema_list(handle, error);
-  entry.key() = list;
-  const std::lock_guard<std::mutex> lock(schemaListMutex_);
-  schemaListOwners_.insert(std::move(entry));  // an entry that is there already stays
+  const RegisteredFilter* const found = findRegistered(handle, error);
+  if (found == nullptr) return nullptr;
+  // Room is made before the list, so that nothing can fail once there is a list to keep track of.
+  SchemaListOwners::Room room(schemaListOwners_);
+  SchemaList* const list = found->filter->get_config_schema_list(handle, error);
+  room.fill(list, found->filter.get());
   return list;
 }
 
-FilterFactory::FilterOwner FilterFactory::findListOwner(const SchemaList* list) const {
-  const std::lock_guard<std::mutex> lock(schemaListMutex_);
-  const auto entry = schemaListOwners_.find(list);
-  return entry != schemaListOwners_.end() ? entry->second : nullptr;
-}
-
 std::uint32_t FilterFactory::getPrivateFilterConfigSchemaListCount(const SchemaList* list, vy_error** error) const {
-  const FilterOwner owner = findListOwner(list);
+  IPrivFilter* const owner = schemaListOwners_.find(list);
   return owner != nullptr ? owner->get_config_schema_list_count(list, error) : 0;
 }
 
 VYFilterConfigSchemaItem FilterFactory::getPrivateFilterConfigSchemaListItem(const SchemaList* list,
                                                                              std::uint32_t index,
                                                                              vy_error** error) const {
-  const FilterOwner owner = findListOwner(list);
+  IPrivFilter* const owner = schemaListOwners_.find(list);
   return owner != nullptr ? owner->get_config_schema_list_item(list, index, error) : VYFilterConfigSchemaItem{};
 }
 
 // An entry leaves the map before its list is given back: from then on the host may hand out the same address again.
 
 void FilterFactory::deleteFilterConfigSchemaList(SchemaList* list, vy_error** error) {
-  std::unique_lock<std::mutex> lock(schemaListMutex_);
-  const auto entry = schemaListOwners_.extract(list);
-  lock.unlock();
-  if (!entry.empty()) entry.mapped()->delete_config_schema_list(list, error);
+  IPrivFilter* const owner = schemaListOwners_.remove(list);
+  if (owner != nullptr) owner->delete_config_schema_list(list, error);
 }
 
 void FilterFactory::deletePrivateFilter(const vy_filter_t* handle, vy_error** error) {
-  const FilterOwner filter = getPrivateFilter(handle, error);
+  IPrivFilter* const filter = findFilter(handle, error);
   if (filter == nullptr) return;
-
-  std::unique_lock<std::mutex> lock(schemaListMutex_);
-  const auto first = std::find_if(schemaListOwners_.begin(), schemaListOwners_.end(),
-                                  [&filter](const auto& entry) { return entry.second == filter; });
-  if (first == schemaListOwners_.end()) return;
-  const auto entry = schemaListOwners_.extract(first);
-  lock.unlock();
-  filter->delete_config_schema_list(entry.key(), error);
+  const auto list = schemaListOwners_.removeFirstOf(filter);
+  if (list.has_value()) filter->delete_config_schema_list(*list, error);
 }

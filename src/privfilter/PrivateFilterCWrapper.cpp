@@ -44,7 +44,7 @@ vy_filter_t* priv_create_private_filter(const char* name, vy_error** error) {
 
 const char* priv_filter_get_name(const vy_filter_t* filter, vy_error** error) {
   if (!isGiven(filter, __func__, error)) return nullptr;
-  return FilterFactory::getInstance()->getPrivateFilterName(filter, error);
+  return FilterFactory::getInstanceInLine()->getPrivateFilterName(filter, error);
 }
 
 void priv_delete_filter(vy_filter_t* filter, vy_error** error) {
@@ -88,12 +88,12 @@ void priv_filter_enable(vy_filter_t* filter, bool enable, vy_error** error) {
 
 bool priv_filter_is_enabled(const vy_filter_t* filter, vy_error** error) {
   if (!isGiven(filter, __func__, error)) return false;
-  return FilterFactory::getInstance()->isPrivateFilterEnabled(filter, error);
+  return FilterFactory::getInstanceInLine()->isPrivateFilterEnabled(filter, error);
 }
 
 vy_frame_t* priv_filter_process(vy_filter_t* filter, const vy_frame_t* frame, vy_error** error) {
   if (!isGiven(filter, __func__, error)) return nullptr;
-  return FilterFactory::getInstance()->privateFilterProcess(filter, frame, error);
+  return FilterFactory::getInstanceInLine()->privateFilterProcess(filter, frame, error);
 }
 
 uint32_t priv_filter_config_schema_list_get_count(const vy_filter_config_schema_list_t* list, vy_error** error) {

@@ -13,9 +13,9 @@
  */
 class ChainLink {
  public:
-  ChainLink(vy_filter_t* filter, FilterConfig&& config) noexcept : filter_(filter), config_(std::move(config)) {}
+  ChainLink(vy_filter_t* filter, const FilterConfig& config) noexcept : filter_(filter), config_(config) {}
   ChainLink(ChainLink&& other) noexcept
-      : filter_(other.filter_), config_(std::move(other.config_)), owned_(std::exchange(other.owned_, false)) {}
+      : filter_(other.filter_), config_(other.config_), owned_(std::exchange(other.owned_, false)) {}
   ChainLink& operator=(ChainLink&&) = delete;
   ~ChainLink() { destroyFilter(); }
 

@@ -3,18 +3,20 @@
 #include <charconv>
 #include <cstdlib>
 #include <memory>
+#include <string>
+#include <string_view>
 
 #include "processor/FrameProcessor.h"
 #include "processor/SchemaList.h"
 
 namespace {
 
-/// The number at the start of a text, up to the next "#"; throws what std::stoi throws when there is none.
+/// The number at the start of a text; throws what std::stoi throws when there is none.
 int readIndex(std::string_view text) {
   int number = 0;
   const auto [end, status] = std::from_chars(text.data(), text.data() + text.size(), number);
   const bool isPlain = status == std::errc() && end == text.data() + text.size();
-  return isPlain ? number : std::stoi(std::string(text.substr(0, text.find('#'))));
+  return isPlain ? number : std::stoi(std::string(text));
 }
 
 void setItem(vy_filter_t* filter, const FilterConfig& config, std::uint8_t index, const char* value, vy_error** error) {
@@ -32,17 +34,12 @@ void setItem(vy_filter_t* filter, const FilterConfig& config, std::uint8_t index
 /// The keys of a schema text in the order of its lines. Throws what std::stoi throws for an index that is none.
 std::vector<BasicFrameProcessor::SettingKey> BasicFrameProcessor::parseKeys(std::string_view schema) {
   std::vector<SettingKey> keys;
-  constexpr std::size_t kOrdinaryCount = 16;
-  keys.reserve(kOrdinaryCount);
-  for (std::size_t begin = 0; begin < schema.size();) {
-    const std::size_t end = std::min(schema.find('\n', begin), schema.size());
-    const std::string_view line = schema.substr(begin, end - begin);
-    begin = end + 1;
-    const std::string_view column = line.substr(0, line.find(','));
-    const std::size_t hash = column.find('#');
-    if (hash == std::string_view::npos) continue;  // a description that holds a line feed
-    const int index = readIndex(column.substr(hash + 1));
-    keys.push_back({column.substr(0, hash), static_cast<std::uint8_t>(index & 0xFF)});
+  const std::vector<std::string_view> lines = splitString(schema, '\n');
+  keys.reserve(lines.size());
+  for (const std::string_view line : lines) {
+    const std::vector<std::string_view> parts = splitString(line.substr(0, line.find(',')), '#');
+    if (parts.size() < 2) continue;  // the end of the text, or of a description that holds a line feed
+    keys.push_back({parts[0], static_cast<std::uint8_t>(readIndex(parts[1]) & 0xFF)});
   }
   return keys;
 }
@@ -70,13 +67,12 @@ void BasicFrameProcessor::updateConfig(std::uint8_t /*argc*/, const char** argv,
   }
 }
 
-std::vector<std::string> BasicFrameProcessor::splitString(const std::string& text, char separator) {
-  std::vector<std::string> pieces;
-  std::size_t begin = 0;
-  for (;;) {
+std::vector<std::string_view> BasicFrameProcessor::splitString(std::string_view text, char separator) {
+  std::vector<std::string_view> pieces;
+  for (std::size_t begin = 0;;) {
     const std::size_t end = text.find(separator, begin);
     pieces.push_back(text.substr(begin, end - begin));
-    if (end == std::string::npos) return pieces;
+    if (end == std::string_view::npos) return pieces;
     begin = end + 1;
   }
 }

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 #include <iterator>
+#include <string_view>
 
 #include "api/HostErrorSlot.h"
 #include "api/commonTypes.h"
@@ -17,9 +18,9 @@ namespace {
 constexpr int kInteger = 0;
 constexpr int kFloat = 1;
 constexpr int kBoolean = 2;
-constexpr const char* gFilterConfigValueTypeMap[] = {"integer", "float", "boolean"};
+constexpr std::string_view gFilterConfigValueTypeMap[] = {"integer", "float", "boolean"};
 
-const char* typeName(VYFilterConfigValueType type) {
+std::string_view typeName(VYFilterConfigValueType type) {
   const int number = static_cast<int>(type);
   const bool known = number >= 0 && number < static_cast<int>(std::size(gFilterConfigValueTypeMap));
   return known ? gFilterConfigValueTypeMap[number] : "";
@@ -33,87 +34,116 @@ std::string printFixed(double value) {
   return {text, static_cast<std::size_t>(length)};
 }
 
-void appendInteger(std::string& text, int number) {
-  char digits[12];
-  text.append(digits, std::to_chars(std::begin(digits), std::end(digits), number).ptr);
+/// The longest number of appendNumber() that does not come from convertConfigValueString().
+constexpr std::size_t kShortNumber = 32;
+
+void appendInteger(TextWriter& text, int number) {
+  char* const end = text.reserve(kShortNumber);
+  text.extend(std::to_chars(end, end + kShortNumber, number).ptr);
 }
 
-/// Appends convertConfigValueString(printFixed(number), type).
-void appendNumber(std::string& text, double number, VYFilterConfigValueType type) {
-  // Most published numbers are whole ones: these need not take the way over two texts.
+/// Appends what printing a number, reading it as a float and printing that gives, each with six digits after the point.
+void appendShortFloat(TextWriter& text, double number, std::string_view separator) {
+  constexpr int kDecimals = 6;
+  char digits[kShortNumber];
+  char* end = std::to_chars(std::begin(digits), std::end(digits), number, std::chars_format::fixed, kDecimals).ptr;
+  float value = 0;
+  std::from_chars(digits, end, value);
+  end = std::to_chars(std::begin(digits), std::end(digits), static_cast<double>(value), std::chars_format::fixed,
+                      kDecimals)
+            .ptr;
+  const char* const decimals = end - kDecimals;
+  text.append({digits, static_cast<std::size_t>(decimals - 1 - digits)});
+  text.append(separator);
+  text.append({decimals, kDecimals});
+}
+
+/**
+ * Appends convertConfigValueString(printFixed(number), type). Most published numbers are small and many of them whole:
+ * these need not take the way over two texts and the locale.
+ */
+void appendNumber(TextWriter& text, double number, VYFilterConfigValueType type, std::string_view separator) {
   constexpr double kEveryFloatIsExact = 1 << 24;
   const bool isSmall = number > -kEveryFloatIsExact && number < kEveryFloatIsExact;
   const bool isWhole = isSmall && static_cast<double>(static_cast<int>(number)) == number;
-  if (isWhole && static_cast<int>(type) == kInteger) {
+  const int kind = static_cast<int>(type);
+  if (kind == kBoolean) {
+    text.append("0");  // a number with six digits after the point is not a boolean's text
+  } else if (kind == kInteger && isWhole) {
     appendInteger(text, static_cast<int>(number));
-  } else if (isWhole && static_cast<int>(type) == kFloat && !std::signbit(number)) {
+  } else if (kind == kFloat && isWhole && !std::signbit(number)) {
     appendInteger(text, static_cast<int>(number));
-    // Hosts do not change the locale while they call. NOLINTNEXTLINE(concurrency-mt-unsafe)
-    text.append(std::localeconv()->decimal_point).append("000000");
+    text.append(separator);
+    text.append("000000");
+  } else if (kind == kFloat && isSmall) {
+    appendShortFloat(text, number, separator);
   } else {
-    text += BasicFrameProcessor::convertConfigValueString(printFixed(number), type);
+    text.append(BasicFrameProcessor::convertConfigValueString(printFixed(number), type));
   }
 }
 
-void appendKey(std::string& text, const std::string& filterName, std::uint8_t item) {
-  text.append(filterName).append("#");
-  appendInteger(text, item);
-}
-
-void appendSwitchLine(std::string& lines, const std::string& filterName, const FilterConfig& config) {
+/// Completes the line of a switch, of which the filter's name is there.
+void appendSwitchLine(TextWriter& lines, std::size_t lineBegin, const FilterConfig& config) {
   static_assert(FilterConfig::kSwitchItem == 255, "the lines say so");
+  const std::size_t nameSize = lines.size() - lineBegin;
   // The record's initial state, not the live one.
-  lines.append(filterName).append(config.enabled == 1 ? "#255, boolean, 0, 1, 1, 1, " : "#255, boolean, 0, 1, 1, 0, ");
-  lines.append(filterName).append(" enable switch\n");
+  lines.append(config.enabled == 1 ? "#255, boolean, 0, 1, 1, 1, " : "#255, boolean, 0, 1, 1, 0, ");
+  lines.repeat(lineBegin, nameSize);
+  lines.append(" enable switch\n");
 }
 
-/// Appends the line of one item, or nothing when the filter fails to tell about it.
-void appendItemLine(std::string& lines, const std::string& filterName, vy_filter_t* filter, const FilterConfig& config,
-                    const vy_filter_config_schema_list_t* list, std::uint8_t index) {
+/// Completes the line of an item, of which the filter's name is there. False when the filter fails to tell about it.
+bool appendItemLine(TextWriter& lines, vy_filter_t* filter, const FilterConfig& config,
+                    const vy_filter_config_schema_list_t* list, std::uint8_t index, std::string_view separator) {
   HostErrorSlot slot;
   const VYFilterConfigSchemaItem item = slot.call(config.config_schema_list_get_item, list, index);
-  if (slot.isSet()) return;
+  if (slot.isSet()) return false;
   const char* const itemName = item.name;
   const double value = slot.call(config.get_config_value, filter, itemName);
-  if (slot.isSet()) return;
-
+  if (slot.isSet()) return false;
   const VYFilterConfigValueType type = item.type;
-  appendKey(lines, filterName, index);
-  lines.append(", ").append(typeName(type));
+  lines.append("#");
+  appendInteger(lines, index);
+  lines.append(", ");
+  lines.append(typeName(type));
   for (const double number : {item.min, item.max, item.step, value}) {
     lines.append(", ");
-    appendNumber(lines, number, type);
+    appendNumber(lines, number, type, separator);
   }
+  lines.append(", ");
   const char* const description = item.desc;
-  lines.append(", ").append(description != nullptr ? description : "").append("\n");
+  if (description != nullptr) lines.append(description);
+  lines.append("\n");
+  return true;
 }
 
 }  // namespace
 
 std::string BasicFrameProcessor::generateFilterConfigSchemaCsv(vy_filter_t* filter, const FilterConfig& config) {
-  std::string lines;
+  TextWriter lines;
   appendFilterConfigSchemaCsv(filter, config, lines);
-  return lines;
+  return lines.take();
 }
 
 void BasicFrameProcessor::appendFilterConfigSchemaCsv(vy_filter_t* filter, const FilterConfig& config,
-                                                      std::string& lines) {
+                                                      TextWriter& lines) {
   if (filter == nullptr || config.exposedItems.empty()) return;
-
   HostErrorSlot listSlot;
   const SchemaList list(filter, config, listSlot.out());
   if (listSlot.isSet()) return;
-
-  std::string name;
+  // Hosts do not change the locale while they call. NOLINTNEXTLINE(concurrency-mt-unsafe)
+  const std::string_view separator = std::localeconv()->decimal_point;
   for (const std::uint8_t index : config.exposedItems) {
     HostErrorSlot nameSlot;
-    const char* const reported = nameSlot.call(config.get_name, filter);
-    if (nameSlot.isSet() || reported == nullptr) continue;
-    name = reported;  // the host's text may not outlive the next call
+    const char* const name = nameSlot.call(config.get_name, filter);
+    if (nameSlot.isSet() || name == nullptr) continue;
+    // At once, as the host's text may not outlive the next call; a line that cannot be completed is taken back.
+    const std::size_t lineBegin = lines.size();
+    lines.append(name);
     if (index == FilterConfig::kSwitchItem) {
-      appendSwitchLine(lines, name, config);
-    } else {
-      appendItemLine(lines, name, filter, config, list.get(), index);
+      appendSwitchLine(lines, lineBegin, config);
+    } else if (!appendItemLine(lines, filter, config, list.get(), index, separator)) {
+      lines.cutTo(lineBegin);
     }
   }
 }

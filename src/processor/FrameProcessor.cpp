@@ -11,16 +11,17 @@ namespace {
 /// Filters that the host offers through its private creation function only.
 constexpr const char* kPrivateHostFilters[] = {"DepthResize", "OpenNIDisparityTransform"};
 
-bool isPrivateHostFilter(const std::string& name) {
-  return std::find(std::begin(kPrivateHostFilters), std::end(kPrivateHostFilters), name) !=
-         std::end(kPrivateHostFilters);
+bool isPrivateHostFilter(const char* name) {
+  return std::any_of(std::begin(kPrivateHostFilters), std::end(kPrivateHostFilters),
+                     [name](const char* each) { return name[0] == each[0] && std::strcmp(name, each) == 0; });
 }
 
 void configure(const ChainLink& link, HostErrorSlot& slot) {
   const FilterConfig& config = link.config();
-  std::vector<const char*> arguments = config.initialArgs;
-  const auto count = static_cast<std::uint8_t>(arguments.size() & 0xFFU);
-  slot.call(config.update_config, link.filter(), count, arguments.data());
+  const auto count = static_cast<std::uint8_t>(config.initialArgs.size() & 0xFFU);
+  const char* arguments[0xFF];  // the host's to change
+  std::copy_n(config.initialArgs.begin(), count, arguments);
+  slot.call(config.update_config, link.filter(), count, arguments);
 }
 
 }  // namespace
@@ -28,9 +29,9 @@ void configure(const ChainLink& link, HostErrorSlot& slot) {
 BasicFrameProcessor::BasicFrameProcessor(vy_device_info_t* /*deviceInfo*/, std::vector<FilterConfig> configs) {
   registerFunctionPtrs(configs);
   filters_.reserve(configs.size());
-  constexpr std::size_t kOrdinarySchema = 512;
-  configSchema_.reserve(kOrdinarySchema);
-  for (FilterConfig& config : configs) addFilter(std::move(config));
+  TextWriter schema;
+  for (const FilterConfig& config : configs) addFilter(config, schema);
+  configSchema_ = schema.take();
 }
 
 BasicFrameProcessor::~BasicFrameProcessor() {
@@ -39,17 +40,17 @@ BasicFrameProcessor::~BasicFrameProcessor() {
 }
 
 /// Appends one filter to the chain and its lines to the schema, or leaves no trace of it.
-void BasicFrameProcessor::addFilter(FilterConfig&& config) {
+void BasicFrameProcessor::addFilter(const FilterConfig& config, TextWriter& schema) {
   HostErrorSlot slot;
   const auto create = isPrivateHostFilter(config.name) ? config.create_private_filter : config.create_filter;
-  vy_filter_t* const filter = slot.call(create, config.name.c_str());
+  vy_filter_t* const filter = slot.call(create, config.name);
   // What a host hands out together with an error is not ours to delete.
   if (slot.isSet()) return;
 
   // Into its place at once: the record is too big to be moved about, and the chain has room for all of them.
-  ChainLink& link = filters_.emplace_back(filter, std::move(config));
-  if (!link.config().initialArgs.empty()) configure(link, slot);
-  if (!slot.isSet()) slot.call(link.config().enable, filter, link.config().enabled == 1);
+  ChainLink& link = filters_.emplace_back(filter, config);
+  if (!config.initialArgs.empty()) configure(link, slot);
+  if (!slot.isSet()) slot.call(config.enable, filter, config.enabled == 1);
   if (slot.isSet()) {
     link.destroyFilter(slot);
     filters_.pop_back();
@@ -57,7 +58,7 @@ void BasicFrameProcessor::addFilter(FilterConfig&& config) {
   }
 
   // After the initial configuration: the schema text tells the values in force.
-  appendFilterConfigSchemaCsv(filter, link.config(), configSchema_);
+  appendFilterConfigSchemaCsv(filter, config, schema);
 }
 
 const char* BasicFrameProcessor::getConfigSchema(vy_error** /*error*/) {

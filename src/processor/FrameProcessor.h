@@ -12,6 +12,7 @@
 
 #include "processor/ChainLink.h"
 #include "processor/FilterConfig.h"
+#include "processor/TextWriter.h"
 
 /// What the exported functions know of a processor. Destroyed through its concrete type only, by the shared owner that
 /// was made for that type, and therefore without a destructor of its own.
@@ -55,8 +56,8 @@ class BasicFrameProcessor : public IFrameProcessor {
   /// A text in the canonical form of a configuration value type; empty for a type that is none.
   static std::string convertConfigValueString(const std::string& value, VYFilterConfigValueType type);
 
-  /// The pieces of a text between separators, empty ones included; always at least one.
-  static std::vector<std::string> splitString(const std::string& text, char separator);
+  /// The pieces of a text between separators, empty ones included; always at least one. They lie in the text.
+  static std::vector<std::string_view> splitString(std::string_view text, char separator);
 
  protected:
   const std::vector<ChainLink>& filters() const { return filters_; }
@@ -68,10 +69,10 @@ class BasicFrameProcessor : public IFrameProcessor {
     std::uint8_t item;
   };
 
-  static void appendFilterConfigSchemaCsv(vy_filter_t* filter, const FilterConfig& config, std::string& lines);
+  static void appendFilterConfigSchemaCsv(vy_filter_t* filter, const FilterConfig& config, TextWriter& lines);
   static std::vector<SettingKey> parseKeys(std::string_view schema);
   const std::vector<SettingKey>& keys();
-  void addFilter(FilterConfig&& config);
+  void addFilter(const FilterConfig& config, TextWriter& schema);
 
   std::vector<ChainLink> filters_;
   std::string configSchema_;
