@@ -57,7 +57,7 @@ class Registry {
   explicit Registry(std::size_t filters)
       : device_(vysim_create_device(1, 1)),
         context_(vy_create_frame_processor_context(device_.get(), MustSucceed())),
-        floor_(filters + 16) {
+        floor_(filters + kRoom) {
     for (std::size_t i = 0; i < filters; ++i) {
       // Of both kinds, in turn.
       newest_ = priv_create_filter(i % 2 == 0 ? "DisparityTransform" : "HardwareD2CProcessor", MustSucceed());
@@ -77,6 +77,8 @@ class Registry {
   vy_filter_t* newest() const { return newest_; }
 
  private:
+  static constexpr std::size_t kRoom = 1024;  ///< for the filters that a case adds
+
   Device device_;
   Context context_;
   FloorRegistry floor_;
@@ -285,10 +287,14 @@ class SchemaLines : public Work {
   floor_link link_{};
 };
 
-/// A camera opened, all its processors made, and everything given back.
+/// A camera opened, all its processors made, and everything given back. When another context keeps the registry, the
+/// private filters of every opening stay in it: both sides then find more of them each time.
 class Opening : public Work {
  public:
-  explicit Opening(const std::string& name) : device_(makeDevice(family(name))) {
+  Opening(const std::string& name, std::size_t registered)
+      : others_(registered != 0 ? std::make_unique<Registry>(registered) : nullptr),
+        registry_(others_ != nullptr ? others_->floor() : ownRegistry_),
+        device_(makeDevice(family(name))) {
     for (const SensorChain& chain : chainsOf(family(name))) {
       sensors_.push_back(static_cast<VYSensorType>(chain.sensorType));
       chains_.push_back(
@@ -310,24 +316,26 @@ class Opening : public Work {
   }
   void floor(std::size_t times) override {
     for (std::size_t i = 0; i < times; ++i) {
-      registry_.clear();
+      ownRegistry_.clear();
       vy_device_info_t* const info = floor_open_device(device_.get());
       for (const auto& chain : chains_) floor_build_chain(chain->get());
       for (const auto& chain : chains_) floor_delete_chain(chain->get());
-      floor_close_device(info, registry_.get());
+      floor_close_device(info, ownRegistry_.get());
     }
   }
 
  private:
+  std::unique_ptr<Registry> others_;  ///< none if the registry comes and goes with the camera
+  FloorRegistry ownRegistry_;
+  FloorRegistry& registry_;
   Device device_;
-  FloorRegistry registry_;
   std::vector<VYSensorType> sensors_;
   std::vector<std::unique_ptr<FloorChain>> chains_;
 };
 
 template <typename Kind, typename... Arguments>
 Case makeCase(const std::string& name, Arguments... arguments) {
-  return {name, [=] { return std::make_unique<Kind>(arguments...); }};
+  return {name, [=] { return std::make_unique<Kind>(arguments...); }, true};
 }
 
 }  // namespace
@@ -358,7 +366,12 @@ std::vector<Case> allCases() {
   cases.push_back(makeCase<Command>("command/Corvid", std::string("Corvid")));
   cases.push_back(makeCase<Command>("command/SpecialOpenNI", std::string("SpecialOpenNI")));
   for (const char* const name : {"Vashti", "Corvid", "SpecialOpenNI"}) {
-    cases.push_back(makeCase<Opening>(std::string("open/") + name, std::string(name)));
+    cases.push_back(makeCase<Opening>(std::string("open/") + name, std::string(name), std::size_t{0}));
+  }
+  for (const std::size_t registered : {1U, 10U, 100U, 1000U}) {
+    const std::string size = std::to_string(registered);
+    cases.push_back(makeCase<Opening>("open/SpecialOpenNI/registry-" + size, std::string("SpecialOpenNI"), registered));
+    cases.back().isTimed = false;
   }
   return cases;
 }

@@ -44,6 +44,7 @@ int main(int argc, char** argv) {
     return 0;
   }
   for (const Case& each : cases) {
+    if (!each.isTimed) continue;
     benchmark::RegisterBenchmark((each.name + "/library").c_str(), timeSide, each, &Work::library);
     benchmark::RegisterBenchmark((each.name + "/floor").c_str(), timeSide, each, &Work::floor);
   }

@@ -21,6 +21,7 @@ class Work {
 struct Case {
   std::string name;
   std::function<std::unique_ptr<Work>()> make;
+  bool isTimed = true;  ///< false for what grows with every time, and so cannot be repeated at will
 };
 
 /// All cases, in the order of the table.
