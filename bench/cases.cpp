@@ -273,7 +273,10 @@ class SchemaLines : public Work {
   ~SchemaLines() override { vy_delete_filter(filter_, MustSucceed()); }
 
   void library(std::size_t times) override {
-    for (std::size_t i = 0; i < times; ++i) BasicFrameProcessor::generateFilterConfigSchemaCsv(filter_, record_);
+    for (std::size_t i = 0; i < times; ++i) {
+      TextWriter lines;
+      BasicFrameProcessor::generateFilterConfigSchemaCsv(filter_, record_, lines);
+    }
   }
   void floor(std::size_t times) override {
     for (std::size_t i = 0; i < times; ++i) floor_schema(chain_.get(), &link_);

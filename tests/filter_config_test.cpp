@@ -68,6 +68,15 @@ TEST_F(FilterConfigTest, NamesThatTheHostKeepsPrivateAreCreatedThroughThePrivate
   }
 }
 
+// A host may hand out null handles without an error, and switch them.
+TEST_F(FilterConfigTest, ANullHandleHasNoSchema) {
+  FilterConfig record = makeRecord("Alpha");
+  record.exposedItems = {&FilterConfig::kSwitchItem, 1};
+  TextWriter lines;
+  BasicFrameProcessor::generateFilterConfigSchemaCsv(nullptr, record, lines);
+  EXPECT_EQ(lines.take(), "");
+}
+
 TEST_F(FilterConfigTest, FiltersAreFoundByTheNameTheyReport) {
   definePassing("Alpha", "Twin");
   definePassing("Beta", "Twin");

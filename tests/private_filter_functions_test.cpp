@@ -1,5 +1,6 @@
 // The functions that drive the library's own filters.
 #include <cstring>
+#include <deque>
 
 #include "support/hostTest.h"
 
@@ -148,6 +149,33 @@ TEST_F(PrivateFilterFunctionsTest, CallsReachTheFilterInside) {
   EXPECT_EQ(Frame(priv_filter_process(filter, input.get(), NoFailure())), input);
   EXPECT_EQ(priv_filter_process(filter, nullptr, NoFailure()), nullptr);
   EXPECT_EQ(vysim_frame_get_ref_count(input.get()), 1);
+}
+
+// The host's "DepthResize" has items; the library's filter around it has none.
+TEST_F(PrivateFilterFunctionsTest, TheD2CFilterHasNoItems) {
+  vy_filter_t* const d2c = priv_create_filter("HardwareD2CProcessor", NoFailure());
+  priv_filter_set_config_value(d2c, "Width", 1, NoFailure());
+  EXPECT_EQ(priv_filter_get_config_value(d2c, "Width", NoFailure()), 0);
+  vy_filter_config_schema_list_t* const list = priv_filter_get_config_schema_list(d2c, NoFailure());
+  EXPECT_GT(vy_filter_config_schema_list_get_count(list, NoFailure()), 0U);
+  EXPECT_EQ(priv_filter_config_schema_list_get_count(list, NoFailure()), 0U);
+  EXPECT_TRUE(isZero(priv_filter_config_schema_list_get_item(list, 0, NoFailure())));
+  // What is no list, below and above the one that is out.
+  for (std::uintptr_t address : {std::uintptr_t{1}, UINTPTR_MAX}) {
+    auto* const none = reinterpret_cast<vy_filter_config_schema_list_t*>(address);
+    EXPECT_TRUE(isZero(priv_filter_config_schema_list_get_item(none, 0, NoFailure())));
+    priv_filter_delete_config_schema_list(none, NoFailure());
+  }
+  priv_filter_delete_config_schema_list(list, NoFailure());
+}
+
+TEST_F(PrivateFilterFunctionsTest, NamesOfAnyLengthAreFound) {
+  std::deque<std::string> names;  // filters made under one go on reporting it
+  for (const std::size_t length : {0U, 1U, 62U, 63U, 64U, 65U, 1000U}) {
+    definePassing("OpenNIDisparityTransform", names.emplace_back(length, 'n').c_str(), true);
+    vy_filter_t* const filter = priv_create_filter("DisparityTransform", NoFailure());
+    EXPECT_STREQ(priv_filter_get_name(filter, NoFailure()), "DisparityTransform") << length;
+  }
 }
 
 TEST_F(PrivateFilterFunctionsTest, D2CParamsAreForTheD2CFilterOnly) {

@@ -82,20 +82,22 @@ TEST_F(SchemaTest, FailuresTakeAwayTheirLinesOnly) {
 }
 
 TEST_F(SchemaTest, OddItemsKeepTheirPlace) {
-  const auto kUnknownType = static_cast<VYFilterConfigValueType>(3);
   const double kLargest = std::numeric_limits<double>::max();
-  const std::vector<VYFilterConfigSchemaItem> odd = {
-      {"odd", kUnknownType, 0, 1, 1, 1, "Odd"}};  // item 1 does not exist
   const std::vector<VYFilterConfigSchemaItem> large = {{"large", kInt, -kLargest, kLargest, 3e9, 0, ""}};
-  define("NoiseRemovalFilter", odd);
   define("FrameRotate", large);
   definePassing("FrameMirror", "Renamed");  // keys carry the name that the filter reports
-  EXPECT_EQ(schemaOf(build()),
-            "NoiseRemovalFilter#0, , , , , , Odd\n"
-            "NoiseRemovalFilter#255, boolean, 0, 1, 1, 0, NoiseRemovalFilter enable switch\n"
-            "Renamed#255, boolean, 0, 1, 1, 0, Renamed enable switch\n"
-            "FrameFlip#255, boolean, 0, 1, 1, 0, FrameFlip enable switch\n"
-            "FrameRotate#0, integer, -2147483648, 2147483647, 2147483647, 0, \n");
+  for (const int unknownType : {3, -1}) {
+    // Item 1 does not exist; item 0 has no description.
+    const auto type = static_cast<VYFilterConfigValueType>(unknownType);
+    const std::vector<VYFilterConfigSchemaItem> odd = {{"odd", type, 0, 1, 1, 1, nullptr}};
+    define("NoiseRemovalFilter", odd);
+    EXPECT_EQ(schemaOf(build()),
+              "NoiseRemovalFilter#0, , , , , , \n"
+              "NoiseRemovalFilter#255, boolean, 0, 1, 1, 0, NoiseRemovalFilter enable switch\n"
+              "Renamed#255, boolean, 0, 1, 1, 0, Renamed enable switch\n"
+              "FrameFlip#255, boolean, 0, 1, 1, 0, FrameFlip enable switch\n"
+              "FrameRotate#0, integer, -2147483648, 2147483647, 2147483647, 0, \n");
+  }
 }
 
 // The default of the host's filter is one and the same, so one of these cannot come from it.

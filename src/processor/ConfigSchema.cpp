@@ -21,9 +21,8 @@ constexpr int kBoolean = 2;
 constexpr std::string_view gFilterConfigValueTypeMap[] = {"integer", "float", "boolean"};
 
 std::string_view typeName(VYFilterConfigValueType type) {
-  const int number = static_cast<int>(type);
-  const bool known = number >= 0 && number < static_cast<int>(std::size(gFilterConfigValueTypeMap));
-  return known ? gFilterConfigValueTypeMap[number] : "";
+  const auto number = static_cast<unsigned>(type);
+  return number < std::size(gFilterConfigValueTypeMap) ? gFilterConfigValueTypeMap[number] : "";
 }
 
 /// Six digits after the point.
@@ -119,14 +118,8 @@ bool appendItemLine(TextWriter& lines, vy_filter_t* filter, const FilterConfig& 
 
 }  // namespace
 
-std::string BasicFrameProcessor::generateFilterConfigSchemaCsv(vy_filter_t* filter, const FilterConfig& config) {
-  TextWriter lines;
-  appendFilterConfigSchemaCsv(filter, config, lines);
-  return lines.take();
-}
-
-void BasicFrameProcessor::appendFilterConfigSchemaCsv(vy_filter_t* filter, const FilterConfig& config,
-                                                      TextWriter& lines) {
+void BasicFrameProcessor::generateFilterConfigSchemaCsv(vy_filter_t* filter, const FilterConfig& config,
+                                                        TextWriter& lines) {
   if (filter == nullptr || config.exposedItems.empty()) return;
   HostErrorSlot listSlot;
   const SchemaList list(filter, config, listSlot.out());

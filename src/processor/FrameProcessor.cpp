@@ -58,7 +58,7 @@ void BasicFrameProcessor::addFilter(const FilterConfig& config, TextWriter& sche
   }
 
   // After the initial configuration: the schema text tells the values in force.
-  appendFilterConfigSchemaCsv(filter, config, schema);
+  generateFilterConfigSchemaCsv(filter, config, schema);
 }
 
 const char* BasicFrameProcessor::getConfigSchema(vy_error** /*error*/) {

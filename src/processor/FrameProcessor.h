@@ -50,8 +50,8 @@ class BasicFrameProcessor : public IFrameProcessor {
   /// The first filter of the chain that reports this name, with its record; a null filter with a blank record if none.
   std::pair<vy_filter_t*, const FilterConfig&> getFilter(std::string_view name) const;
 
-  /// The schema lines of one filter; what fails on the way is left out silently.
-  static std::string generateFilterConfigSchemaCsv(vy_filter_t* filter, const FilterConfig& config);
+  /// Appends the schema lines of one filter; what fails on the way is left out silently.
+  static void generateFilterConfigSchemaCsv(vy_filter_t* filter, const FilterConfig& config, TextWriter& lines);
 
   /// A text in the canonical form of a configuration value type; empty for a type that is none.
   static std::string convertConfigValueString(const std::string& value, VYFilterConfigValueType type);
@@ -69,7 +69,6 @@ class BasicFrameProcessor : public IFrameProcessor {
     std::uint8_t item;
   };
 
-  static void appendFilterConfigSchemaCsv(vy_filter_t* filter, const FilterConfig& config, TextWriter& lines);
   static std::vector<SettingKey> parseKeys(std::string_view schema);
   const std::vector<SettingKey>& keys();
   void addFilter(const FilterConfig& config, TextWriter& schema);
