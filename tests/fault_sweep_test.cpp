@@ -333,7 +333,7 @@ void FaultSweepTest::sweep(const SensorCase& sensor) {
     const StepLog& log = faultless[step];
     for (std::uint64_t nth = 1; nth <= log.calls.size(); ++nth) {
       for (const vysim_fault kind : {VYSIM_FAULT_ERROR, VYSIM_FAULT_NULL, VYSIM_FAULT_ERROR_WITH_RESULT}) {
-        strikeAt(sensor, {nullptr, step, nth, kind, log.calls[nth - 1]}, faultless);
+        strikeAt(sensor, {nullptr, step, nth, kind, log.calls[static_cast<std::size_t>(nth) - 1]}, faultless);
       }
     }
     for (std::uint64_t nth = 1; nth <= log.errorsMade; ++nth) {

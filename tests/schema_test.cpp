@@ -23,13 +23,14 @@ class SchemaTest : public HostTest {
   OpenDevice vashti_;
 };
 
+// As a float, the limit's maximum is 8192.000977; its six digits, read as a float, are nearer to 8192.
 const std::vector<VYFilterConfigSchemaItem> kNumbers = {{"size", kInt, -1, 900.9, 2, 7, "Size, in pixels"},
-                                                        {"limit", kFloat, -0.25, 1e6, 0.1, 1.0 / 3, "Limit"}};
+                                                        {"limit", kFloat, -0.25, 8192.0004883, 0.1, 1.0 / 3, "Limit"}};
 const std::vector<VYFilterConfigSchemaItem> kSwitch = {{"swap", kBoolean, 0, 1, 1, 1, "Swap"}};
 
 const char* const kWhole[] = {
     "NoiseRemovalFilter#0, integer, -1, 900, 2, 7, Size, in pixels\n",
-    "NoiseRemovalFilter#1, float, -0.250000, 1000000.000000, 0.100000, 0.333333, Limit\n",
+    "NoiseRemovalFilter#1, float, -0.250000, 8192.000000, 0.100000, 0.333333, Limit\n",
     "NoiseRemovalFilter#255, boolean, 0, 1, 1, 0, NoiseRemovalFilter enable switch\n",
     "FrameMirror#255, boolean, 0, 1, 1, 0, FrameMirror enable switch\n",
     "FrameFlip#255, boolean, 0, 1, 1, 0, FrameFlip enable switch\n",

@@ -1,12 +1,8 @@
-// The text conversions, a table each.
+// The text conversions: which texts they accept. number_conversion_test.cpp has the numbers at their ends.
 #include <api/commonTypes.h>
 #include <gtest/gtest.h>
 
-#include <climits>
-#include <cmath>
 #include <sstream>
-
-#include "processor/FrameProcessor.h"
 
 namespace {
 
@@ -71,9 +67,7 @@ TEST(TextConversionTest, IntegersAreStrictForOneCharacterAndLaxForMore) {
       {"", false, kUntouched},    {"   ", false, kUntouched}, {"x", false, kUntouched}, {" - ", false, kUntouched},
       {"\t", false, kUntouched},  {"7", true, 7},             {" 0 ", true, 0},         {"xy", true, 0},
       {"-7", true, -7},           {" 12abc ", true, 12},      {"5.9", true, 5},         {"0x1F", true, 0},
-      {"\t42", true, 42},         {"2147483647", true, INT_MAX},
-      {"2147483648", true, INT_MAX},            {"-2147483649", true, INT_MIN},
-      {"99999999999999999999", true, INT_MAX},  {"-99999999999999999999", true, INT_MIN},
+      {"\t42", true, 42},
   };
   // clang-format on
   for (const auto& each : cases) {
@@ -92,8 +86,8 @@ TEST(TextConversionTest, FloatsStoreWhatTheyReadEvenWhenRefused) {
   } cases[] = {
       // clang-format off
       {"", false, kUntouched}, {"  ", true, 0},           {"1.5", true, 1.5},  {"  1.5  ", true, 1.5}, {"1.5x", false, 1.5},
-      {"abc", false, 0},       {"\t2", true, 2},          {"2\t", false, 2},   {"-1e2", true, -100},   {"0x10", true, 16},
-      {"1 2", false, 1},       {"1e999", true, HUGE_VAL}, {".25", true, 0.25}, {"-", false, 0},        {"\t", false, 0},
+      {"abc", false, 0},       {"\t2", true, 2},          {"2\t", false, 2},   {"1 2", false, 1},
+      {".25", true, 0.25},     {"-", false, 0},           {"\t", false, 0},
       // clang-format on
   };
   for (const auto& each : cases) {
@@ -103,29 +97,6 @@ TEST(TextConversionTest, FloatsStoreWhatTheyReadEvenWhenRefused) {
     EXPECT_EQ(cvt2Double(each.text, &wide), each.accepted) << '"' << each.text << '"';
     EXPECT_EQ(single, static_cast<float>(each.value)) << '"' << each.text << '"';
     EXPECT_EQ(wide, each.value) << '"' << each.text << '"';
-  }
-  double precise = 0;
-  EXPECT_TRUE(cvt2Double("0.1", &precise));
-  EXPECT_EQ(precise, 0.1) << "a float in between would round";
-}
-
-TEST(TextConversionTest, ConfigurationValuesGetTheFormOfTheirType) {
-  const struct {
-    const char* value;
-    int type;
-    const char* text;
-  } cases[] = {
-      // clang-format off
-      {"5.000000", 0, "5"},   {"-1.000000", 0, "-1"}, {"x", 0, "0"},       {"abc", 0, "0"},   {"1.5", 1, "1.500000"},
-      {"0.1", 1, "0.100000"}, {"abc", 1, "0.0"},      {"", 1, "0.0"},      {"1", 2, "1"},     {"true", 2, "1"},
-      {"0", 2, "0"},          {"False", 2, "0"},      {"1.000000", 2, "0"}, {"abc", 2, "0"},  {"1", 3, ""},
-      {"16777217", 1, "16777216.000000"},
-      // clang-format on
-  };
-  for (const auto& each : cases) {
-    const auto type = static_cast<VYFilterConfigValueType>(each.type);
-    EXPECT_EQ(BasicFrameProcessor::convertConfigValueString(each.value, type), each.text)
-        << '"' << each.value << "\" as type " << each.type;
   }
 }
 

@@ -5,6 +5,9 @@
 project_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 log_dir=$project_dir/build/logs
 
+# Of the precompiled headers that the tests are built with, ccache knows the contents; times say nothing about them.
+export CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
+
 # Debian packages that the default build and its tests need.
 # shellcheck disable=SC2034 # used by the scripts that source this file
 build_packages=(
@@ -12,6 +15,7 @@ build_packages=(
   git # read at build time: the library carries its commit identifier
   libfmt-dev libcli11-dev libpng-dev libgd-dev libpugixml-dev
   libgtest-dev libgmock-dev
+  locales # a test compiles one with decimal commas
 )
 
 say() { printf '== %s\n' "$*"; }
