@@ -9,6 +9,7 @@
 #include "floorChain.h"
 #include "measure.h"
 #include "processor/FrameProcessor.h"
+#include "processor/TextWriter.h"
 #include "trivialHost.h"
 
 namespace {

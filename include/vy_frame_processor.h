@@ -14,7 +14,8 @@
  *  - A null handle is an error, in the destroy functions too: "NULL pointer passed for argument".
  *  - Texts are C strings of bytes; numbers in texts follow the C library's current numeric locale.
  *  - No function catches exceptions: when memory runs out, std::bad_alloc reaches the caller, and what was half built
- *    is released. The destroy functions and frames on their way need no memory.
+ *    is released. The destroy functions and frames on their way need no memory (unless a
+ *    host names one of its filters with more than 255 characters).
  *  - The library starts no thread and calls the host only from within a call of its own. It holds no lock meanwhile.
  *
  * Thread words used below: *reentrant* means that calls on different handles may run at the same time; *thread-bound*
@@ -105,9 +106,9 @@ VY_FRAME_PROCESSOR_API void vy_destroy_frame_processor(vy_frame_processor_t* pro
  *                   ends the chain. A filter that gives neither frame nor error also ends it and sets *error to null.
  * @return A frame with one reference that the caller owns (vy_delete_frame()): the last filter's output, or a copy of
  *         `frame` when no filter ran, and when a filter gave neither frame nor error, whatever those before it
- * produced. Null with the error of a filter that failed, or of a query that failed when no filter ran. A frame *and* an
- *         error when a filter returns both, or when an error that came up between two filters ends the chain: the frame
- *         is the caller's then, too. Null without an error when the host fails to make the copy.
+ *         produced. Null with the error of a filter that failed, or of a query that failed when no filter ran. A frame
+ *         *and* an error when a filter returns both, or when an error that came up between two filters ends the chain:
+ *         the frame is the caller's then, too. Null without an error when the host fails to make the copy.
  *
  * Thread-bound as far as the filters of the chain are.
  */

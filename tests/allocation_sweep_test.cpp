@@ -142,4 +142,16 @@ TEST_F(AllocationSweepTest, AListOfProductIdsStaysAsItWasWhenItCannotBeReplaced)
   EXPECT_NE(schemaOf(makeProcessor(camera.context, kDepth)), "");
 }
 
+// Names beyond 255 characters are the only thing that takes memory when a filter is looked for.
+TEST_F(AllocationSweepTest, DestroyingWithoutMemoryLeavesAFilterToTheRegistry) {
+  const std::string name(300, 'n');
+  definePassing("OpenNIDisparityTransform", name.c_str(), true);
+  const OpenDevice camera = openDevice(kSpecialOpenNI);
+  Processor processor = makeProcessor(camera.context, kDepth);
+  allocations = {true, 0, 1};
+  processor.reset();
+  allocations.watched = false;
+  EXPECT_GE(allocations.count, 1U);
+}
+
 }  // namespace

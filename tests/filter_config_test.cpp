@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "processor/FrameProcessor.h"
+#include "processor/TextWriter.h"
 #include "support/hostTest.h"
 
 namespace {
@@ -44,7 +45,7 @@ TEST_F(FilterConfigTest, ArgumentCountsAreCutToEightBits) {
   for (const std::size_t count : {1U, 255U, 256U, 300U}) {
     const std::vector<const char*> arguments(count, "x");
     FilterConfig record = makeRecord("Alpha");
-    record.initialArgs = {arguments.data(), arguments.size()};
+    record.initialArgs = TableView<const char*>(arguments.data(), arguments.size());
     const std::string calls = recordCalls([&] { BasicFrameProcessor(nullptr, {record}); });
     const std::string call = callsOf("vy_filter_update_config", calls).at(0);
     EXPECT_NE(call.find("argc: " + std::to_string(count % 256) + ","), std::string::npos) << call.substr(0, 80);
@@ -71,7 +72,7 @@ TEST_F(FilterConfigTest, NamesThatTheHostKeepsPrivateAreCreatedThroughThePrivate
 // A host may hand out null handles without an error, and switch them.
 TEST_F(FilterConfigTest, ANullHandleHasNoSchema) {
   FilterConfig record = makeRecord("Alpha");
-  record.exposedItems = {&FilterConfig::kSwitchItem, 1};
+  record.exposedItems = TableView<std::uint8_t>(&FilterConfig::kSwitchItem, 1);
   TextWriter lines;
   BasicFrameProcessor::generateFilterConfigSchemaCsv(nullptr, record, lines);
   EXPECT_EQ(lines.take(), "");

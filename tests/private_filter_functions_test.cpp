@@ -171,7 +171,7 @@ TEST_F(PrivateFilterFunctionsTest, TheD2CFilterHasNoItems) {
 
 TEST_F(PrivateFilterFunctionsTest, NamesOfAnyLengthAreFound) {
   std::deque<std::string> names;  // filters made under one go on reporting it
-  for (const std::size_t length : {0U, 1U, 62U, 63U, 64U, 65U, 1000U}) {
+  for (const std::size_t length : {0U, 1U, 254U, 255U, 256U, 257U, 1000U}) {
     definePassing("OpenNIDisparityTransform", names.emplace_back(length, 'n').c_str(), true);
     vy_filter_t* const filter = priv_create_filter("DisparityTransform", NoFailure());
     EXPECT_STREQ(priv_filter_get_name(filter, NoFailure()), "DisparityTransform") << length;

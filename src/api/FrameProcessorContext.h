@@ -23,8 +23,7 @@ class FrameProcessorContext {
 
   /**
    * Reads the device's ids from the host and takes over the chains of its family; none for an unknown device. False
-   * when
-   * `*error` is set, which must be null on entry.
+   * when `*error` is set, which must be null on entry.
    */
   bool registerDeviceHandle(vy_device_t* device, vy_error** error);
 

@@ -188,7 +188,7 @@ std::vector<FilterConfig> makeChain(const SensorChain& chain) {
       record.enabled = row.enabled;
       record.kind = row.kind;
       record.initialArgs = row.initialArgs;
-      record.exposedItems = {items.items, items.count};
+      record.exposedItems = TableView<std::uint8_t>(items.items, items.count);
     }
   }
   return records;

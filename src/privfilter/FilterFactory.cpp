@@ -2,6 +2,7 @@
 #include "privfilter/FilterFactory.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <iterator>
 
@@ -41,7 +42,7 @@ std::shared_ptr<FilterFactory> FilterFactory::getInstance() {
   return getInstanceInLine();
 }
 
-/// Requires the lock of getInstance(), which it is apart from to keep that one short.
+/// Called with the lock held. Out of line, as it is rarely run.
 VY_RARELY_RUN void FilterFactory::makeInstance(std::shared_ptr<FilterFactory>& instance) {
   instance = std::make_shared<FilterFactory>();
   instanceWeakPtr_ = instance;
@@ -51,11 +52,11 @@ VY_RARELY_RUN void FilterFactory::makeInstance(std::shared_ptr<FilterFactory>& i
 /// the host is asked at once. The two handles are then the cheaper thing to compare; both must agree.
 inline const FilterFactory::RegisteredFilter* FilterFactory::findNamed(const vy_filter_t* handle,
                                                                        const char* name) const {
-  return privateFilters_.find([name, handle](const RegisteredFilter& registered) {
-    vy_error* error = nullptr;
-    const char* const filterName = vy_filter_get_name(registered.handle, &error);
-    if (error != nullptr) {
-      vy_delete_error(error);
+  HostErrorSlot ignored;
+  return privateFilters_.find([name, &ignored, handle](const RegisteredFilter& registered) {
+    const char* const filterName = vy_filter_get_name(registered.handle, ignored.out());
+    if (ignored.isSet()) {
+      ignored.clear();
       return false;
     }
     return registered.handle == handle && filterName != nullptr && std::strcmp(name, filterName) == 0;
@@ -97,7 +98,7 @@ const FilterFactory::RegisteredFilter* FilterFactory::findRegistered(const vy_fi
                                                                      vy_error** error) const {
   const char* const reported = vy_filter_get_name(handle, error);
   if (*error != nullptr || reported == nullptr) return nullptr;
-  alignas(64) char copy[64];  // in one line of the cache
+  alignas(256) char copy[256];  // comparing is slow at the end of a page
   const std::size_t size = std::strlen(reported) + 1;
   if (size > sizeof copy) return findLongNamed(handle, reported);
   std::memcpy(copy, reported, size);

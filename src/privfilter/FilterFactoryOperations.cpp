@@ -84,7 +84,7 @@ VYFilterConfigSchemaItem FilterFactory::getPrivateFilterConfigSchemaListItem(con
   return owner != nullptr ? owner->get_config_schema_list_item(list, index, error) : VYFilterConfigSchemaItem{};
 }
 
-// An entry leaves the map before its list is given back: from then on the host may hand out the same address again.
+// A list is no longer noted when it is given back: from then on the host may hand out the same address again.
 
 void FilterFactory::deleteFilterConfigSchemaList(SchemaList* list, vy_error** error) {
   IPrivFilter* const owner = schemaListOwners_.remove(list);

@@ -3,6 +3,7 @@
 
 #include <TavrixSDK.h>
 
+#include <cstddef>
 #include <mutex>
 #include <optional>
 #include <vector>

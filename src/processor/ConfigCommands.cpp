@@ -1,5 +1,4 @@
 // Configuration commands: one value per line of the processor's own schema text.
-#include <algorithm>
 #include <charconv>
 #include <cstdlib>
 #include <memory>

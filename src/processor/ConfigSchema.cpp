@@ -1,16 +1,19 @@
 // The schema text: what of a filter's configuration a processor publishes.
+#include <langinfo.h>
+
 #include <charconv>
 #include <climits>
-#include <clocale>
 #include <cmath>
 #include <cstdio>
 #include <iterator>
+#include <string>
 #include <string_view>
 
 #include "api/HostErrorSlot.h"
 #include "api/commonTypes.h"
 #include "processor/FrameProcessor.h"
 #include "processor/SchemaList.h"
+#include "processor/TextWriter.h"
 
 namespace {
 
@@ -33,7 +36,7 @@ std::string printFixed(double value) {
   return {text, static_cast<std::size_t>(length)};
 }
 
-/// The longest number of appendNumber() that does not come from convertConfigValueString().
+/// Room for a number below kEveryFloatIsExact with its sign, its point and six digits behind it.
 constexpr std::size_t kShortNumber = 32;
 
 void appendInteger(TextWriter& text, int number) {
@@ -41,27 +44,33 @@ void appendInteger(TextWriter& text, int number) {
   text.extend(std::to_chars(end, end + kShortNumber, number).ptr);
 }
 
-/// Appends what printing a number, reading it as a float and printing that gives, each with six digits after the point.
-void appendShortFloat(TextWriter& text, double number, std::string_view separator) {
+/// The calling thread's, which may change with any call of the host.
+std::string_view decimalSeparator() {
+  return nl_langinfo(RADIXCHAR);  // NOLINT(concurrency-mt-unsafe): the text of a locale that is in use stays
+}
+
+/// Appends what printing a number, reading it as a float and printing that gives, each with six digits after the point
+/// and rounded to nearest. False, and nothing, if that cannot be had this way.
+bool appendShortFloat(TextWriter& text, double number) {
   constexpr int kDecimals = 6;
   char digits[kShortNumber];
-  char* end = std::to_chars(std::begin(digits), std::end(digits), number, std::chars_format::fixed, kDecimals).ptr;
+  const auto print = [&digits](double value) {
+    return std::to_chars(std::begin(digits), std::end(digits), value, std::chars_format::fixed, kDecimals).ptr;
+  };
   float value = 0;
-  std::from_chars(digits, end, value);
-  end = std::to_chars(std::begin(digits), std::end(digits), static_cast<double>(value), std::chars_format::fixed,
-                      kDecimals)
-            .ptr;
-  const char* const decimals = end - kDecimals;
+  if (std::from_chars(digits, print(number), value).ec != std::errc()) return false;
+  const char* const decimals = print(static_cast<double>(value)) - kDecimals;
   text.append({digits, static_cast<std::size_t>(decimals - 1 - digits)});
-  text.append(separator);
+  text.append(decimalSeparator());
   text.append({decimals, kDecimals});
+  return true;
 }
 
 /**
  * Appends convertConfigValueString(printFixed(number), type). Most published numbers are small and many of them whole:
  * these need not take the way over two texts and the locale.
  */
-void appendNumber(TextWriter& text, double number, VYFilterConfigValueType type, std::string_view separator) {
+void appendNumber(TextWriter& text, double number, VYFilterConfigValueType type) {
   constexpr double kEveryFloatIsExact = 1 << 24;
   const bool isSmall = number > -kEveryFloatIsExact && number < kEveryFloatIsExact;
   const bool isWhole = isSmall && static_cast<double>(static_cast<int>(number)) == number;
@@ -72,11 +81,9 @@ void appendNumber(TextWriter& text, double number, VYFilterConfigValueType type,
     appendInteger(text, static_cast<int>(number));
   } else if (kind == kFloat && isWhole && !std::signbit(number)) {
     appendInteger(text, static_cast<int>(number));
-    text.append(separator);
+    text.append(decimalSeparator());
     text.append("000000");
-  } else if (kind == kFloat && isSmall) {
-    appendShortFloat(text, number, separator);
-  } else {
+  } else if (kind != kFloat || !isSmall || !appendShortFloat(text, number)) {
     text.append(BasicFrameProcessor::convertConfigValueString(printFixed(number), type));
   }
 }
@@ -93,7 +100,7 @@ void appendSwitchLine(TextWriter& lines, std::size_t lineBegin, const FilterConf
 
 /// Completes the line of an item, of which the filter's name is there. False when the filter fails to tell about it.
 bool appendItemLine(TextWriter& lines, vy_filter_t* filter, const FilterConfig& config,
-                    const vy_filter_config_schema_list_t* list, std::uint8_t index, std::string_view separator) {
+                    const vy_filter_config_schema_list_t* list, std::uint8_t index) {
   HostErrorSlot slot;
   const VYFilterConfigSchemaItem item = slot.call(config.config_schema_list_get_item, list, index);
   if (slot.isSet()) return false;
@@ -107,7 +114,7 @@ bool appendItemLine(TextWriter& lines, vy_filter_t* filter, const FilterConfig& 
   lines.append(typeName(type));
   for (const double number : {item.min, item.max, item.step, value}) {
     lines.append(", ");
-    appendNumber(lines, number, type, separator);
+    appendNumber(lines, number, type);
   }
   lines.append(", ");
   const char* const description = item.desc;
@@ -124,8 +131,6 @@ void BasicFrameProcessor::generateFilterConfigSchemaCsv(vy_filter_t* filter, con
   HostErrorSlot listSlot;
   const SchemaList list(filter, config, listSlot.out());
   if (listSlot.isSet()) return;
-  // Hosts do not change the locale while they call. NOLINTNEXTLINE(concurrency-mt-unsafe)
-  const std::string_view separator = std::localeconv()->decimal_point;
   for (const std::uint8_t index : config.exposedItems) {
     HostErrorSlot nameSlot;
     const char* const name = nameSlot.call(config.get_name, filter);
@@ -135,7 +140,7 @@ void BasicFrameProcessor::generateFilterConfigSchemaCsv(vy_filter_t* filter, con
     lines.append(name);
     if (index == FilterConfig::kSwitchItem) {
       appendSwitchLine(lines, lineBegin, config);
-    } else if (!appendItemLine(lines, filter, config, list.get(), index, separator)) {
+    } else if (!appendItemLine(lines, filter, config, list.get(), index)) {
       lines.cutTo(lineBegin);
     }
   }

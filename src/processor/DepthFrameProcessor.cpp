@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "api/HostErrorSlot.h"
 #include "processor/FrameProcessor.h"
 

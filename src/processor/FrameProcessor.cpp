@@ -3,8 +3,10 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 
 #include "api/HostErrorSlot.h"
+#include "processor/TextWriter.h"
 
 namespace {
 
@@ -47,7 +49,7 @@ void BasicFrameProcessor::addFilter(const FilterConfig& config, TextWriter& sche
   // What a host hands out together with an error is not ours to delete.
   if (slot.isSet()) return;
 
-  // Into its place at once: the record is too big to be moved about, and the chain has room for all of them.
+  // Into its place at once: from here on the chain owns the filter.
   ChainLink& link = filters_.emplace_back(filter, config);
   if (!config.initialArgs.empty()) configure(link, slot);
   if (!slot.isSet()) slot.call(config.enable, filter, config.enabled == 1);

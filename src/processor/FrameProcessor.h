@@ -12,7 +12,8 @@
 
 #include "processor/ChainLink.h"
 #include "processor/FilterConfig.h"
-#include "processor/TextWriter.h"
+
+class TextWriter;
 
 /// What the exported functions know of a processor. Destroyed through its concrete type only, by the shared owner that
 /// was made for that type, and therefore without a destructor of its own.
@@ -58,6 +59,7 @@ class BasicFrameProcessor : public IFrameProcessor {
 
   /// The pieces of a text between separators, empty ones included; always at least one. They lie in the text.
   static std::vector<std::string_view> splitString(std::string_view text, char separator);
+  static std::vector<std::string_view> splitString(std::string&& text, char separator) = delete;
 
  protected:
   const std::vector<ChainLink>& filters() const { return filters_; }
