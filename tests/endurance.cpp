@@ -8,7 +8,6 @@
 #include <fmt/core.h>
 #include <malloc.h>
 #include <tavrix_sim.h>
-#include <unistd.h>
 #include <vy_frame_processor.h>
 
 #include <algorithm>
@@ -16,6 +15,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <initializer_list>
 #include <stdexcept>
 #include <string>
@@ -23,7 +23,11 @@
 
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if !defined(__has_feature)
+#define __has_feature(feature) 0  // NOLINT: Clang's way of telling
+#endif
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || __has_feature(address_sanitizer) || \
+    __has_feature(thread_sanitizer)
 constexpr bool kMemoryCounts = false;  // sanitizers keep freed memory, and notes on all of it
 #else
 constexpr bool kMemoryCounts = true;
@@ -51,13 +55,15 @@ class Slot {
   vy_error* error_ = nullptr;
 };
 
+/// Without the pages of files, such as those of libraries, which the system maps and drops as it likes, and without free
+/// memory that the heap happens to keep.
 std::int64_t residentKiB() {
-  std::FILE* const file = std::fopen("/proc/self/statm", "r");
-  long long pages = 0;
-  long long resident = 0;
-  if (file == nullptr || std::fscanf(file, "%lld %lld", &pages, &resident) != 2) throw std::runtime_error("no statm");
-  std::fclose(file);
-  return resident * sysconf(_SC_PAGESIZE) / 1024;
+  malloc_trim(0);
+  std::ifstream status("/proc/self/status");
+  for (std::string line; std::getline(status, line);) {
+    if (line.compare(0, 8, "RssAnon:") == 0) return std::stoll(line.substr(8));
+  }
+  throw std::runtime_error("/proc/self/status does not tell of RssAnon");
 }
 
 std::int64_t heapBytes() {
