@@ -55,8 +55,8 @@ class Slot {
   vy_error* error_ = nullptr;
 };
 
-/// Without the pages of files, such as those of libraries, which the system maps and drops as it likes, and without free
-/// memory that the heap happens to keep.
+/// Without the pages of files, such as those of libraries, which the system maps and drops as it likes, and without
+/// free memory that the heap happens to keep.
 std::int64_t residentKiB() {
   malloc_trim(0);
   std::ifstream status("/proc/self/status");
