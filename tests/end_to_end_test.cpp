@@ -5,6 +5,7 @@
 #include <map>
 
 #include "support/hostTest.h"
+#include "support/scenario.h"
 
 namespace {
 
@@ -21,6 +22,10 @@ class EndToEndTest : public HostTest, public testing::WithParamInterface<const c
     }
     vysim_camera_options options = {};
     options.clean = true;
+    if (sweepStep() > 1) {  // a slow tool, or an emulator
+      options.width = 320;
+      options.height = 200;
+    }
     camera_.reset(vysim_open_camera(GetParam(), &options, NoFailure()));
     context_.reset(vy_create_frame_processor_context(vysim_camera_get_device(camera_.get(), NoFailure()), NoFailure()));
   }
