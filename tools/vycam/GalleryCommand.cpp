@@ -9,7 +9,7 @@
 namespace vycam {
 namespace {
 
-constexpr unsigned kFramesPerStream = 2;
+constexpr unsigned kFramesPerStream = 1;  // the one that is shown
 constexpr int kPictureWidth = 480;
 
 std::string writePicture(const Picture& picture, OutputFolder& folder, const std::string& stem, const char* role) {
