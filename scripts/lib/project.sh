@@ -7,6 +7,8 @@ log_dir=$project_dir/build/logs
 
 # Of the precompiled headers that the tests are built with, ccache knows the contents; times say nothing about them.
 export CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
+# Paths below the checkout count relative to it, so that another checkout finds what this one has compiled.
+export CCACHE_BASEDIR=$project_dir CCACHE_NOHASHDIR=1
 
 # Debian packages that the default build and its tests need.
 # shellcheck disable=SC2034 # used by the scripts that source this file

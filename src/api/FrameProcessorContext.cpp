@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "api/HostErrorSlot.h"
-#include "api/commonTypes.h"
+#include "host/HostErrorSlot.h"
+#include "host/commonTypes.h"
 #include "privfilter/FilterFactory.h"
 #include "processor/FrameProcessor.h"
 

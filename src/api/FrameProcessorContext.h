@@ -1,19 +1,16 @@
-#ifndef SRC_API_FRAMEPROCESSORCONTEXT_H
-#define SRC_API_FRAMEPROCESSORCONTEXT_H
+#pragma once
 
 #include <TavrixSDK.h>
 
 #include <memory>
 
-#include "device/chainCatalogue.h"
+#include "device/ChainCatalogue.h"
 
 class FilterFactory;
 class IFrameProcessor;
 
-/**
- * The chains of one camera, and the maker of its frame processors. Read-only once registered: processors may then be
- * made on several threads.
- */
+/// The chains of one camera, and the maker of its frame processors. Read-only once registered: processors may then be
+/// made on several threads.
 class FrameProcessorContext {
  public:
   FrameProcessorContext();
@@ -21,10 +18,8 @@ class FrameProcessorContext {
   FrameProcessorContext& operator=(const FrameProcessorContext&) = delete;
   ~FrameProcessorContext();
 
-  /**
-   * Reads the device's ids from the host and takes over the chains of its family; none for an unknown device. False
-   * when `*error` is set, which must be null on entry.
-   */
+  /// Reads the device's ids from the host and takes over the chains of its family; none for an unknown device. False
+  /// when `*error` is set, which must be null on entry.
   bool registerDeviceHandle(vy_device_t* device, vy_error** error);
 
   /// A new processor for a sensor, or an empty pointer for one without a chain or of a type that gets no processor.
@@ -35,5 +30,3 @@ class FrameProcessorContext {
   TableView<SensorChain> chains_;                 ///< of the camera's family; the tables are constant
   std::shared_ptr<FilterFactory> filterFactory_;  ///< keeps the registry, and so every private filter, alive
 };
-
-#endif  // SRC_API_FRAMEPROCESSORCONTEXT_H

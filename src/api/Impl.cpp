@@ -4,10 +4,10 @@
 #include <memory>
 #include <utility>
 
+#include "CommitHash.h"
 #include "api/FrameProcessorContext.h"
-#include "api/commonTypes.h"
-#include "commitHash.h"
 #include "device/deviceInfoConfig.h"
+#include "host/commonTypes.h"
 #include "processor/FrameProcessor.h"
 
 /// The handles are these objects themselves.

@@ -8,7 +8,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "d2c/saturate.h"
+#include "d2c/Saturate.h"
 
 namespace {
 

@@ -1,15 +1,12 @@
-#ifndef SRC_D2C_HARDWARED2CPARAMS_H
-#define SRC_D2C_HARDWARED2CPARAMS_H
+#pragma once
 
 #include <TavrixSDK.h>
 
 #include <array>
 #include <cstdint>
 
-/**
- * The argument texts of the host's "DepthResize" filter, in its order: output width and height, scale, left, right, top
- * and bottom border.
- */
+/// The argument texts of the host's "DepthResize" filter, in its order: output width and height, scale, left, right,
+/// top and bottom border.
 class ResizeArguments {
  public:
   static constexpr std::uint8_t kCount = 7;
@@ -49,5 +46,3 @@ struct HardwareD2CParams {
  private:
   void fold(std::uint32_t width, std::uint32_t height);
 };
-
-#endif  // SRC_D2C_HARDWARED2CPARAMS_H

@@ -1,7 +1,7 @@
 #include "d2c/HardwareD2CProcessor.h"
 
-#include "api/HostErrorSlot.h"
-#include "api/commonTypes.h"
+#include "host/HostErrorSlot.h"
+#include "host/commonTypes.h"
 
 namespace {
 

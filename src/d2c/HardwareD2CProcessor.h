@@ -1,18 +1,15 @@
-#ifndef SRC_D2C_HARDWARED2CPROCESSOR_H
-#define SRC_D2C_HARDWARED2CPROCESSOR_H
+#pragma once
 
 #include <atomic>
 
 #include "d2c/HardwareD2CParams.h"
 #include "privfilter/WrappedHostFilter.h"
 
-/**
- * Finishes depth frames that the camera has aligned to colour: the host's private filter "DepthResize", configured once
- * per parameter set, and the stored intrinsics, a zero distortion and an identity extrinsic to colour stamped on each
- * output frame.
- *
- * Parameters may be set on another thread than frames are processed on, but not while a frame is in flight.
- */
+/// Finishes depth frames that the camera has aligned to colour: the host's private filter "DepthResize", configured
+/// once per parameter set, and the stored intrinsics, a zero distortion and an identity extrinsic to colour stamped on
+/// each output frame.
+///
+/// Parameters may be set on another thread than frames are processed on, but not while a frame is in flight.
 class HardwareD2CProcessor : public WrappedHostFilter {
  public:
   HardwareD2CProcessor();
@@ -40,5 +37,3 @@ class HardwareD2CProcessor : public WrappedHostFilter {
   std::atomic<bool> paramsApplied_{false};
   HardwareD2CParams params_;
 };
-
-#endif  // SRC_D2C_HARDWARED2CPROCESSOR_H

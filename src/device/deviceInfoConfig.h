@@ -1,5 +1,4 @@
-#ifndef SRC_DEVICE_DEVICEINFOCONFIG_H
-#define SRC_DEVICE_DEVICEINFOCONFIG_H
+#pragma once
 
 #include <cstdint>
 #include <vector>
@@ -35,16 +34,12 @@ extern std::vector<DeviceIdentifier> TalonDevPids;
 extern std::vector<DeviceIdentifier> MirelDevPids;
 extern std::vector<DeviceIdentifier> PellanDevPids;
 
-/**
- * Replaces the list that stands for `type` with the records in `data`: `size` bytes, 4 a record, vendor id and product
- * id as 16-bit little-endian values; the bytes of an incomplete last record are ignored. A type without a list does
- * nothing. A negative size throws std::length_error and changes nothing.
- */
+/// Replaces the list that stands for `type` with the records in `data`: `size` bytes, 4 a record, vendor id and product
+/// id as 16-bit little-endian values; the bytes of an incomplete last record are ignored. A type without a list does
+/// nothing. A negative size throws std::length_error and changes nothing.
 void replaceList(int type, const std::uint8_t* data, int size);
 
 /// Whether a list holds this camera. Ids above 16 bits never match.
 bool isDeviceInContainer(const std::vector<DeviceIdentifier>& list, unsigned vid, unsigned pid);
 
 }  // namespace deviceInfoConfig
-
-#endif  // SRC_DEVICE_DEVICEINFOCONFIG_H

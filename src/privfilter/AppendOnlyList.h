@@ -1,14 +1,11 @@
-#ifndef SRC_PRIVFILTER_APPENDONLYLIST_H
-#define SRC_PRIVFILTER_APPENDONLYLIST_H
+#pragma once
 
 #include <atomic>
 #include <mutex>
 #include <utility>
 
-/**
- * A list that only grows, for readers on any thread: a walk takes no lock, sees every element whose append() returned
- * before the walk began, and never sees a half-made one. Elements stay where they are until the list dies.
- */
+/// A list that only grows, for readers on any thread: a walk takes no lock, sees every element whose append() returned
+/// before the walk began, and never sees a half-made one. Elements stay where they are until the list dies.
 template <typename Element>
 class AppendOnlyList {
  public:
@@ -48,5 +45,3 @@ class AppendOnlyList {
   std::mutex appendMutex_;             ///< among appending threads only
   std::atomic<Node*>* end_ = &first_;  ///< where the next node goes
 };
-
-#endif  // SRC_PRIVFILTER_APPENDONLYLIST_H

@@ -6,8 +6,8 @@
 #include <cstring>
 #include <iterator>
 
-#include "api/HostErrorSlot.h"
 #include "d2c/HardwareD2CProcessor.h"
+#include "host/HostErrorSlot.h"
 #include "privfilter/OpenNID2DProcessor.h"
 
 std::weak_ptr<FilterFactory> FilterFactory::instanceWeakPtr_;

@@ -1,5 +1,4 @@
-#ifndef SRC_PRIVFILTER_FILTERFACTORY_H
-#define SRC_PRIVFILTER_FILTERFACTORY_H
+#pragma once
 
 #include <TavrixSDK.h>
 
@@ -12,17 +11,15 @@
 #include "privfilter/IPrivFilter.h"
 #include "privfilter/SchemaListOwners.h"
 
-/**
- * The process-wide registry of the library's own filters: makes them by name, keeps every one alive until it dies
- * itself, finds the filter behind a handle that the host passes back, and remembers which filter gave out which schema
- * list.
- *
- * It lives as long as somebody owns it: every frame processor context does, and every call for its duration. Operations
- * on a handle that resolves to no filter return the neutral value and report nothing, except where noted.
- *
- * Safe from any thread: a lookup takes no lock, filters being never removed, and no lock is held while the host is
- * called. What a filter itself does on two threads at once is another matter.
- */
+/// The process-wide registry of the library's own filters: makes them by name, keeps every one alive until it dies
+/// itself, finds the filter behind a handle that the host passes back, and remembers which filter gave out which schema
+/// list.
+///
+/// It lives as long as somebody owns it: every frame processor context does, and every call for its duration.
+/// Operations on a handle that resolves to no filter return the neutral value and report nothing, except where noted.
+///
+/// Safe from any thread: a lookup takes no lock, filters being never removed, and no lock is held while the host is
+/// called. What a filter itself does on two threads at once is another matter.
 class FilterFactory {
  public:
   FilterFactory() = default;
@@ -49,10 +46,8 @@ class FilterFactory {
   std::shared_ptr<IPrivFilter> createFilter(int index);
   std::shared_ptr<IPrivFilter> createFilter(const char* name);
 
-  /**
-   * The filter behind a handle: the first of which the host reports the handle's name and which was registered with
-   * this very handle. Empty if there is none, and when the host cannot name the handle, whose error stays in the slot.
-   */
+  /// The filter behind a handle: the first of which the host reports the handle's name and which was registered with
+  /// this very handle. Empty if there is none, and when the host cannot name the handle, whose error stays in the slot.
   std::shared_ptr<IPrivFilter> getPrivateFilter(const vy_filter_t* handle, vy_error** error) const;
 
   /// Reports "failed to get filter name" when there is no such filter.
@@ -111,5 +106,3 @@ class FilterFactory {
   AppendOnlyList<RegisteredFilter> privateFilters_;
   SchemaListOwners schemaListOwners_;
 };
-
-#endif  // SRC_PRIVFILTER_FILTERFACTORY_H

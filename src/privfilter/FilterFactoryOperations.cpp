@@ -1,7 +1,7 @@
 // The registry's operations on a handle or a schema list: each finds the filter and lets it do the work.
-#include "api/HostErrorSlot.h"
-#include "api/commonTypes.h"
 #include "d2c/HardwareD2CProcessor.h"
+#include "host/HostErrorSlot.h"
+#include "host/commonTypes.h"
 #include "privfilter/FilterFactory.h"
 
 const char* FilterFactory::getPrivateFilterName(const vy_filter_t* handle, vy_error** error) const {

@@ -1,16 +1,13 @@
-#ifndef SRC_PRIVFILTER_IPRIVFILTER_H
-#define SRC_PRIVFILTER_IPRIVFILTER_H
+#pragma once
 
 #include <TavrixSDK.h>
 
 #include <cstdint>
 
-/**
- * A filter that the library implements itself. The host knows it by the handle of the host filter inside (get_filter).
- *
- * Every operation reports failure in its error slot. Objects are destroyed by the shared owner that was made for their
- * concrete type, and therefore have no virtual destructor.
- */
+/// A filter that the library implements itself. The host knows it by the handle of the host filter inside (get_filter).
+///
+/// Every operation reports failure in its error slot. Objects are destroyed by the shared owner that was made for their
+/// concrete type, and therefore have no virtual destructor.
 class IPrivFilter {
  public:
   /// The name that the registry creates the filter by.
@@ -34,5 +31,3 @@ class IPrivFilter {
   virtual VYFilterConfigSchemaItem get_config_schema_list_item(const vy_filter_config_schema_list_t* list,
                                                                std::uint32_t index, vy_error** error) = 0;
 };
-
-#endif  // SRC_PRIVFILTER_IPRIVFILTER_H

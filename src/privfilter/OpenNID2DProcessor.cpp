@@ -1,6 +1,6 @@
 #include "privfilter/OpenNID2DProcessor.h"
 
-#include "api/commonTypes.h"
+#include "host/commonTypes.h"
 
 OpenNID2DProcessor::OpenNID2DProcessor() : WrappedHostFilter("OpenNIDisparityTransform") {}
 

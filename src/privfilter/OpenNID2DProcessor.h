@@ -1,5 +1,4 @@
-#ifndef SRC_PRIVFILTER_OPENNID2DPROCESSOR_H
-#define SRC_PRIVFILTER_OPENNID2DPROCESSOR_H
+#pragma once
 
 #include "privfilter/WrappedHostFilter.h"
 
@@ -20,5 +19,3 @@ class OpenNID2DProcessor : public WrappedHostFilter {
   VYFilterConfigSchemaItem get_config_schema_list_item(const vy_filter_config_schema_list_t* list, std::uint32_t index,
                                                        vy_error** error) override;
 };
-
-#endif  // SRC_PRIVFILTER_OPENNID2DPROCESSOR_H

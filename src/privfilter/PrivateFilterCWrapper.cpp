@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "api/commonTypes.h"
+#include "host/commonTypes.h"
 #include "privfilter/FilterFactory.h"
 
 namespace {

@@ -1,5 +1,4 @@
-#ifndef SRC_PRIVFILTER_SCHEMALISTOWNERS_H
-#define SRC_PRIVFILTER_SCHEMALISTOWNERS_H
+#pragma once
 
 #include <TavrixSDK.h>
 
@@ -10,13 +9,11 @@
 
 #include "privfilter/IPrivFilter.h"
 
-/**
- * Which filter gave out which schema list, in the order of the lists' addresses. Few lists are out at a time: their
- * entries stand in one piece of memory, which is kept when they are gone, so that a command costs no allocation.
- *
- * Filters are not owned: the registry that this belongs to keeps them longer. Safe from any thread; no lock is held
- * outside these functions.
- */
+/// Which filter gave out which schema list, in the order of the lists' addresses. Few lists are out at a time: their
+/// entries stand in one piece of memory, which is kept when they are gone, so that a command costs no allocation.
+///
+/// Filters are not owned: the registry that this belongs to keeps them longer. Safe from any thread; no lock is held
+/// outside these functions.
 class SchemaListOwners {
  public:
   using SchemaList = vy_filter_config_schema_list_t;
@@ -55,5 +52,3 @@ class SchemaListOwners {
   std::vector<Entry> entries_;  ///< by the address of the list
   std::size_t rooms_ = 0;       ///< entries that can be made without memory
 };
-
-#endif  // SRC_PRIVFILTER_SCHEMALISTOWNERS_H

@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-#include "api/commonTypes.h"
+#include "host/commonTypes.h"
 
 namespace {
 

@@ -1,7 +1,6 @@
-#ifndef SRC_PRIVFILTER_WRAPPEDHOSTFILTER_H
-#define SRC_PRIVFILTER_WRAPPEDHOSTFILTER_H
+#pragma once
 
-#include "api/HostErrorSlot.h"
+#include "host/HostErrorSlot.h"
 #include "privfilter/IPrivFilter.h"
 
 /// What the library's filters have in common: a private host filter that they own, and a switch that the host filter is
@@ -34,5 +33,3 @@ class WrappedHostFilter : public IPrivFilter {
  private:
   bool enabled_ = false;
 };
-
-#endif  // SRC_PRIVFILTER_WRAPPEDHOSTFILTER_H

@@ -1,16 +1,13 @@
-#ifndef SRC_PROCESSOR_CHAINLINK_H
-#define SRC_PROCESSOR_CHAINLINK_H
+#pragma once
 
 #include <utility>
 
-#include "api/HostErrorSlot.h"
+#include "host/HostErrorSlot.h"
 #include "processor/FilterConfig.h"
 
-/**
- * A live filter of a chain with the record that drives it. Owns the filter and deletes it through the record, exactly
- * once. Whether there is a filter is the owner's knowledge, not the handle's: a host that hands out a null handle
- * without an error gets it back.
- */
+/// A live filter of a chain with the record that drives it. Owns the filter and deletes it through the record, exactly
+/// once. Whether there is a filter is the owner's knowledge, not the handle's: a host that hands out a null handle
+/// without an error gets it back.
 class ChainLink {
  public:
   ChainLink(vy_filter_t* filter, const FilterConfig& config) noexcept : filter_(filter), config_(config) {}
@@ -42,5 +39,3 @@ class ChainLink {
   FilterConfig config_;
   bool owned_ = true;
 };
-
-#endif  // SRC_PROCESSOR_CHAINLINK_H

@@ -9,8 +9,8 @@
 #include <string>
 #include <string_view>
 
-#include "api/HostErrorSlot.h"
-#include "api/commonTypes.h"
+#include "host/HostErrorSlot.h"
+#include "host/commonTypes.h"
 #include "processor/FrameProcessor.h"
 #include "processor/SchemaList.h"
 #include "processor/TextWriter.h"
@@ -66,10 +66,8 @@ bool appendShortFloat(TextWriter& text, double number) {
   return true;
 }
 
-/**
- * Appends convertConfigValueString(printFixed(number), type). Most published numbers are small and many of them whole:
- * these need not take the way over two texts and the locale.
- */
+/// Appends convertConfigValueString(printFixed(number), type). Most published numbers are small and many of them whole:
+/// these need not take the way over two texts and the locale.
 void appendNumber(TextWriter& text, double number, VYFilterConfigValueType type) {
   constexpr double kEveryFloatIsExact = 1 << 24;
   const bool isSmall = number > -kEveryFloatIsExact && number < kEveryFloatIsExact;

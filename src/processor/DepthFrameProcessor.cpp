@@ -1,6 +1,6 @@
 #include <utility>
 
-#include "api/HostErrorSlot.h"
+#include "host/HostErrorSlot.h"
 #include "processor/FrameProcessor.h"
 
 DepthFrameProcessor::DepthFrameProcessor(vy_device_info_t* deviceInfo, std::vector<FilterConfig> configs)

@@ -1,5 +1,4 @@
-#ifndef SRC_PROCESSOR_FILTERCONFIG_H
-#define SRC_PROCESSOR_FILTERCONFIG_H
+#pragma once
 
 #include <TavrixSDK.h>
 
@@ -7,13 +6,11 @@
 
 #include "processor/TableView.h"
 
-/**
- * One link of a filter chain: which filter, how it starts, what of it is published, and the functions that drive it.
- * Every call on the filter goes through this table, so that a chain mixes host filters and the library's own freely.
- *
- * A plain value, and a small one: its name, its two lists and the texts in them stand in the constant tables of the
- * catalogue, which outlive every record.
- */
+/// One link of a filter chain: which filter, how it starts, what of it is published, and the functions that drive it.
+/// Every call on the filter goes through this table, so that a chain mixes host filters and the library's own freely.
+///
+/// A plain value, and a small one: its name, its two lists and the texts in them stand in the constant tables of the
+/// catalogue, which outlive every record.
 struct FilterConfig {
   static constexpr std::int32_t kPrivateFilter = 0;  ///< driven by the library's priv_ functions
   static constexpr std::int32_t kHostFilter = 1;     ///< driven by the host's vy_ functions
@@ -55,5 +52,3 @@ struct FilterConfig {
                                   std::int16_t padBottom, bool applyScale, bool reservedFlag,
                                   vy_error** error) = nullptr;
 };
-
-#endif  // SRC_PROCESSOR_FILTERCONFIG_H

@@ -1,7 +1,7 @@
 // A frame's way through the chain.
 #include <string_view>
 
-#include "api/HostErrorSlot.h"
+#include "host/HostErrorSlot.h"
 #include "processor/FrameProcessor.h"
 
 namespace {
@@ -60,10 +60,8 @@ struct Walk {
   bool failed;          ///< ended early: the slot's content, which may be null, is the caller's
 };
 
-/**
- * Runs the filters in order, each on the output of the one before. One slot serves all calls: an error of a query is
- * seen at the next test, after a release or after a filter's work.
- */
+/// Runs the filters in order, each on the output of the one before. One slot serves all calls: an error of a query is
+/// seen at the next test, after a release or after a filter's work.
 Walk runChain(const std::vector<ChainLink>& filters, vy_frame_t* input, HostErrorSlot& slot) {
   vy_frame_t* current = input;
   vy_frame_t* result = nullptr;

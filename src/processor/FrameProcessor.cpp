@@ -5,7 +5,7 @@
 #include <cstring>
 #include <iterator>
 
-#include "api/HostErrorSlot.h"
+#include "host/HostErrorSlot.h"
 #include "processor/TextWriter.h"
 
 namespace {

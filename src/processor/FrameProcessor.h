@@ -1,5 +1,4 @@
-#ifndef SRC_PROCESSOR_FRAMEPROCESSOR_H
-#define SRC_PROCESSOR_FRAMEPROCESSOR_H
+#pragma once
 
 #include <TavrixSDK.h>
 
@@ -27,10 +26,8 @@ class IFrameProcessor {
   virtual void updateConfig(std::uint8_t argc, const char** argv, vy_error** error) = 0;
 };
 
-/**
- * The filter chain of one sensor. The chain and its schema text are fixed when the constructor returns; a filter that
- * could not be made, configured or switched is not in it.
- */
+/// The filter chain of one sensor. The chain and its schema text are fixed when the constructor returns; a filter that
+/// could not be made, configured or switched is not in it.
 class BasicFrameProcessor : public IFrameProcessor {
  public:
   /// Builds the chain. `deviceInfo` is not used. Throws std::bad_alloc only; filters made until then are deleted.
@@ -91,5 +88,3 @@ class DepthFrameProcessor : public BasicFrameProcessor {
                             std::int16_t padTop, std::int16_t padRight, std::int16_t padBottom, bool applyScale,
                             bool reservedFlag);
 };
-
-#endif  // SRC_PROCESSOR_FRAMEPROCESSOR_H

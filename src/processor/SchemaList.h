@@ -1,7 +1,6 @@
-#ifndef SRC_PROCESSOR_SCHEMALIST_H
-#define SRC_PROCESSOR_SCHEMALIST_H
+#pragma once
 
-#include "api/HostErrorSlot.h"
+#include "host/HostErrorSlot.h"
 #include "processor/FilterConfig.h"
 
 /// A filter's schema list, obtained and given back through the filter's record. Errors of giving back are absorbed.
@@ -28,5 +27,3 @@ class SchemaList {
   vy_filter_config_schema_list_t* const list_;
   const bool obtained_;
 };
-
-#endif  // SRC_PROCESSOR_SCHEMALIST_H

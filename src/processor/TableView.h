@@ -1,5 +1,4 @@
-#ifndef SRC_PROCESSOR_TABLEVIEW_H
-#define SRC_PROCESSOR_TABLEVIEW_H
+#pragma once
 
 #include <cstddef>
 #include <initializer_list>
@@ -26,5 +25,3 @@ class TableView {
   const Row* first_ = nullptr;
   const Row* last_ = nullptr;
 };
-
-#endif  // SRC_PROCESSOR_TABLEVIEW_H

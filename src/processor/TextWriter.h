@@ -1,5 +1,4 @@
-#ifndef SRC_PROCESSOR_TEXTWRITER_H
-#define SRC_PROCESSOR_TEXTWRITER_H
+#pragma once
 
 #include <algorithm>
 #include <cstddef>
@@ -46,5 +45,3 @@ class TextWriter {
   std::string text_;
   std::size_t used_ = 0;  ///< of the text; the rest is room
 };
-
-#endif  // SRC_PROCESSOR_TEXTWRITER_H

@@ -7,15 +7,15 @@
 
 namespace vycam {
 
-/** Collects the figures of any number of frames. */
+/// Collects the figures of any number of frames.
 class Accuracy {
  public:
-  /** Adds a frame: measured and true depth in millimetres, 0 = none. */
+  /// Adds a frame: measured and true depth in millimetres, 0 = none.
   void add(const std::vector<uint16_t>& measured, const std::vector<uint16_t>& truth);
 
-  /** Share of all pixels that have a measurement, 0 to 1. */
+  /// Share of all pixels that have a measurement, 0 to 1.
   double validShare() const;
-  /** Median of the absolute error over the pixels that have both depths; none if there is no such pixel. */
+  /// Median of the absolute error over the pixels that have both depths; none if there is no such pixel.
   std::optional<int> medianError() const;
 
  private:

@@ -10,7 +10,7 @@
 namespace vycam {
 namespace {
 
-/** A chain's link while its calls are read. */
+/// A chain's link while its calls are read.
 struct ObservedLink {
   ChainLink link;
   bool isPrivate = false;
@@ -21,7 +21,7 @@ bool startsWith(std::string_view text, std::string_view start) {
   return text.substr(0, start.size()) == start;
 }
 
-/** The texts in quotes of a record, in order. */
+/// The texts in quotes of a record, in order.
 std::vector<std::string> quotedTexts(std::string_view record) {
   std::vector<std::string> texts;
   for (size_t open = record.find('"'); open != std::string_view::npos;) {
@@ -62,7 +62,7 @@ std::vector<ObservedLink> observe(const std::vector<std::string>& calls) {
   return links;
 }
 
-/** The filters that the schema names but the host did not make under that name: the library's own, in chain order. */
+/// The filters that the schema names but the host did not make under that name: the library's own, in chain order.
 std::vector<std::string> ownFilters(const std::vector<ObservedLink>& links, const Schema& schema) {
   std::vector<std::string> own;
   for (const SchemaRow& row : schema) {

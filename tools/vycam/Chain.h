@@ -19,7 +19,7 @@ struct ChainLink {
 
 using Chain = std::vector<ChainLink>;
 
-/** Records host calls from its making until its end; one at a time, as the host has one record of calls. */
+/// Records host calls from its making until its end; one at a time, as the host has one record of calls.
 class CallRecording {
  public:
   CallRecording();
@@ -30,10 +30,10 @@ class CallRecording {
   static std::vector<std::string> calls();
 };
 
-/** The chain that these host calls built; `schema` is that of the processor. */
+/// The chain that these host calls built; `schema` is that of the processor.
 Chain chainFromCalls(const std::vector<std::string>& calls, const Schema& schema);
 
-/** "NoiseRemovalFilter(200, 256, 1280, 800)", "HardwareD2CProcessor (wraps DepthResize)". */
+/// "NoiseRemovalFilter(200, 256, 1280, 800)", "HardwareD2CProcessor (wraps DepthResize)".
 std::string describe(const ChainLink& link);
 
 }  // namespace vycam

@@ -12,7 +12,7 @@ void showFamilies(const Library& library, bool asCsv);
 
 void showSchema(const Library& library, const std::string& camera, const std::string& sensor, bool raw);
 
-/** What was typed for `vycam run`; empty texts stand for options that were not given. */
+/// What was typed for `vycam run`; empty texts stand for options that were not given.
 struct RunArguments {
   std::string camera, sensor, depthFile, size, hardwareD2C, outputFolder;
   unsigned frames = 30;

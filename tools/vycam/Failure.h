@@ -5,7 +5,7 @@
 
 namespace vycam {
 
-/** Says in one line what was wrong and, where there is a choice, what would be right. */
+/// Says in one line what was wrong and, where there is a choice, what would be right.
 class Failure : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;

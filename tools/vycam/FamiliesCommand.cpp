@@ -14,7 +14,7 @@ namespace {
 constexpr size_t kSensorColumn = 12;
 constexpr size_t kLineWidth = 110;
 
-/** Prints the steps of a chain, broken into lines that fit a terminal. */
+/// Prints the steps of a chain, broken into lines that fit a terminal.
 void printChain(const SensorChain& entry) {
   std::string line = fmt::format("  {:<{}}", sensorName(entry.sensor), kSensorColumn - 2);
   for (size_t i = 0; i < entry.chain.size(); ++i) {

@@ -10,7 +10,7 @@
 namespace vycam {
 namespace {
 
-/** The filters that turn a camera's packing into plain pixels. */
+/// The filters that turn a camera's packing into plain pixels.
 constexpr const char* kDecoders[] = {"FrameUnpacker", "TalonFrameUnpacker", "TiberonDecompress"};
 
 const char* meaning(VYPixelType type) {
@@ -27,7 +27,7 @@ const char* meaning(VYPixelType type) {
   return "unknown pixels";
 }
 
-/** The frame's bytes, at least `bytesPerPixel` of them for each pixel. */
+/// The frame's bytes, at least `bytesPerPixel` of them for each pixel.
 const uint8_t* bytesOf(const vy_frame_t* frame, const FrameFacts& facts, size_t bytesPerPixel) {
   const size_t needed = size_t{facts.width} * facts.height * bytesPerPixel;
   if (call("read a frame", vysim_frame_get_size, frame) < needed) {

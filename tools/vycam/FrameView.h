@@ -11,7 +11,7 @@
 
 namespace vycam {
 
-/** A frame's format and size, for people: "1280x800, 12-bit packed, disparity". */
+/// A frame's format and size, for people: "1280x800, 12-bit packed, disparity".
 struct FrameFacts {
   uint32_t width = 0, height = 0;
   VYFormat format = VY_FORMAT_UNKNOWN;
@@ -22,16 +22,16 @@ struct FrameFacts {
 
 FrameFacts factsOf(const vy_frame_t* frame);
 
-/** True for formats that have one 8-bit or 16-bit number, or three bytes of colour, per pixel. */
+/// True for formats that have one 8-bit or 16-bit number, or three bytes of colour, per pixel.
 bool isPlain(VYFormat format);
 
-/** A frame with plain pixels: the frame itself, or what the unpacking filter of its chain makes of it. */
+/// A frame with plain pixels: the frame itself, or what the unpacking filter of its chain makes of it.
 Frame decodeForView(const vy_frame_t* frame, const Chain& chain);
 
-/** The numbers of a plain frame with one channel. */
+/// The numbers of a plain frame with one channel.
 GreyImage greyPixels(const vy_frame_t* frame);
 
-/** Three bytes per pixel of a colour frame. */
+/// Three bytes per pixel of a colour frame.
 std::vector<uint8_t> colourPixels(const vy_frame_t* frame);
 
 }  // namespace vycam

@@ -60,7 +60,7 @@ td.n, th.n { text-align: right; font-variant-numeric: tabular-nums; }
 footer { padding-top: 24px; padding-bottom: 48px; font-size: 13px; color: var(--soft); }
 )";
 
-/** Appends an element with a text; an empty text gives an element that still has content, as HTML wants it. */
+/// Appends an element with a text; an empty text gives an element that still has content, as HTML wants it.
 Node add(Node parent, const char* name, const std::string& text) {
   Node node = parent.append_child(name);
   node.text().set(text.empty() ? "\xE2\x80\x93" : text.c_str());
@@ -71,7 +71,7 @@ void setClass(Node node, const char* name) {
   node.append_attribute("class") = name;
 }
 
-/** Sensor names in words: "left infrared" rather than "ir-left". */
+/// Sensor names in words: "left infrared" rather than "ir-left".
 std::string title(VYSensorType sensor) {
   switch (sensor) {
     case VY_SENSOR_DEPTH:

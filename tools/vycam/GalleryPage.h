@@ -9,7 +9,7 @@
 
 namespace vycam {
 
-/** One sensor of a family as the page shows it. Picture names are relative to the page. */
+/// One sensor of a family as the page shows it. Picture names are relative to the page.
 struct GalleryEntry {
   SensorChain chain;
   std::string rawFacts, outputFacts;
@@ -23,7 +23,7 @@ struct GalleryFamily {
   std::vector<GalleryEntry> entries;
 };
 
-/** Writes the page; `revision` is the library's commit identifier. */
+/// Writes the page; `revision` is the library's commit identifier.
 void writeGalleryPage(const std::vector<GalleryFamily>& families, const std::string& revision, const std::string& path);
 
 }  // namespace vycam

@@ -14,10 +14,10 @@ struct HardwareD2C {
   bool apply = true;  ///< false: where possible keep the size, and scale the intrinsics instead
 };
 
-/** "scale=1.5,left=8,top=0,right=8,bottom=0,apply=1", in any order; what is left out keeps its default. */
+/// "scale=1.5,left=8,top=0,right=8,bottom=0,apply=1", in any order; what is left out keeps its default.
 HardwareD2C parseHardwareD2C(const std::string& text);
 
-/** The intrinsics of a depth image after scaling and bordering; a size that cannot be is a Failure. */
+/// The intrinsics of a depth image after scaling and bordering; a size that cannot be is a Failure.
 VYCameraIntrinsic scaledIntrinsic(const VYCameraIntrinsic& depth, uint32_t width, uint32_t height,
                                   const HardwareD2C& parameters);
 

@@ -10,7 +10,7 @@
 
 namespace vycam {
 
-/** The error slot of one call; deletes the error it was given. */
+/// The error slot of one call; deletes the error it was given.
 class ErrorSlot {
  public:
   ErrorSlot() = default;
@@ -20,15 +20,14 @@ class ErrorSlot {
 
   vy_error** address() { return &error_; }
   bool isSet() const { return error_ != nullptr; }
-  /** Throws a Failure with the error's text if there is an error. `doing` says what was tried, as in "open the camera".
-   */
+  /// Throws a Failure with the error's text if there is an error. `doing` says what was tried, as in "open the camera".
   void check(std::string_view doing) const;
 
  private:
   vy_error* error_ = nullptr;
 };
 
-/** Calls a function of the host or of the library with an error slot at the end; an error becomes a Failure. */
+/// Calls a function of the host or of the library with an error slot at the end; an error becomes a Failure.
 template <class Function, class... Arguments>
 auto call(std::string_view doing, Function function, Arguments... arguments) {
   ErrorSlot slot;
@@ -42,7 +41,7 @@ auto call(std::string_view doing, Function function, Arguments... arguments) {
   }
 }
 
-/** Gives an object back; an error on the way is nobody's concern any more. */
+/// Gives an object back; an error on the way is nobody's concern any more.
 template <auto Delete>
 struct HostDelete {
   template <class Object>

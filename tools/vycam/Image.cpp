@@ -33,7 +33,7 @@ File openFile(const std::string& path, const char* mode) {
   return file;
 }
 
-/** What libpng said when it gave up. */
+/// What libpng said when it gave up.
 struct PngFault {
   char text[128] = "";
 };
@@ -126,7 +126,7 @@ bool hasPngSignature(std::FILE* file) {
   return isPng;
 }
 
-/** A pointer to each row of 16-bit pixels, as libpng wants them. */
+/// A pointer to each row of 16-bit pixels, as libpng wants them.
 std::vector<png_bytep> rowPointers(std::vector<png_byte>& bytes, uint32_t width, uint32_t height) {
   std::vector<png_bytep> rows;
   for (size_t y = 0; y < height; ++y) {

@@ -13,7 +13,7 @@ struct GreyImage {
   std::vector<uint16_t> pixels;  ///< row by row
 };
 
-/** Reads a 16-bit grey PNG; a file that is none is a Failure that says what it is. */
+/// Reads a 16-bit grey PNG; a file that is none is a Failure that says what it is.
 GreyImage readGreyPng(const std::string& path);
 void writeGreyPng(const GreyImage& image, const std::string& path);
 

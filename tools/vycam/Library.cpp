@@ -14,7 +14,7 @@ namespace {
 
 constexpr const char* kDefaultName = "libvy_frame_processor.so.1";
 
-/** The list types that the library takes product ids for. */
+/// The list types that the library takes product ids for.
 constexpr int kListTypes[] = {0, 3, 6};
 
 template <class Function>
@@ -25,10 +25,8 @@ void resolve(void* handle, const std::string& path, const char* name, Function& 
   }
 }
 
-/**
- * The library in the folder beside the program's. The loader looks there by itself, except where something stands
- * between the program and dlopen(), as memory checkers do: then the program's own search path does not count.
- */
+/// The library in the folder beside the program's. The loader looks there by itself, except where something stands
+/// between the program and dlopen(), as memory checkers do: then the program's own search path does not count.
 std::string besideProgram() {
   std::error_code error;
   const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);

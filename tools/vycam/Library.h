@@ -7,7 +7,7 @@
 
 namespace vycam {
 
-/** The library's functions, found by name. */
+/// The library's functions, found by name.
 struct LibraryFunctions {
   // Contexts and processors
   decltype(&vy_create_frame_processor_context) createContext;
@@ -26,11 +26,10 @@ struct LibraryFunctions {
   decltype(&vy_get_commit_hash) getCommitHash;
 };
 
-/** The loaded library. It stays loaded until this object is gone, which therefore outlives everything made through it.
- */
+/// The loaded library. It stays loaded until this object is gone, which therefore outlives everything made through it.
 class Library {
  public:
-  /** Loads the library from `path`, or when that is empty from where the loader finds it beside the program. */
+  /// Loads the library from `path`, or when that is empty from where the loader finds it beside the program.
   explicit Library(const std::string& path);
   Library(const Library&) = delete;
   Library& operator=(const Library&) = delete;

@@ -13,7 +13,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/** The first folder on the way to `path` that is missing; empty if none is. */
+/// The first folder on the way to `path` that is missing; empty if none is.
 fs::path firstMissing(const fs::path& path) {
   fs::path walked;
   for (const fs::path& part : fs::absolute(path).lexically_normal()) {

@@ -7,21 +7,19 @@
 
 namespace vycam {
 
-/**
- * Files are written into a hidden folder inside the output folder and moved into place at the end. Without commit(),
- * everything that was made disappears again, the output folder itself included if it was not there before.
- */
+/// Files are written into a hidden folder inside the output folder and moved into place at the end. Without commit(),
+/// everything that was made disappears again, the output folder itself included if it was not there before.
 class OutputFolder {
  public:
-  /** Makes the folder if it is missing. One that cannot be written is a Failure. */
+  /// Makes the folder if it is missing. One that cannot be written is a Failure.
   explicit OutputFolder(const std::string& path);
   OutputFolder(const OutputFolder&) = delete;
   OutputFolder& operator=(const OutputFolder&) = delete;
   ~OutputFolder();
 
-  /** Where to write the file that is to be called `name`, which may lie in a subfolder. */
+  /// Where to write the file that is to be called `name`, which may lie in a subfolder.
   std::string pathFor(const std::string& name);
-  /** Moves all files into place; those of the same names that lie there are replaced. */
+  /// Moves all files into place; those of the same names that lie there are replaced.
   void commit();
 
   const std::filesystem::path& path() const { return path_; }

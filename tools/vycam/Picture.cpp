@@ -46,7 +46,7 @@ int textWidth(gdFontPtr font, const std::string& text) {
   return font->w * static_cast<int>(text.size());
 }
 
-/** The smallest of 1, 2, 5, 10, 20, 50, ... that is not below `least`. */
+/// The smallest of 1, 2, 5, 10, 20, 50, ... that is not below `least`.
 double roundStep(double least) {
   double step = 1;
   for (;;) {
@@ -59,7 +59,7 @@ double roundStep(double least) {
   }
 }
 
-/** Round numbers for the ticks of a scale, from left to right, their places at least `distance` apart. */
+/// Round numbers for the ticks of a scale, from left to right, their places at least `distance` apart.
 std::vector<double> tickNumbers(const Scale& scale, double distance) {
   constexpr size_t kMostTicks = 100;
   std::vector<double> ticks;

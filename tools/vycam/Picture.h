@@ -13,10 +13,8 @@
 
 namespace vycam {
 
-/**
- * Which place of the palette a number has. Disparities go by their reciprocals, from the largest to the smallest: so
- * they get the colours of the depths that they stand for.
- */
+/// Which place of the palette a number has. Disparities go by their reciprocals, from the largest to the smallest: so
+/// they get the colours of the depths that they stand for.
 struct Scale {
   double low = 1;
   double high = 2;
@@ -25,22 +23,22 @@ struct Scale {
   std::string title;          ///< "depth in mm"
   bool zeroIsMissing = true;  ///< a pixel of 0 is no measurement
 
-  /** 0 to 1 for the numbers between the ends. */
+  /// 0 to 1 for the numbers between the ends.
   double placeOf(double number) const;
   double numberAt(double place) const;
 };
 
-/** A scale that covers all but the outermost hundredth of the numbers in these images. */
+/// A scale that covers all but the outermost hundredth of the numbers in these images.
 Scale scaleFor(const std::vector<const GreyImage*>& images, const std::string& title);
 
 class Picture {
  public:
-  /** Numbers as colours; the scale stands below. */
+  /// Numbers as colours; the scale stands below.
   static Picture ofNumbers(const GreyImage& image, const Scale& scale);
-  /** Three bytes per pixel, without a scale. */
+  /// Three bytes per pixel, without a scale.
   static Picture ofColours(uint32_t width, uint32_t height, const std::vector<uint8_t>& rgb);
 
-  /** Writes a PNG, with the image (not the scale) reduced to `maxWidth` where it is wider; 0 = never reduced. */
+  /// Writes a PNG, with the image (not the scale) reduced to `maxWidth` where it is wider; 0 = never reduced.
   void write(const std::string& path, int maxWidth = 0) const;
 
  private:

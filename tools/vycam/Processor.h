@@ -24,7 +24,7 @@ struct ProcessorDelete {
   void operator()(vy_frame_processor_t* processor) const;
 };
 
-/** The processor of one sensor, its chain and its settings. */
+/// The processor of one sensor, its chain and its settings.
 class Processor {
  public:
   Processor(const Library& library, vy_frame_processor_t* handle, std::string schemaText, Chain chain);
@@ -33,7 +33,7 @@ class Processor {
   const Schema& schema() const { return schema_; }
   const std::string& schemaText() const { return schemaText_; }
 
-  /** Sends all settings: these, and the rest as the schema shows them. Nothing is sent when there are none. */
+  /// Sends all settings: these, and the rest as the schema shows them. Nothing is sent when there are none.
   void apply(const std::vector<std::string>& settings);
   void setHardwareD2C(const VYCameraIntrinsic& intrinsic, const HardwareD2C& parameters);
   Frame process(vy_frame_t* frame);
@@ -46,14 +46,14 @@ class Processor {
   Chain chain_;
 };
 
-/** The context of one camera. */
+/// The context of one camera.
 class Context {
  public:
   Context(const Library& library, vy_device_t* device);
 
-  /** The processor of a sensor; none if the library has no chain for it. */
+  /// The processor of a sensor; none if the library has no chain for it.
   std::optional<Processor> findProcessor(VYSensorType sensor) const;
-  /** As findProcessor(), but a sensor without a chain is a Failure that names those with one. */
+  /// As findProcessor(), but a sensor without a chain is a Failure that names those with one.
   Processor makeProcessor(const std::string& family, VYSensorType sensor) const;
 
  private:
@@ -61,7 +61,7 @@ class Context {
   std::unique_ptr<vy_frame_processor_context_t, ContextDelete> handle_;
 };
 
-/** A device with the ids of a family's first product and no camera behind it: enough for what the library knows. */
+/// A device with the ids of a family's first product and no camera behind it: enough for what the library knows.
 Device makeDevice(const vysim_family& family);
 
 }  // namespace vycam

@@ -6,16 +6,16 @@
 
 namespace vycam {
 
-/** Draws on stderr, and only where that is a terminal. */
+/// Draws on stderr, and only where that is a terminal.
 class Progress {
  public:
   Progress(std::string label, unsigned steps);
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
-  /** Clears the bar away, so that what is printed next stands alone. */
+  /// Clears the bar away, so that what is printed next stands alone.
   ~Progress();
 
-  /** One step is done. `unit` names the steps in the rate shown: "frames/s". */
+  /// One step is done. `unit` names the steps in the rate shown: "frames/s".
   void step(const char* unit);
 
  private:

@@ -7,7 +7,7 @@
 
 namespace vycam {
 
-/** One line of the schema: a setting that the library publishes. */
+/// One line of the schema: a setting that the library publishes.
 struct SchemaRow {
   std::string key;  ///< filter name, "#", item index
   std::string type;
@@ -15,22 +15,20 @@ struct SchemaRow {
   std::string description;
 
   std::string filter() const;
-  /** True for the line that switches a filter on and off. */
+  /// True for the line that switches a filter on and off.
   bool isSwitch() const;
 };
 
 using Schema = std::vector<SchemaRow>;
 
-/** A Failure if a line does not have the seven columns. */
+/// A Failure if a line does not have the seven columns.
 Schema parseSchema(std::string_view text);
 
-/** The row of that key, or null. */
+/// The row of that key, or null.
 const SchemaRow* findRow(const Schema& schema, std::string_view key);
 
-/**
- * One value per row: those of `settings` ("FILTER#ITEM=VALUE"), and for all others the value that the schema shows. A
- * setting that the schema lacks and a value that is no number are Failures.
- */
+/// One value per row: those of `settings` ("FILTER#ITEM=VALUE"), and for all others the value that the schema shows. A
+/// setting that the schema lacks and a value that is no number are Failures.
 std::vector<std::string> valuesFor(const Schema& schema, const std::vector<std::string>& settings);
 
 }  // namespace vycam

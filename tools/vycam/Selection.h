@@ -15,21 +15,21 @@ struct FrameSize {
   uint32_t height = 0;
 };
 
-/** All families the host knows, in its order. */
+/// All families the host knows, in its order.
 std::vector<const vysim_family*> allFamilies();
-/** The family of that name; an unknown one is a Failure that lists the known ones. */
+/// The family of that name; an unknown one is a Failure that lists the known ones.
 const vysim_family& parseFamily(const std::string& name);
 
-/** Every sensor type that a library may have a chain for. */
+/// Every sensor type that a library may have a chain for.
 std::vector<VYSensorType> allSensors();
-/** The sensor of that name or number; an unknown one is a Failure that lists the known ones. */
+/// The sensor of that name or number; an unknown one is a Failure that lists the known ones.
 VYSensorType parseSensor(const std::string& name);
 std::string sensorName(VYSensorType sensor);
 
-/** "640x480". */
+/// "640x480".
 FrameSize parseFrameSize(const std::string& text);
 
-/** The stream a family's cameras deliver for a sensor, or null. */
+/// The stream a family's cameras deliver for a sensor, or null.
 const vysim_stream* findStream(const vysim_family& family, VYSensorType sensor);
 
 }  // namespace vycam

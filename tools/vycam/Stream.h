@@ -28,7 +28,7 @@ struct StreamOptions {
   std::optional<HardwareD2C> hardwareD2C;
 };
 
-/** What a run made; the images are those of the last frame. */
+/// What a run made; the images are those of the last frame.
 struct StreamResult {
   Chain chain;
   Schema schema;
@@ -42,7 +42,7 @@ struct StreamResult {
 
 StreamResult runStream(const Library& library, const StreamOptions& options, Progress& progress);
 
-/** The pictures of a run. Output and truth share a scale. */
+/// The pictures of a run. Output and truth share a scale.
 struct StreamPictures {
   std::optional<Picture> raw, output, truth;
 };

@@ -14,7 +14,7 @@ struct FilterTime {
   double milliseconds = 0;  ///< per frame
 };
 
-/** Means per frame, in milliseconds. */
+/// Means per frame, in milliseconds.
 struct TimeReport {
   uint64_t frames = 0;
   double total = 0;
@@ -26,10 +26,10 @@ struct TimeReport {
   std::vector<FilterTime> byFilter;
 };
 
-/** Times frames; one at a time, for the host's clock is there once. */
+/// Times frames; one at a time, for the host's clock is there once.
 class Timing {
  public:
-  /** Finds out what the host's clock costs, and starts it. */
+  /// Finds out what the host's clock costs, and starts it.
   Timing();
   Timing(const Timing&) = delete;
   Timing& operator=(const Timing&) = delete;

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+
+#include "tavrix_sim.h"
+
+namespace tavrix {
+
+/// How often each function was called. Everything here is locked.
+namespace callCounts {
+
+void add(const char* function, bool canFail);
+/// Of one function, or of all that can fail (null).
+uint64_t of(const char* function);
+void clear();
+
+}  // namespace callCounts
+
+/// Time spent in host functions. Everything here is locked.
+namespace timing {
+
+void clear();
+void addCall(std::chrono::nanoseconds duration);
+void addFilterRun(const char* filter, std::chrono::nanoseconds duration);
+void total(uint64_t* calls, uint64_t* nanoseconds);
+size_t filterCount();
+vysim_filter_time filterAt(size_t index);
+
+}  // namespace timing
+}  // namespace tavrix

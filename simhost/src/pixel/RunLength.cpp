@@ -1,0 +1,104 @@
+#include "pixel/RunLength.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace tavrix::pixel {
+namespace {
+
+constexpr size_t kLongestRecord = 0x7FFF;
+constexpr unsigned kLiteralMark = 0x8000;
+// A shorter run inside of other pixels would cost as much as it saves.
+constexpr size_t kShortestRun = 3;
+
+// Words are little-endian in the data, as pixels are in memory on every target of this system.
+void appendWords(std::vector<uint8_t>& bytes, const uint16_t* words, size_t count) {
+  const size_t size = bytes.size();
+  bytes.resize(size + count * sizeof(uint16_t));
+  std::memcpy(bytes.data() + size, words, count * sizeof(uint16_t));
+}
+
+void appendLiterals(std::vector<uint8_t>& bytes, const uint16_t* pixels, size_t count) {
+  while (count > 0) {
+    const size_t part = std::min(count, kLongestRecord);
+    const auto control = static_cast<uint16_t>(kLiteralMark | part);
+    appendWords(bytes, &control, 1);
+    appendWords(bytes, pixels, part);
+    pixels += part;
+    count -= part;
+  }
+}
+
+size_t runLength(const uint16_t* pixels, size_t count) {
+  size_t length = 1;
+  while (length < count && pixels[length] == pixels[0]) ++length;
+  return length;
+}
+
+std::string atByte(size_t position) {
+  return " (byte " + std::to_string(position) + ")";
+}
+
+}  // namespace
+
+std::vector<uint8_t> compressRuns(const uint16_t* pixels, size_t count) {
+  std::vector<uint8_t> bytes;
+  // The worst case, all literals, so that the vector never moves.
+  bytes.reserve((count + count / kLongestRecord + 1) * sizeof(uint16_t));
+  size_t literals = 0;
+  for (size_t i = 0; i < count;) {
+    const size_t run = runLength(pixels + i, std::min(count - i, kLongestRecord));
+    if (run < kShortestRun) {
+      literals += run;
+    } else {
+      appendLiterals(bytes, pixels + i - literals, literals);
+      literals = 0;
+      const uint16_t record[] = {static_cast<uint16_t>(run), pixels[i]};
+      appendWords(bytes, record, 2);
+    }
+    i += run;
+  }
+  appendLiterals(bytes, pixels + count - literals, literals);
+  return bytes;
+}
+
+std::string decompressRuns(const uint8_t* bytes, size_t size, uint16_t* pixels, size_t count) {
+  size_t position = 0;
+  size_t done = 0;
+  const auto nextWord = [&] {
+    uint16_t word = 0;
+    std::memcpy(&word, bytes + position, sizeof word);
+    position += sizeof word;
+    return word;
+  };
+  while (done < count) {
+    if (size - position < sizeof(uint16_t)) {
+      return "it ends after " + std::to_string(done) + " of " + std::to_string(count) + " pixels" + atByte(position);
+    }
+    const size_t start = position;
+    const unsigned control = nextWord();
+    const bool isLiteral = (control & kLiteralMark) != 0;
+    const size_t length = control & kLongestRecord;
+    if (length == 0) return "a record of no pixels" + atByte(start);
+    if (length > count - done) {
+      return "a record of " + std::to_string(length) + " pixels where " + std::to_string(count - done) +
+             " of the image are left" + atByte(start);
+    }
+    const size_t payload = (isLiteral ? length : 1) * sizeof(uint16_t);
+    if (size - position < payload) {
+      return "a record of " + std::to_string(payload) + " bytes is cut off after " + std::to_string(size - position) +
+             atByte(start);
+    }
+    if (isLiteral) {
+      std::memcpy(pixels + done, bytes + position, payload);
+      position += payload;
+    } else {
+      std::fill_n(pixels + done, length, nextWord());
+    }
+    done += length;
+  }
+  if (position == size) return {};
+  return std::to_string(size - position) + " bytes are left over after the last pixel" + atByte(position);
+}
+
+}  // namespace tavrix::pixel

@@ -1,0 +1,232 @@
+// Rays against the walls and bodies of the room, a row at a time, in loops that the compiler turns into vectors.
+#include <algorithm>
+#include <cmath>
+
+#include "scene/Room.h"
+
+namespace tavrix {
+namespace {
+
+constexpr float kBeyond = 1e9F;  // deeper than anything
+
+/// Keeps a divisor away from 0, so that the quotient is a number.
+inline float safe(float value) {
+  const float small = value < 0 ? -1e-6F : 1e-6F;
+  return std::abs(value) < 1e-6F ? small : value;
+}
+
+/// Whether both are true, without the branch that would keep a loop from becoming vectors.
+inline bool both(bool a, bool b) {
+  return (static_cast<unsigned>(a) & static_cast<unsigned>(b)) != 0;
+}
+
+/// Radius of a ball about the centre that holds a body.
+float reach(const Body& body) {
+  switch (body.shape) {
+    case Shape::sphere:
+      return body.half.x;
+    case Shape::cylinder:
+      return std::sqrt(body.half.x * body.half.x + body.half.y * body.half.y);
+    default:
+      return std::sqrt(dot(body.half, body.half));
+  }
+}
+
+struct Interval {
+  uint32_t begin, end;
+};
+
+/// Pixels on which something from `low` to `high` off the axis, `near` to `far` away, can appear.
+Interval project(float low, float high, float near, float far, float focal, float centre, uint32_t size) {
+  const auto limit = static_cast<float>(size);
+  const float first = centre + focal * low / (low < 0 ? near : far) - 1;
+  const float last = centre + focal * high / (high < 0 ? far : near) + 2;
+  return {static_cast<uint32_t>(std::clamp(first, 0.0F, limit)), static_cast<uint32_t>(std::clamp(last, 0.0F, limit))};
+}
+
+}  // namespace
+
+RowTracer::RowTracer(const Room& room, const View& view)
+    : room_(room),
+      lens_(view.lens),
+      eye_(room.eye + room.heading.apply({view.rightMm, 0, 0})),
+      directionX_(view.lens.width),
+      directionZ_(view.lens.width),
+      depths_(view.lens.width),
+      surfaces_(view.lens.width) {
+  for (uint32_t x = 0; x < lens_.width; ++x) {
+    const Vector direction = room.heading.apply({(static_cast<float>(x) - lens_.cx) / lens_.fx, 0, 1});
+    directionX_[x] = direction.x;
+    directionZ_[x] = direction.z;
+  }
+  int32_t surface = Surface::firstBody;
+  for (const Body& body : room.bodies) targets_.push_back(aim(body, surface++));
+}
+
+RowTracer::Target RowTracer::aim(const Body& body, int32_t surface) const {
+  const Vector place = body.centre - eye_;
+  const Vector ahead = room_.heading.undo(place);
+  const float radius = reach(body);
+  const float near = ahead.z - radius;
+  const float far = ahead.z + radius;
+  if (near < 1) return {&body, surface, place, 0, lens_.width, 0, lens_.height};
+  const Interval columns = project(ahead.x - radius, ahead.x + radius, near, far, lens_.fx, lens_.cx, lens_.width);
+  const Interval rows = project(ahead.y - radius, ahead.y + radius, near, far, lens_.fy, lens_.cy, lens_.height);
+  return {&body, surface, place, columns.begin, columns.end, rows.begin, rows.end};
+}
+
+void RowTracer::trace(uint32_t row) {
+  directionY_ = (static_cast<float>(row) - lens_.cy) / lens_.fy;
+  traceWalls();
+  openDoorAndWindow();
+  for (const Target& target : targets_) {
+    if (row < target.top || row >= target.bottom) continue;
+    switch (target.body->shape) {
+      case Shape::box:
+        traceBox(target);
+        break;
+      case Shape::sphere:
+        traceSphere(target);
+        break;
+      case Shape::cylinder:
+        traceCylinder(target);
+        break;
+    }
+  }
+}
+
+void RowTracer::traceWalls() {
+  const uint32_t width = lens_.width;
+  const bool looksDown = directionY_ > 0;
+  const float levelDepth = ((looksDown ? Room::kFloor : Room::kCeiling) - eye_.y) / safe(directionY_);
+  const int32_t level = looksDown ? Surface::floor : Surface::ceiling;
+  const float toLeft = Room::kLeft - eye_.x;
+  const float toRight = Room::kRight - eye_.x;
+  const float toBack = Room::kBack - eye_.z;
+  const float* __restrict directionX = directionX_.data();
+  const float* __restrict directionZ = directionZ_.data();
+  float* __restrict depths = depths_.data();
+  int32_t* __restrict surfaces = surfaces_.data();
+  for (uint32_t x = 0; x < width; ++x) {
+    const float sideDepth = (directionX[x] < 0 ? toLeft : toRight) / safe(directionX[x]);
+    const float backDepth = toBack / safe(directionZ[x]);
+    const int32_t side = directionX[x] < 0 ? Surface::leftWall : Surface::rightWall;
+    float depth = backDepth;
+    int32_t surface = Surface::backWall;
+    surface = sideDepth < depth ? side : surface;
+    depth = sideDepth < depth ? sideDepth : depth;
+    surface = levelDepth < depth ? level : surface;
+    depth = levelDepth < depth ? levelDepth : depth;
+    depths[x] = depth;
+    surfaces[x] = surface;
+  }
+}
+
+void RowTracer::openDoorAndWindow() {
+  const bool looksDown = directionY_ > 0;
+  const float floorDepth = looksDown ? (Room::kFloor - eye_.y) / directionY_ : kBeyond;
+  for (uint32_t x = 0; x < lens_.width; ++x) {
+    if (surfaces_[x] != Surface::backWall) continue;
+    const float wallX = eye_.x + directionX_[x] * depths_[x];
+    const float wallY = eye_.y + directionY_ * depths_[x];
+    if (Room::kWindow.holds(wallX, wallY)) surfaces_[x] = Surface::window;
+    if (!Room::kDoor.holds(wallX, wallY)) continue;
+    const float corridorDepth = (Room::kCorridorBack - eye_.z) / safe(directionZ_[x]);
+    surfaces_[x] = floorDepth < corridorDepth ? Surface::floor : Surface::corridorWall;
+    depths_[x] = std::min(floorDepth, corridorDepth);
+  }
+}
+
+void RowTracer::traceBox(const Target& target) {
+  const Vector eye = target.body->turn.undo(target.place * -1);
+  const Vector half = target.body->half;
+  const Turn turn = target.body->turn;
+  const float inverseY = 1 / safe(directionY_);
+  const float topDepth = std::min((-half.y - eye.y) * inverseY, (half.y - eye.y) * inverseY);
+  const float bottomDepth = std::max((-half.y - eye.y) * inverseY, (half.y - eye.y) * inverseY);
+  const float* __restrict directionX = directionX_.data();
+  const float* __restrict directionZ = directionZ_.data();
+  float* __restrict depths = depths_.data();
+  int32_t* __restrict surfaces = surfaces_.data();
+  const int32_t surface = target.surface;
+  const uint32_t begin = target.left;
+  const uint32_t end = target.right;
+  for (uint32_t x = begin; x < end; ++x) {
+    const float inverseX = 1 / safe(turn.cosine * directionX[x] - turn.sine * directionZ[x]);
+    const float inverseZ = 1 / safe(turn.cosine * directionZ[x] + turn.sine * directionX[x]);
+    const float left = (-half.x - eye.x) * inverseX;
+    const float right = (half.x - eye.x) * inverseX;
+    const float front = (-half.z - eye.z) * inverseZ;
+    const float back = (half.z - eye.z) * inverseZ;
+    const float firstX = left < right ? left : right;
+    const float lastX = left < right ? right : left;
+    const float firstZ = front < back ? front : back;
+    const float lastZ = front < back ? back : front;
+    float enter = firstX < firstZ ? firstZ : firstX;
+    enter = enter < topDepth ? topDepth : enter;
+    float leave = lastX < lastZ ? lastX : lastZ;
+    leave = leave < bottomDepth ? leave : bottomDepth;
+    const bool isNearest = both(both(enter<leave, enter> 0), enter < depths[x]);
+    depths[x] = isNearest ? enter : depths[x];
+    surfaces[x] = isNearest ? surface : surfaces[x];
+  }
+}
+
+void RowTracer::traceSphere(const Target& target) {
+  const Vector place = target.place;
+  const float radius = target.body->half.x;
+  const float power = dot(place, place) - radius * radius;
+  const float squareY = directionY_ * directionY_;
+  const float alongY = directionY_ * place.y;
+  const float* __restrict directionX = directionX_.data();
+  const float* __restrict directionZ = directionZ_.data();
+  float* __restrict depths = depths_.data();
+  int32_t* __restrict surfaces = surfaces_.data();
+  const int32_t surface = target.surface;
+  const uint32_t begin = target.left;
+  const uint32_t end = target.right;
+  for (uint32_t x = begin; x < end; ++x) {
+    const float square = directionX[x] * directionX[x] + directionZ[x] * directionZ[x] + squareY;
+    const float along = directionX[x] * place.x + directionZ[x] * place.z + alongY;
+    const float discriminant = along * along - square * power;
+    const float depth = (along - std::sqrt(discriminant < 0 ? 0 : discriminant)) / square;
+    const bool isNearest = both(both(discriminant > 0, depth > 0), depth < depths[x]);
+    depths[x] = isNearest ? depth : depths[x];
+    surfaces[x] = isNearest ? surface : surfaces[x];
+  }
+}
+
+void RowTracer::traceCylinder(const Target& target) {
+  const Vector place = target.place;
+  const float radius = target.body->half.x;
+  const float top = place.y - target.body->half.y;
+  const float bottom = place.y + target.body->half.y;
+  const float power = place.x * place.x + place.z * place.z - radius * radius;
+  // The lid is seen from above only, the bottom never.
+  const bool seesLid = top > 0 && directionY_ > 0;
+  const float lidDepth = seesLid ? top / safe(directionY_) : kBeyond;
+  const float directionY = directionY_;
+  const float* __restrict directionX = directionX_.data();
+  const float* __restrict directionZ = directionZ_.data();
+  float* __restrict depths = depths_.data();
+  int32_t* __restrict surfaces = surfaces_.data();
+  const int32_t surface = target.surface;
+  const uint32_t begin = target.left;
+  const uint32_t end = target.right;
+  for (uint32_t x = begin; x < end; ++x) {
+    const float square = directionX[x] * directionX[x] + directionZ[x] * directionZ[x];
+    const float along = directionX[x] * place.x + directionZ[x] * place.z;
+    const float discriminant = along * along - square * power;
+    const float root = std::sqrt(discriminant < 0 ? 0 : discriminant);
+    const float sideDepth = (along - root) / square;
+    const float backDepth = (along + root) / square;
+    const float y = sideDepth * directionY;
+    const float throughLid = both(lidDepth > sideDepth, lidDepth < backDepth) ? lidDepth : kBeyond;
+    const float depth = both(y > top, y < bottom) ? sideDepth : throughLid;
+    const bool isNearest = both(both(discriminant > 0, depth > 0), depth < depths[x]);
+    depths[x] = isNearest ? depth : depths[x];
+    surfaces[x] = isNearest ? surface : surfaces[x];
+  }
+}
+
+}  // namespace tavrix

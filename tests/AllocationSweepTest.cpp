@@ -1,0 +1,157 @@
+// Every allocation that the library makes fails once, for every sensor of every family, through a whole scenario. The
+// program has a C++ runtime of its own that it hides (see CMakeLists.txt): the host's memory does not come from here.
+#include <iostream>
+#include <new>
+
+#include "support/FailingNew.h"
+#include "support/Scenario.h"
+
+namespace {
+
+class AllocationRun : public Scenario {
+ public:
+  /// The nth allocation fails; 0: none does.
+  AllocationRun(const SensorCase& sensor, std::uint64_t failing) : Scenario(sensor), failing_(failing) {}
+
+  std::uint64_t count() const { return count_; }
+  int thrown() const { return thrown_; }
+  /// The call in which the allocation failed: what it was, and its number from 1.
+  Step failedIn() const { return failedIn_; }
+  int failedInCall() const { return failedInCall_; }
+  const std::string& text() const { return schema(); }
+
+ private:
+  void call(Step step, const Work& work) override {
+    ErrorSlot error;
+    const std::size_t errorsBefore = vysim_live_count(VYSIM_ERROR);
+    const std::uint64_t countBefore = count_;
+    allocations = {true, count_, failing_};
+    try {
+      work(error);
+      allocations.watched = false;
+    } catch (const std::bad_alloc&) {
+      allocations.watched = false;
+      ++thrown_;
+      EXPECT_FALSE(error.isSet()) << "an exception and an error for one failure";
+    }
+    count_ = allocations.count;
+    ++calls_;
+    if (failing_ > countBefore && failing_ <= count_) {
+      failedIn_ = step;
+      failedInCall_ = calls_;
+    }
+    EXPECT_EQ(vysim_live_count(VYSIM_ERROR) - errorsBefore, error.isSet() ? 1U : 0U);
+    EXPECT_EQ(error.take(), kNoError);
+    if (step == Step::kFrame || step == Step::kSchema || step == Step::kHardwareD2C || step == Step::kDestroy ||
+        step == Step::kClose) {
+      EXPECT_EQ(count_, countBefore) << "a call that is to do without memory asked for some";
+    }
+  }
+
+  void receive(const Frame& input, Frame output) override {
+    EXPECT_NE(output, nullptr);
+    EXPECT_EQ(vysim_frame_get_ref_count(input.get()), output == input ? 2 : 1);
+  }
+
+  const std::uint64_t failing_;
+  std::uint64_t count_ = 0;
+  int thrown_ = 0;
+  int calls_ = 0;
+  Step failedIn_ = Step::kClose;
+  int failedInCall_ = 0;
+};
+
+constexpr int kFirstProcessor = 2;  // the number of the call that makes it
+
+using Kinds = std::array<std::size_t, VYSIM_KIND_COUNT>;
+
+Kinds aliveKinds() {
+  Kinds kinds = {};
+  for (std::size_t kind = 0; kind < kinds.size(); ++kind) kinds[kind] = vysim_live_count(static_cast<vysim_kind>(kind));
+  return kinds;
+}
+
+/// A schema text without the lines of one filter.
+std::string without(const std::string& schema, const std::string& filter) {
+  std::string rest;
+  for (const std::string& line : splitLines(schema)) {
+    if (line.compare(0, filter.size() + 1, filter + "#") != 0) rest += line + "\n";
+  }
+  return rest;
+}
+
+class AllocationSweepTest : public HostTest {
+ protected:
+  void sweep(const SensorCase& sensor);
+  /// One run in which an allocation fails, given the schema of one in which none does.
+  void fail(const SensorCase& sensor, std::uint64_t failing, const std::string& wholeSchema);
+
+  std::uint64_t allocations_ = 0;
+  std::uint64_t failed_ = 0;
+  std::uint64_t absorbed_ = 0;
+};
+
+void AllocationSweepTest::sweep(const SensorCase& sensor) {
+  AllocationRun undisturbed(sensor, 0);
+  undisturbed.run();
+  ASSERT_GT(undisturbed.count(), 10U) << "allocations of the library are not seen";
+  for (std::uint64_t failing = 1; failing <= undisturbed.count() && !HasFailure(); ++failing) {
+    if (++allocations_ % sweepStep() != 0) continue;
+    SCOPED_TRACE(sensor.family + " sensor " + std::to_string(sensor.sensor) + ", allocation " +
+                 std::to_string(failing) + " of " + std::to_string(undisturbed.count()));
+    const std::int64_t piecesBefore = piecesAlive;
+    const Kinds objectsBefore = aliveKinds();
+    fail(sensor, failing, undisturbed.text());
+    EXPECT_EQ(piecesAlive, piecesBefore) << "memory lost";
+    EXPECT_EQ(aliveKinds(), objectsBefore) << "objects left behind, in the order of vysim_kind";
+  }
+}
+
+void AllocationSweepTest::fail(const SensorCase& sensor, std::uint64_t failing, const std::string& wholeSchema) {
+  AllocationRun run(sensor, failing);
+  run.run();
+  ++failed_;
+  EXPECT_LE(run.thrown(), 1);
+  if (run.thrown() != 0) return;
+  // Only the making of one of the library's own filters keeps an exception; the chain is without the filter then.
+  ++absorbed_;
+  EXPECT_EQ(run.failedIn(), Scenario::Step::kMake);
+  if (run.failedInCall() != kFirstProcessor) return;  // whose schema the scenario reads
+  EXPECT_NE(run.text(), wholeSchema);
+  EXPECT_TRUE(run.text() == without(wholeSchema, "HardwareD2CProcessor") ||
+              run.text() == without(wholeSchema, "DisparityTransform"))
+      << run.text();
+}
+
+TEST_F(AllocationSweepTest, EveryAllocationFailsOnce) {
+  setAllDeviceLists();
+  for (std::size_t i = 0; i < vysim_family_count(); ++i) {
+    for (const SensorCase& sensor : openSensors(*vysim_family_at(i))) sweep(sensor);
+  }
+  std::cout << allocations_ << " allocations, " << failed_ << " failed, of which " << absorbed_
+            << " while a filter of the library was made\n";
+}
+
+TEST_F(AllocationSweepTest, AListOfProductIdsStaysAsItWasWhenItCannotBeReplaced) {
+  setDeviceList(0, {0x71, 0x3E, 0x01, 0x00});
+  const std::uint8_t others[] = {0x71, 0x3E, 0x02, 0x00};
+  allocations = {true, 0, 1};
+  EXPECT_THROW(vy_set_device_info_data(0, others, sizeof others, NoFailure()), std::bad_alloc);
+  allocations.watched = false;
+  const OpenDevice camera = openDevice(1);
+  EXPECT_NE(schemaOf(makeProcessor(camera.context, kDepth)), "");
+}
+
+// Names beyond 255 characters are the only thing that takes memory when a filter is looked for.
+TEST_F(AllocationSweepTest, DestroyingWithoutMemoryLeavesAFilterToTheRegistry) {
+  const std::string name(300, 'n');
+  definePassing("OpenNIDisparityTransform", name.c_str(), true);
+  const OpenDevice camera = openDevice(kSpecialOpenNI);
+  Processor processor = makeProcessor(camera.context, kDepth);
+  allocations = {true, 0, 1};
+  processor.reset();
+  allocations.watched = false;
+  EXPECT_GE(allocations.count, 1U);
+}
+
+}  // namespace

@@ -1,0 +1,133 @@
+// Configuration commands.
+#include <stdexcept>
+
+#include "support/HostTest.h"
+
+namespace {
+
+const VYFilterConfigSchemaItem kItems[] = {
+    {"size", VY_FILTER_CONFIG_VALUE_TYPE_INT, -1000, 1000, 0, 5, "Size"},
+    {"limit", VY_FILTER_CONFIG_VALUE_TYPE_FLOAT, -1000, 1000, 0, 0.5, "Limit"},
+};
+
+/// The depth chain of a Vashti camera: six settings, three of NoiseRemovalFilter, the switches of FrameMirror and
+/// FrameFlip, one item of FrameRotate.
+class CommandsTest : public HostTest {
+ protected:
+  CommandsTest() {
+    for (const char* name : {"NoiseRemovalFilter", "FrameRotate"}) {
+      defineFilter({name, nullptr, false, kItems, 2, nullptr, nullptr});
+    }
+    vashti_ = openDevice(kVashti);
+  }
+
+  /// What the command sets, one letter or more a setting: "size=3 limit=0.5 N+ M- F+ size=0 ".
+  static std::string effectOf(const std::string& calls) {
+    std::string effect;
+    for (const std::string& call : splitLines(calls)) {
+      const std::string filter = call.substr(call.find(": ") + 2, 6);
+      if (call.find("vy_filter_set_config_value(") == 0) {
+        effect += call.find("\"size\"") != std::string::npos ? "size=" : "limit=";
+        effect += call.substr(call.find("value: ") + 7, call.size() - call.find("value: ") - 8) + " ";
+      } else if (call.find("vy_filter_enable(") == 0) {
+        effect += filter[0] == 'N' ? 'N' : filter[5];
+        effect += call.find("true") != std::string::npos ? "+ " : "- ";
+      }
+    }
+    return effect;
+  }
+
+  std::string effectOf(const std::vector<const char*>& values, ErrorText* error = nullptr) {
+    ErrorText outcome;
+    const std::string calls = recordCalls([&] { outcome = updateConfig(processor_, values); });
+    if (error != nullptr) {
+      *error = outcome;
+    } else {
+      EXPECT_EQ(outcome, kNoError);
+    }
+    return effectOf(calls);
+  }
+
+  OpenDevice vashti_;
+  Processor processor_;
+};
+
+TEST_F(CommandsTest, OneValueASchemaLineInItsOrder) {
+  processor_ = makeProcessor(vashti_.context, kDepth);
+  const std::string calls = recordCalls([&] {
+    EXPECT_EQ(updateConfig(processor_, {"3", "0.25", "1", "1", "0", "-90"}), kNoError);
+  });
+  EXPECT_EQ(effectOf(calls), "size=3 limit=0.25 N+ M+ F- size=-90 ");
+  EXPECT_EQ(calls.substr(0, calls.find("vy_filter_get_name", 1)),  // the first setting
+            "vy_filter_get_name(filter: NoiseRemovalFilter#1)\n"
+            "vy_filter_get_config_schema_list(filter: NoiseRemovalFilter#1)\n"
+            "vy_filter_config_schema_list_get_count(list: schema_list#5)\n"
+            "vy_filter_config_schema_list_get_item(list: schema_list#5, index: 0)\n"
+            "vy_filter_set_config_value(filter: NoiseRemovalFilter#1, item: \"size\", value: 3)\n"
+            "vy_delete_filter_config_schema_list(list: schema_list#5)\n");
+}
+
+TEST_F(CommandsTest, TheFirstErrorEndsTheCommand) {
+  processor_ = makeProcessor(vashti_.context, kDepth);
+  const struct {
+    Fault fault;
+    const char* effect;
+  } cases[] = {
+      {{"vy_filter_set_config_value", 2}, "size=1 limit=1 "},  // the call was made, and refused
+      {{"vy_filter_set_config_value", 3}, "size=1 limit=1 N+ M+ F+ size=1 "},
+      {{"vy_filter_enable", 2}, "size=1 limit=1 N+ M+ "},
+      {{"vy_filter_get_config_schema_list", 1}, ""},
+      {{"vy_filter_get_config_schema_list", 3}, "size=1 limit=1 N+ M+ F+ "},
+      {{"vy_filter_config_schema_list_get_count", 2, kWithResult}, "size=1 "},
+      {{"vy_filter_config_schema_list_get_item", 1, kWithResult}, ""},
+  };
+  for (const auto& each : cases) {
+    failCalls({each.fault});
+    ErrorText error;
+    EXPECT_EQ(effectOf({"1", "1", "1", "1", "1", "1"}, &error), each.effect) << each.fault.function;
+    EXPECT_EQ(error, injectedError(each.fault.function));
+  }
+}
+
+TEST_F(CommandsTest, WhatIsMissingIsSkippedSilently) {
+  processor_ = makeProcessor(vashti_.context, kDepth);
+  const std::vector<const char*> ones = {"1", "2", "1", "1", "1", "3"};
+  // A list that has become too short.
+  failCall("vy_filter_config_schema_list_get_count", 1, kNull);
+  EXPECT_EQ(effectOf(ones), "limit=2 N+ M+ F+ size=3 ");
+  // A filter that cannot be found, its values skipped with it: the fourth look-up asks the first two filters.
+  failCall("vy_filter_get_name", 5);
+  EXPECT_EQ(effectOf(ones), "size=1 limit=2 N+ F+ size=3 ");
+  failCall("vy_filter_get_name", 5, kNull);
+  EXPECT_EQ(effectOf(ones), "size=1 limit=2 N+ F+ size=3 ");
+  // A list that is hard to give back.
+  failCall("vy_delete_filter_config_schema_list", 1, kWithResult);
+  EXPECT_EQ(effectOf(ones), "size=1 limit=2 N+ M+ F+ size=3 ");
+}
+
+TEST_F(CommandsTest, TheFirstFilterOfANameGetsAllOfItsCommands) {
+  definePassing("FrameFlip", "FrameMirror");
+  processor_ = makeProcessor(vashti_.context, kDepth);
+  EXPECT_EQ(effectOf({"0", "0", "0", "1", "0", "0"}), "size=0 limit=0 N- M+ M- size=0 ");
+}
+
+TEST_F(CommandsTest, AnEmptySchemaTakesNothing) {
+  for (const unsigned nth : {1U, 2U, 3U, 4U}) failCall("vy_create_filter", nth);
+  processor_ = makeProcessor(vashti_.context, kDepth);
+  vy_frame_processor_update_config(processor_.get(), 3, nullptr, NoFailure());
+}
+
+TEST_F(CommandsTest, NamesThatLookLikeKeysBreakTheKeys) {
+  const std::vector<const char*> values(6, "1");
+  definePassing("FrameMirror", "Frame#Mirror");
+  processor_ = makeProcessor(vashti_.context, kDepth);
+  EXPECT_THROW(updateConfig(processor_, values), std::invalid_argument);
+  // 511 is 255 in eight bits: the switch of FrameFlip. White space before it and text behind it do not count.
+  for (const char* const name : {"FrameFlip#511", "FrameFlip#511x", "FrameFlip# +511"}) {
+    definePassing("FrameMirror", name);
+    processor_ = makeProcessor(vashti_.context, kDepth);
+    EXPECT_EQ(effectOf({"1", "1", "1", "1", "0", "1"}), "size=1 limit=1 N+ F+ F- size=1 ") << name;
+  }
+}
+
+}  // namespace

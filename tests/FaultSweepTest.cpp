@@ -1,0 +1,380 @@
+// Every call that the library makes of its host goes wrong once, in each way in which it can: for every sensor of every
+// family, through a whole scenario from opening to closing. With stand-ins for filters, which take any frame, the
+// outcome of a frame is held against a model of the rules; with the host's own filters against what holds for any
+// frame.
+#include <iostream>
+
+#include "support/FrameModel.h"
+#include "support/Scenario.h"
+
+namespace {
+
+using Kinds = std::array<std::size_t, VYSIM_KIND_COUNT>;
+
+// ---- Filters that take any frame ----------------------------------------------------------------
+
+constexpr const char* kStandIns[] = {"FrameUnpacker",
+                                     "TalonFrameUnpacker",
+                                     "TiberonDecompress",
+                                     "CorvidPixelOffsetFix",
+                                     "NoiseRemovalFilter",
+                                     "DisparityTransform",
+                                     "HardwareD2DCorrectionFilter",
+                                     "FrameMirror",
+                                     "FrameFlip",
+                                     "FrameRotate",
+                                     "DepthResize",
+                                     "OpenNIDisparityTransform"};
+constexpr std::uint32_t kStandInWidth = 4;  // no input is as narrow
+
+/// The stamp on the frames of a stand-in; 0 is none's.
+std::uint8_t stampFor(const std::string& name) {
+  std::uint8_t stamp = 1;
+  for (const char* const each : kStandIns) {
+    if (name == each) return stamp;
+    ++stamp;
+  }
+  return 0;
+}
+
+class StandIns {
+ public:
+  StandIns() {
+    for (VYFilterConfigSchemaItem& item : items_)
+      item = {"Value", VY_FILTER_CONFIG_VALUE_TYPE_INT, 0, 9, 1, 5, "a value"};
+    for (std::size_t i = 0; i < std::size(kStandIns); ++i) stampers_[i].stamp = stampFor(kStandIns[i]);
+  }
+
+  void define() {
+    for (std::size_t i = 0; i < std::size(kStandIns); ++i) {
+      const bool isPrivate = i >= std::size(kStandIns) - 2;
+      defineFilter({kStandIns[i], nullptr, isPrivate, items_.data(), static_cast<std::uint32_t>(items_.size()), stamp,
+                    &stampers_[i]});
+    }
+  }
+
+ private:
+  static vy_frame_t* stamp(void* user, const vy_frame_t* /*input*/, vy_error** error) {
+    vy_frame_t* const output = vysim_create_frame(kStandInWidth, 2, VY_FORMAT_Y16, VY_PIXEL_DISPARITY, error);
+    vysim_frame_get_data(output, error)[0] = static_cast<Stamper*>(user)->stamp;
+    return output;
+  }
+
+  std::array<VYFilterConfigSchemaItem, 10> items_;
+  Stamper stampers_[std::size(kStandIns)];
+};
+
+// ---- One way through a scenario -----------------------------------------------------------------
+
+/// What a call of the library did.
+struct StepLog {
+  Scenario::Step step;
+  ModelChain chain;                ///< as the call found it
+  std::vector<std::string> calls;  ///< host calls, but for those about error objects
+  std::uint64_t errorsMade = 0;
+  std::uint64_t errorsDeleted = 0;
+};
+using Log = std::vector<StepLog>;
+
+/// A fault: the nth host call (of `function`, or of all that can fail) of one step.
+struct Strike {
+  const char* function = nullptr;
+  std::size_t step = 0;
+  std::uint64_t nth = 0;  ///< 0: nothing fails
+  vysim_fault kind = VYSIM_FAULT_ERROR;
+  std::string call;  ///< the record of the call
+};
+
+std::string functionOf(const std::string& record) {
+  return record.substr(0, record.find('('));
+}
+
+bool isAboutErrors(const std::string& function) {
+  return function == "vy_create_error" || function == "vy_delete_error";
+}
+
+/// Frames that a family's sensors gave.
+constexpr int kInputsAtMost = 20;
+/// References of the test's own on every input: a fault may cost one.
+constexpr int kSpareReferences = 2;
+
+class FaultRun : public Scenario {
+ public:
+  FaultRun(const SensorCase& sensor, const Strike& strike, const Log* faultless, bool modelled)
+      : Scenario(sensor),
+        strike_(strike),
+        function_(functionOf(strike.call)),
+        faultless_(faultless),
+        modelled_(modelled) {}
+
+  Log takeLog() { return std::move(log_); }
+  /// Objects that the fault leaves behind: the host was told to take them back and did not, or never gave them away.
+  const Kinds& left() const { return left_; }
+
+ private:
+  void call(Step step, const Work& work) override;
+  void receive(const Frame& input, Frame output) override;
+
+  bool isFaultless() const { return strike_.nth == 0; }
+  bool isStruckStep() const { return !isFaultless() && log_.size() == strike_.step + 1; }
+  void readRecords(StepLog& done) const;
+  void noteChain(const StepLog& done);
+  void expectCallersError(Step step) const;
+  void expectLeft();
+  int expectFrame(const Frame& input, const Frame& output);
+
+  const Strike& strike_;
+  const std::string function_;  ///< that is struck
+  const Log* const faultless_;
+  const bool modelled_;
+  Log log_;
+  Kinds left_ = {};
+  ModelChain chain_;
+  std::size_t filtersMade_ = 0;
+  ErrorText error_;  ///< of the last call
+};
+
+void FaultRun::call(Step step, const Work& work) {
+  log_.push_back({step, chain_, {}});
+  StepLog& done = log_.back();
+  const bool recording = isFaultless() || isStruckStep();
+  const std::size_t errorsBefore = vysim_live_count(VYSIM_ERROR);
+
+  if (recording) vysim_record_start();
+  if (isStruckStep()) vysim_fail_call(strike_.function, strike_.nth, strike_.kind);
+  ErrorSlot error;
+  work(error);
+  if (recording) vysim_record_stop();
+
+  if (isStruckStep() && function_ == "vy_delete_error") left_[VYSIM_ERROR] = 1;
+  EXPECT_EQ(vysim_live_count(VYSIM_ERROR) - errorsBefore,
+            (error.isSet() ? 1U : 0U) + (isStruckStep() ? left_[VYSIM_ERROR] : 0U))
+      << "error objects alive must be those that the caller was given";
+  error_ = error.take();
+  if (recording) readRecords(done);
+  if (isFaultless()) {
+    EXPECT_EQ(error_, kNoError);
+    noteChain(done);
+  }
+  if (isStruckStep()) {
+    EXPECT_EQ(vysim_fail_count(), 1U) << "the fault did not strike";
+    expectCallersError(step);
+    if (step != Step::kFrame) expectLeft();
+  }
+}
+
+void FaultRun::readRecords(StepLog& done) const {
+  for (std::size_t i = 0; i < vysim_record_count(); ++i) {
+    const std::string record = vysim_record_at(i);
+    const std::string function = functionOf(record);
+    if (function == "vy_create_error") ++done.errorsMade;
+    if (function == "vy_delete_error") ++done.errorsDeleted;
+    if (!isAboutErrors(function)) done.calls.push_back(record);
+  }
+}
+
+/// What the calls of a step say of the first processor's chain and of the registry.
+void FaultRun::noteChain(const StepLog& done) {
+  const bool isFirstProcessor = log_.size() == 2;
+  for (const std::string& record : done.calls) {
+    const std::string function = functionOf(record);
+    if (function == "vy_create_filter" || function == "vy_create_private_filter") {
+      const std::size_t begin = record.find('"') + 1;
+      ModelLink link = {record.substr(begin, record.rfind('"') - begin) + "#" + std::to_string(++filtersMade_), false};
+      if (link.isOwn()) chain_.registry.push_back(link.label);
+      link.enabled = link.isOwn() && !link.isResize();  // the host is not told of the library's own switches
+      if (isFirstProcessor) chain_.links.push_back(link);
+    }
+    for (ModelLink& link : chain_.links) {
+      const std::string call = "vy_filter_enable(filter: " + link.label + ", enable: ";
+      if (record.compare(0, call.size(), call) == 0) link.enabled = record.compare(call.size(), 4, "true") == 0;
+    }
+    if (done.step == Step::kFrame && function == "vy_filter_update_config") chain_.resizeIsConfigured = true;
+  }
+  if (done.step == Step::kHardwareD2C) chain_.resizeIsConfigured = false;
+  if (done.step != Step::kSettings) return;
+  for (ModelLink& link : chain_.links) link.enabled = link.enabled || link.isOwn();
+}
+
+/// Which failures reach the caller, and which never do; frames are the model's matter.
+void FaultRun::expectCallersError(Step step) const {
+  const bool withError = strike_.kind != VYSIM_FAULT_NULL;
+  switch (step) {
+    case Step::kOpen:
+      if (withError) {
+        EXPECT_EQ(error_, injectedError(function_.c_str()));
+      }
+      break;
+    case Step::kSettings:
+      if (function_ == "vy_delete_filter_config_schema_list") {
+        EXPECT_EQ(error_, kNoError);
+      } else if (withError && function_ != "vy_filter_get_name") {  // which is a lookup's own, or another call's
+        EXPECT_EQ(error_, injectedError(function_.c_str()));
+      }
+      break;
+    case Step::kFrame:
+      break;
+    default:
+      EXPECT_EQ(error_, kNoError);
+  }
+}
+
+void FaultRun::expectLeft() {
+  const struct {
+    const char* make;  ///< what it gives together with an error is left alone
+    const char* take;  ///< what it refuses to take back stays
+    vysim_kind kind;
+  } pairs[] = {
+      {"vy_create_filter", "vy_delete_filter", VYSIM_FILTER},
+      {"vy_create_private_filter", nullptr, VYSIM_FILTER},
+      {"vy_device_get_device_info", "vy_delete_device_info", VYSIM_DEVICE_INFO},
+      {"vy_filter_get_config_schema_list", "vy_delete_filter_config_schema_list", VYSIM_SCHEMA_LIST},
+  };
+  // The registry notes which lists its filters gave out, error or not, and gives one back with the filter.
+  const bool isNoted = strike_.call.find(": DepthResize#") != std::string::npos ||
+                       strike_.call.find(": OpenNIDisparityTransform#") != std::string::npos;
+  for (const auto& pair : pairs) {
+    const bool isWithResult = strike_.kind == VYSIM_FAULT_ERROR_WITH_RESULT;
+    const bool isLeft = isWithResult ? function_ == pair.make && !(isNoted && pair.kind == VYSIM_SCHEMA_LIST)
+                                     : pair.take != nullptr && function_ == pair.take;
+    if (isLeft) ++left_[pair.kind];
+  }
+}
+
+void FaultRun::receive(const Frame& input, Frame output) {
+  const int references = vysim_frame_get_ref_count(input.get()) - (output == input ? 1 : 0);
+  int expected = 1 + kSpareReferences;
+  if (modelled_ && (isFaultless() || isStruckStep())) {
+    expected += expectFrame(input, output);
+  } else if (isStruckStep()) {
+    left_[VYSIM_FRAME] = left_[VYSIM_STREAM_PROFILE] = 1;  // at most
+    EXPECT_NEAR(references, expected, 1);
+    expected = references;
+  } else {
+    EXPECT_TRUE(output != nullptr || !(error_ == kNoError)) << "neither a frame nor an error";
+  }
+  EXPECT_EQ(references, expected) << "references on the input";
+  for (int i = references; i < 1 + kSpareReferences; ++i) vy_frame_add_ref(input.get(), NoFailure());
+  for (int i = references; i > 1 + kSpareReferences; --i) vy_delete_frame(input.get(), NoFailure());
+}
+
+/// Holds a frame against the model; says how many references more (or fewer) are on the input.
+int FaultRun::expectFrame(const Frame& input, const Frame& output) {
+  const ModelChain& chain = isFaultless() ? log_.back().chain : (*faultless_)[strike_.step].chain;
+  const FrameModel model(chain, input, strike_.nth, strike_.kind);
+  left_[VYSIM_FRAME] += model.framesLeft;
+  left_[VYSIM_STREAM_PROFILE] += model.profilesLeft;
+  EXPECT_EQ(canonicalCalls(log_.back().calls), model.calls);
+  EXPECT_EQ(error_.function, model.error.function);
+  EXPECT_EQ(error_.exceptionType, model.error.type);
+  EXPECT_EQ(output != nullptr, model.result != FrameModel::kNone);
+  if (output == nullptr || model.result == FrameModel::kNone) return model.inputReferences;
+
+  EXPECT_EQ(vysim_frame_get_ref_count(output.get()), model.resultReferences);
+  const bool isCopy = vy_video_frame_get_width(output.get(), NoFailure()) != kStandInWidth;
+  EXPECT_EQ(isCopy, model.result == FrameModel::kCopy);
+  EXPECT_NE(output, input);
+  if (!isCopy && model.result != FrameModel::kCopy) {
+    const ModelLink& maker = chain.links[static_cast<std::size_t>(model.result) - 1];
+    EXPECT_EQ(stampOf(output), stampFor(maker.hostName())) << "from " << maker.label;
+  }
+  return model.inputReferences;
+}
+
+// ---- All ways -----------------------------------------------------------------------------------
+
+class FaultSweepTest : public HostTest, public testing::WithParamInterface<std::size_t> {
+ protected:
+  void sweepFamily(bool modelled);
+
+ private:
+  void sweep(const SensorCase& sensor);
+  Log run(const SensorCase& sensor, const Strike& strike, const Log* faultless);
+  void strikeAt(const SensorCase& sensor, Strike strike, const Log& faultless);
+
+  bool modelled_ = false;
+  StandIns standIns_;
+  std::uint64_t faults_ = 0;  ///< that there are
+  std::uint64_t runs_ = 0;    ///< of which were tried, and faultless ones
+};
+
+Log FaultSweepTest::run(const SensorCase& sensor, const Strike& strike, const Log* faultless) {
+  vysim_reset();
+  // Frames are told apart by number: new ones are not to get those of the inputs.
+  for (int i = 0; i < kInputsAtMost; ++i) makeFrame();
+  if (modelled_) standIns_.define();
+  Kinds before = {};
+  for (std::size_t kind = 0; kind < before.size(); ++kind) before[kind] = alive(static_cast<vysim_kind>(kind));
+  FaultRun way(sensor, strike, faultless, modelled_);
+  way.run();
+  for (std::size_t kind = 0; kind < before.size(); ++kind) {
+    const std::size_t left = alive(static_cast<vysim_kind>(kind)) - before[kind];
+    const bool isBound = !modelled_ && (kind == VYSIM_FRAME || kind == VYSIM_STREAM_PROFILE);
+    EXPECT_TRUE(left == way.left()[kind] || (isBound && left < way.left()[kind]))
+        << vysim_kind_name(static_cast<vysim_kind>(kind)) << " objects left: " << left << " instead of "
+        << way.left()[kind];
+    expectLeftBehind(static_cast<vysim_kind>(kind), left);
+  }
+  ++runs_;
+  return way.takeLog();
+}
+
+void FaultSweepTest::strikeAt(const SensorCase& sensor, Strike strike, const Log& faultless) {
+  if (HasFailure() || ++faults_ % sweepStep() != 0) return;
+  SCOPED_TRACE(sensor.family + " sensor " + std::to_string(sensor.sensor) + ", step " + std::to_string(strike.step) +
+               ", call " + std::to_string(strike.nth) + " fails as " + std::to_string(strike.kind) + ": " +
+               strike.call);
+  run(sensor, strike, &faultless);
+}
+
+void FaultSweepTest::sweep(const SensorCase& sensor) {
+  const Log faultless = run(sensor, {}, nullptr);
+  for (std::size_t step = 0; step < faultless.size() && !HasFailure(); ++step) {
+    const StepLog& log = faultless[step];
+    for (std::uint64_t nth = 1; nth <= log.calls.size(); ++nth) {
+      for (const vysim_fault kind : {VYSIM_FAULT_ERROR, VYSIM_FAULT_NULL, VYSIM_FAULT_ERROR_WITH_RESULT}) {
+        strikeAt(sensor, {nullptr, step, nth, kind, log.calls[static_cast<std::size_t>(nth) - 1]}, faultless);
+      }
+    }
+    for (std::uint64_t nth = 1; nth <= log.errorsMade; ++nth) {
+      strikeAt(sensor, {"vy_create_error", step, nth, VYSIM_FAULT_NULL, "vy_create_error("}, faultless);
+    }
+    for (std::uint64_t nth = 1; nth <= log.errorsDeleted; ++nth) {
+      strikeAt(sensor, {"vy_delete_error", step, nth, VYSIM_FAULT_NULL, "vy_delete_error("}, faultless);
+    }
+  }
+}
+
+void FaultSweepTest::sweepFamily(bool modelled) {
+  modelled_ = modelled;
+  setAllDeviceLists();
+  const std::vector<SensorCase> sensors = openSensors(*vysim_family_at(GetParam()));
+  for (const SensorCase& sensor : sensors) {
+    for (const Frame& input : sensor.inputs) {
+      for (int i = 0; i < kSpareReferences; ++i) vy_frame_add_ref(input.get(), NoFailure());
+    }
+    sweep(sensor);
+    for (const Frame& input : sensor.inputs) {
+      for (int i = 0; i < kSpareReferences; ++i) vy_delete_frame(input.get(), NoFailure());
+    }
+  }
+  std::cout << faults_ << " faults, " << runs_ << " runs\n";
+  vysim_reset();
+}
+
+TEST_P(FaultSweepTest, EveryHostCallFailsOnceWithFiltersThatTakeAnyFrame) {
+  sweepFamily(true);
+}
+
+TEST_P(FaultSweepTest, EveryHostCallFailsOnceWithTheHostsFilters) {
+  sweepFamily(false);
+}
+
+INSTANTIATE_TEST_SUITE_P(Families, FaultSweepTest, testing::Range<std::size_t>(0, 10),
+                         [](const auto& family) { return std::string(vysim_family_at(family.param)->name); });
+
+TEST(FaultSweepFamilies, AreAll) {
+  EXPECT_EQ(vysim_family_count(), 10U);
+}
+
+}  // namespace

@@ -1,0 +1,99 @@
+// Filter records: their function tables, and what construction makes of values that the catalogue does not hold.
+#include <algorithm>
+
+#include "processor/FrameProcessor.h"
+#include "processor/TextWriter.h"
+#include "support/HostTest.h"
+
+namespace {
+
+class FilterConfigTest : public HostTest {};
+
+FilterConfig makeRecord(const char* name, int enabled = 1, int kind = FilterConfig::kHostFilter) {
+  FilterConfig record;
+  record.name = name;
+  record.enabled = enabled;
+  record.kind = kind;
+  return record;
+}
+
+// What chains do not show: functions that the library never calls, and tables that must stay empty.
+TEST_F(FilterConfigTest, KindChoosesTheFunctions) {
+  std::vector<FilterConfig> records = {makeRecord("host", 1, 1), makeRecord("own", 1, 0), makeRecord("neither", 1, 2)};
+  BasicFrameProcessor::registerFunctionPtrs(records);
+  EXPECT_EQ(records[0].create_private_filter, vy_create_private_filter);
+  EXPECT_EQ(records[0].reset, vy_filter_reset);
+  EXPECT_EQ(records[0].set_hardware_d2c_params, nullptr);
+  EXPECT_EQ(records[1].create_private_filter, priv_create_private_filter);
+  EXPECT_EQ(records[1].reset, priv_filter_reset);
+  EXPECT_EQ(records[1].set_hardware_d2c_params, priv_filter_set_hardware_d2c_params);
+  EXPECT_EQ(records[2].create_filter, nullptr);
+  EXPECT_EQ(records[2].process, nullptr);
+}
+
+TEST_F(FilterConfigTest, OnlyOneEnables) {
+  definePassing("Alpha");
+  for (const int enabled : {1, 0, 2, -1, 257}) {
+    const std::string calls = recordCalls([&] { BasicFrameProcessor(nullptr, {makeRecord("Alpha", enabled)}); });
+    const bool isOn = callsOf("vy_filter_enable", calls).at(0).find("enable: true") != std::string::npos;
+    EXPECT_EQ(isOn, enabled == 1) << enabled;
+  }
+}
+
+TEST_F(FilterConfigTest, ArgumentCountsAreCutToEightBits) {
+  definePassing("Alpha");
+  for (const std::size_t count : {1U, 255U, 256U, 300U}) {
+    const std::vector<const char*> arguments(count, "x");
+    FilterConfig record = makeRecord("Alpha");
+    record.initialArgs = TableView<const char*>(arguments.data(), arguments.size());
+    const std::string calls = recordCalls([&] { BasicFrameProcessor(nullptr, {record}); });
+    const std::string call = callsOf("vy_filter_update_config", calls).at(0);
+    EXPECT_NE(call.find("argc: " + std::to_string(count % 256) + ","), std::string::npos) << call.substr(0, 80);
+    EXPECT_EQ(std::count(call.begin(), call.end(), 'x'), static_cast<int>(count % 256));
+  }
+}
+
+TEST_F(FilterConfigTest, NamesThatTheHostKeepsPrivateAreCreatedThroughThePrivateFunction) {
+  const std::pair<FilterConfig, const char*> cases[] = {
+      {makeRecord("DepthResize"), "vy_create_private_filter(name: \"DepthResize\")"},
+      {makeRecord("OpenNIDisparityTransform"), "vy_create_private_filter(name: \"OpenNIDisparityTransform\")"},
+      {makeRecord("FrameMirror"), "vy_create_filter(name: \"FrameMirror\")"},
+      {makeRecord("DisparityTransform"), "vy_create_filter(name: \"DisparityTransform\")"},
+      // The library's own: it asks for the host filter inside.
+      {makeRecord("DisparityTransform", 1, 0), "vy_create_private_filter(name: \"OpenNIDisparityTransform\")"},
+      {makeRecord("HardwareD2CProcessor", 1, 0), "vy_create_private_filter(name: \"DepthResize\")"},
+  };
+  for (const auto& [record, call] : cases) {
+    const auto calls = splitLines(recordCalls([config = record] { BasicFrameProcessor(nullptr, {config}); }));
+    EXPECT_EQ(calls.at(0), call);
+  }
+}
+
+// A host may hand out null handles without an error, and switch them.
+TEST_F(FilterConfigTest, ANullHandleHasNoSchema) {
+  FilterConfig record = makeRecord("Alpha");
+  record.exposedItems = TableView<std::uint8_t>(&FilterConfig::kSwitchItem, 1);
+  TextWriter lines;
+  BasicFrameProcessor::generateFilterConfigSchemaCsv(nullptr, record, lines);
+  EXPECT_EQ(lines.take(), "");
+}
+
+TEST_F(FilterConfigTest, FiltersAreFoundByTheNameTheyReport) {
+  definePassing("Alpha", "Twin");
+  definePassing("Beta", "Twin");
+  definePassing("Gamma");
+  const BasicFrameProcessor processor(nullptr, {makeRecord("Alpha"), makeRecord("Beta"), makeRecord("Gamma")});
+  EXPECT_STREQ(processor.getFilter("Twin").second.name, "Alpha") << "the first of two";
+  EXPECT_STREQ(processor.getFilter("Gamma").second.name, "Gamma");
+  for (const char* name : {"Alpha", "twin", "Twin ", "Twi", ""}) {
+    const auto [filter, record] = processor.getFilter(name);
+    EXPECT_EQ(filter, nullptr) << name;
+    EXPECT_STREQ(record.name, "") << name;
+    EXPECT_EQ(record.enable, nullptr) << name;
+  }
+  // A filter that cannot tell its name is passed over, and its error deleted.
+  failCall("vy_filter_get_name", 1, kWithResult);
+  EXPECT_STREQ(processor.getFilter("Twin").second.name, "Beta");
+}
+
+}  // namespace

@@ -1,0 +1,244 @@
+// A frame's way through a chain: which filters run, which frames are released when, how every failure ends.
+#include <algorithm>
+
+#include "support/HostTest.h"
+
+namespace {
+
+constexpr std::uint8_t kInputStamp = 9;
+
+/// The colour chain of a Halden camera, with three filters of our own in it that stamp 1, 2 and 3.
+class FrameLoopTest : public HostTest {
+ protected:
+  FrameLoopTest() : halden_(openDevice(kHalden)) {}
+
+  void build(const char* firstName = nullptr, const char* secondName = nullptr) {
+    defineStamper("FrameMirror", stampers_[0], firstName);
+    defineStamper("FrameFlip", stampers_[1], secondName);
+    defineStamper("FrameRotate", stampers_[2]);
+    processor_ = makeProcessor(halden_.context, kColor);
+    EXPECT_EQ(updateConfig(processor_, {"1", "1"}), kNoError);  // the last one starts switched on
+  }
+
+  int runs() const { return stampers_[0].runs + stampers_[1].runs + stampers_[2].runs; }
+
+  OpenDevice halden_;
+  Stamper stampers_[3] = {{1}, {2}, {3}};
+  Processor processor_;
+};
+
+Frame makeInput(int format = VY_FORMAT_Y16, int pixelType = VY_PIXEL_DISPARITY) {
+  Frame input = makeFrame(format, pixelType);
+  if (format != VY_FORMAT_RLE) vysim_frame_get_data(input.get(), NoFailure())[0] = kInputStamp;
+  return input;
+}
+
+// ---- The calls of a frame -----------------------------------------------------------------------
+
+std::string frameText(int number) {
+  return "frame: frame#" + std::to_string(number);
+}
+std::string askedWhetherToRun(const std::string& filter) {
+  return "vy_filter_is_enabled(filter: " + filter + ")\nvy_frame_get_format(" + frameText(1) +
+         ")\nvy_video_frame_get_pixel_type(" + frameText(1) + ")\nvy_filter_get_name(filter: " + filter + ")\n";
+}
+std::string ran(const std::string& filter, int frame) {
+  return "vy_frame_get_format(" + frameText(frame) + ")\nvy_filter_process(filter: " + filter + ", " +
+         frameText(frame) + ")\n";
+}
+std::string released(int frame) {
+  return "vy_delete_frame(" + frameText(frame) + ")\n";
+}
+
+TEST_F(FrameLoopTest, FiltersHandFramesOnAndEachIsReleasedWhenTheNextFilterStarts) {
+  build();
+  const Frame input = makeInput();
+  Outcome outcome;
+  const std::string calls = recordCalls([&] { outcome = process(processor_, input); });
+  EXPECT_EQ(calls, "vy_frame_add_ref(frame: frame#1)\n" +                                        //
+                       askedWhetherToRun("FrameMirror#1") + ran("FrameMirror#1", 1) +            //
+                       askedWhetherToRun("FrameFlip#2") + released(1) + ran("FrameFlip#2", 2) +  //
+                       askedWhetherToRun("FrameRotate#3") + released(2) + ran("FrameRotate#3", 3) + released(3));
+  EXPECT_EQ(outcome.error, kNoError);
+  EXPECT_EQ(stampOf(outcome.frame), 3);
+  EXPECT_EQ(vysim_frame_get_ref_count(input.get()), 1);
+  EXPECT_EQ(vysim_frame_get_ref_count(outcome.frame.get()), 1);
+}
+
+TEST_F(FrameLoopTest, FiltersThatPassFramesOnKeepReferencesBalanced) {
+  for (const char* name : {"FrameMirror", "FrameFlip", "FrameRotate"}) definePassing(name);
+  processor_ = makeProcessor(halden_.context, kColor);
+  EXPECT_EQ(updateConfig(processor_, {"1", "1"}), kNoError);
+  const Frame input = makeInput();
+  const Outcome outcome = process(processor_, input);
+  EXPECT_EQ(outcome.frame, input);
+  EXPECT_EQ(vysim_frame_get_ref_count(input.get()), 2) << "the caller's and the result's";
+}
+
+TEST_F(FrameLoopTest, SwitchedOffChainsCopyTheInput) {
+  build();
+  EXPECT_EQ(updateConfig(processor_, {"0", "0"}), kNoError);
+  failCall("vy_filter_is_enabled", 3, kNull);  // the last filter has no switch to turn off
+  const Frame input = makeInput();
+  Outcome outcome;
+  const std::string calls = recordCalls([&] { outcome = process(processor_, input); });
+  EXPECT_EQ(calls,
+            "vy_frame_add_ref(frame: frame#1)\n"
+            "vy_filter_is_enabled(filter: FrameMirror#1)\n"
+            "vy_filter_is_enabled(filter: FrameFlip#2)\n"
+            "vy_filter_is_enabled(filter: FrameRotate#3)\n"
+            "vy_delete_frame(frame: frame#1)\n"
+            "vy_create_frame_from_other_frame(frame: frame#1, copy_data: true)\n");
+  EXPECT_NE(outcome.frame, input);
+  EXPECT_EQ(stampOf(outcome.frame), kInputStamp);
+  EXPECT_EQ(vysim_frame_get_ref_count(input.get()), 1);
+
+  EXPECT_EQ(updateConfig(processor_, {"0", "1"}), kNoError);  // the live state counts, frame by frame
+  EXPECT_EQ(stampOf(process(processor_, input).frame), 3);
+  EXPECT_EQ(stampers_[1].runs, 1);
+}
+
+// ---- Format rules -------------------------------------------------------------------------------
+
+TEST_F(FrameLoopTest, ThreeFiltersRunForSomeFormatsOnly) {
+  const std::vector<int> packed = {10, 11, 12, 21, 24};
+  const std::vector<int> all = {0, 8, 9, 10, 11, 12, 13, 20, 21, 22, 24, 25};
+  const struct {
+    const char* filter;
+    std::vector<int> formats;
+    bool disparityOnly;
+  } rules[] = {
+      {"FrameUnpacker", packed, false},   {"TalonFrameUnpacker", packed, false}, {"CorvidPixelOffsetFix", {8}, true},
+      {"TiberonDecompress", all, false},  {"frameunpacker", all, false},         {"FrameUnpacker2", all, false},
+      {"MirelFrameUnpacker", all, false}, {"CorvidPixelOffset", all, false},
+  };
+  for (const auto& rule : rules) {
+    build(rule.filter);
+    EXPECT_EQ(updateConfig(processor_, {"1", "0"}), kNoError);
+    for (const int format : all) {
+      for (const int pixelType : {0, 1, 2, 3}) {
+        stampers_[0].runs = 0;
+        EXPECT_EQ(stampOf(process(processor_, makeInput(format, pixelType)).frame), 3);
+        const bool admitted = std::count(rule.formats.begin(), rule.formats.end(), format) != 0 &&
+                              (!rule.disparityOnly || pixelType == 0);
+        EXPECT_EQ(stampers_[0].runs, admitted ? 1 : 0)
+            << rule.filter << ", format " << format << ", pixel type " << pixelType;
+      }
+    }
+  }
+}
+
+TEST_F(FrameLoopTest, TheRulesLookAtTheFrameThatWentIn) {
+  build(nullptr, "FrameUnpacker");
+  process(processor_, makeInput(VY_FORMAT_Y12));  // Y16 behind the first filter
+  EXPECT_EQ(stampers_[1].runs, 1);
+  stampers_[0].format = VY_FORMAT_Y12;
+  process(processor_, makeInput(VY_FORMAT_Y16));
+  EXPECT_EQ(stampers_[1].runs, 1);
+}
+
+TEST_F(FrameLoopTest, AFilterWithoutANameRunsForEveryFormat) {
+  build("FrameUnpacker");
+  failCall("vy_filter_get_name", 1, kNull);
+  EXPECT_EQ(process(processor_, makeInput(VY_FORMAT_Y8)).error, kNoError);
+  EXPECT_EQ(stampers_[0].runs, 1);
+}
+
+// ---- Failures -----------------------------------------------------------------------------------
+
+struct FailureCase {
+  std::vector<Fault> faults;
+  int stamp;              ///< of the result: 1 to 3 by filter, kInputStamp for a copy of the input, 0 for null
+  const char* errorFrom;  ///< the function whose error the caller gets; null for none
+  int runs;
+  int inputReferences = 2;  ///< afterwards, of 2
+};
+
+constexpr Fault kOff1 = {"vy_filter_is_enabled", 1, kNull};
+constexpr Fault kOff2 = {"vy_filter_is_enabled", 2, kNull};
+constexpr Fault kOff3 = {"vy_filter_is_enabled", 3, kNull};
+
+const FailureCase kFailures[] = {
+    // A filter fails: the ones behind it do not run, and what it returned is handed back.
+    {{{"vy_filter_process", 2}}, 0, "vy_filter_process", 1},
+    {{{"vy_filter_process", 2, kWithResult}}, 2, "vy_filter_process", 2},
+    {{{"vy_filter_process", 3}}, 0, "vy_filter_process", 2},
+    // Neither frame nor error: a copy of the input, not the frame of the filter before.
+    {{{"vy_filter_process", 1, kNull}}, kInputStamp, nullptr, 0},
+    {{{"vy_filter_process", 2, kNull}}, kInputStamp, nullptr, 1},
+    {{{"vy_filter_process", 2, kNull}, {"vy_create_frame_from_other_frame", 1}}, 0, nullptr, 1},
+    // A release between two filters fails: the last good frame goes back, and the release is tried once more.
+    {{{"vy_delete_frame", 1}}, 1, "vy_delete_frame", 1},
+    {{{"vy_delete_frame", 2}}, 2, "vy_delete_frame", 2},
+    // The last release fails: reported only where no frame is at hand.
+    {{{"vy_delete_frame", 3, kWithResult}}, 3, nullptr, 3},
+    {{{"vy_filter_process", 3}, {"vy_delete_frame", 3, kWithResult}}, 0, "vy_delete_frame", 2},
+    {{{"vy_filter_process", 3, kNull}, {"vy_delete_frame", 3, kWithResult}}, 0, "vy_delete_frame", 2},
+    {{{"vy_filter_process", 3, kWithResult}, {"vy_delete_frame", 3, kWithResult}}, 3, "vy_filter_process", 3},
+    // Errors of queries wait for the next test: behind the next filter's work ...
+    {{{"vy_frame_add_ref", 1, kWithResult}}, 1, "vy_frame_add_ref", 1},
+    {{{"vy_frame_add_ref", 1}}, 1, "vy_frame_add_ref", 1, 1},  // a reference that was never added is dropped
+    {{{"vy_frame_get_format", 1}}, 1, "vy_frame_get_format", 1},
+    {{{"vy_frame_get_format", 2}}, 1, "vy_frame_get_format", 1},  // the one whose value nobody needs
+    {{{"vy_video_frame_get_pixel_type", 1}}, 1, "vy_video_frame_get_pixel_type", 1},
+    {{{"vy_filter_get_name", 1}}, 1, "vy_filter_get_name", 1},
+    {{{"vy_frame_get_format", 4}, {"vy_filter_process", 2, kNull}}, 0, "vy_frame_get_format", 1},
+    // ... or behind the next release. That release worked, and is repeated all the same.
+    {{{"vy_filter_is_enabled", 2}}, 1, "vy_filter_is_enabled", 1, 1},
+    {{{"vy_video_frame_get_pixel_type", 2}}, 1, "vy_video_frame_get_pixel_type", 1, 1},
+    {{{"vy_filter_get_name", 3}}, 2, "vy_filter_get_name", 2},
+    {{{"vy_filter_is_enabled", 2}, {"vy_delete_frame", 1}}, 1, "vy_delete_frame", 1},  // the later error is told
+    // No test comes any more: never reported.
+    {{{"vy_filter_is_enabled", 3}}, 2, nullptr, 2},
+    // No filter runs.
+    {{kOff1, kOff2, {"vy_filter_is_enabled", 3}}, 0, "vy_filter_is_enabled", 0},
+    {{kOff1, kOff2, kOff3, {"vy_delete_frame", 1, kWithResult}}, 0, "vy_delete_frame", 0},
+    {{kOff1, kOff2, kOff3, {"vy_create_frame_from_other_frame"}}, 0, nullptr, 0},
+};
+
+TEST_F(FrameLoopTest, FailuresEndTheChainWithTheFrameAtHand) {
+  build();
+  for (const FailureCase& each : kFailures) {
+    std::string trace;
+    for (const Fault& fault : each.faults) trace += std::string(fault.function) + ' ' + std::to_string(fault.nth) + ' ';
+    SCOPED_TRACE(trace);
+
+    Frame input = makeInput();
+    vy_frame_add_ref(input.get(), NoFailure());
+    for (Stamper& stamper : stampers_) stamper.runs = 0;
+    failCalls(each.faults);
+    const Outcome outcome = process(processor_, input);
+
+    EXPECT_EQ(outcome.error, each.errorFrom != nullptr ? injectedError(each.errorFrom) : kNoError);
+    EXPECT_EQ(stampOf(outcome.frame), each.stamp);
+    EXPECT_NE(outcome.frame, input);
+    EXPECT_EQ(runs(), each.runs);
+    EXPECT_EQ(vysim_frame_get_ref_count(input.get()), each.inputReferences);
+    if (each.inputReferences == 2) vy_delete_frame(input.get(), NoFailure());
+  }
+}
+
+TEST_F(FrameLoopTest, AFilterWithoutFrameOrErrorSetsTheSlotToNull) {
+  build();
+  ErrorSlot stale;
+  vy_error* const former = vy_create_error(1, "stale", "nobody", "", 1);
+  *static_cast<vy_error**>(stale) = former;
+  failCall("vy_filter_process", 1, kNull);
+  const Frame input = makeInput();
+  const Frame output(vy_frame_processor_process_frame(processor_.get(), input.get(), stale));
+  EXPECT_FALSE(stale.isSet());
+  EXPECT_EQ(stampOf(output), kInputStamp);
+  vy_delete_error(former);
+}
+
+TEST_F(FrameLoopTest, AChainOfWhichNoFilterCouldBeMadeCopiesTheInput) {
+  for (const unsigned nth : {1U, 2U, 3U}) failCall("vy_create_filter", nth);
+  processor_ = makeProcessor(halden_.context, kColor);
+  const Frame input = makeInput();
+  const Outcome outcome = process(processor_, input);
+  EXPECT_EQ(stampOf(outcome.frame), kInputStamp);
+  EXPECT_NE(outcome.frame, input);
+  EXPECT_EQ(vysim_frame_get_ref_count(input.get()), 1);
+}
+
+}  // namespace

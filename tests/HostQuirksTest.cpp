@@ -1,0 +1,88 @@
+// Hosts that keep their contract to the letter and are unkind all the same. Two of the host's functions are replaced
+// for this program; the host's own are behind them.
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "support/HostTest.h"
+
+namespace {
+
+bool namesAreTransient = false;  ///< every name stands in one buffer, which the next call writes over
+bool namesChange = false;        ///< a filter never says the same name twice
+vy_filter_config_schema_list_t* nextList = nullptr;  ///< what the host hands out as its next schema list, once
+
+template <typename Function>
+Function* hostsOwn(const char* name) {
+  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace
+
+const char* vy_filter_get_name(const vy_filter_t* filter, vy_error** error) {
+  static auto* const host = hostsOwn<decltype(vy_filter_get_name)>("vy_filter_get_name");
+  const char* const name = host(filter, error);
+  if (name == nullptr || !(namesAreTransient || namesChange)) return name;
+  static char buffer[256];
+  static unsigned calls = 0;
+  std::memset(buffer, '?', sizeof buffer - 1);
+  std::strncpy(buffer, (name + (namesChange ? std::to_string(++calls) : "")).c_str(), sizeof buffer - 1);
+  return buffer;
+}
+
+vy_filter_config_schema_list_t* vy_filter_get_config_schema_list(const vy_filter_t* filter, vy_error** error) {
+  static auto* const host = hostsOwn<decltype(vy_filter_get_config_schema_list)>("vy_filter_get_config_schema_list");
+  return nextList != nullptr ? std::exchange(nextList, nullptr) : host(filter, error);
+}
+
+namespace {
+
+class HostQuirksTest : public HostTest {
+ protected:
+  HostQuirksTest() : device_(openDevice(kSpecialOpenNI)) {}
+  ~HostQuirksTest() override { namesAreTransient = namesChange = false; }
+  OpenDevice device_;
+};
+
+TEST_F(HostQuirksTest, ANameLastsNoLongerThanUntilTheNextCall) {
+  const std::string schema = schemaOf(makeProcessor(device_.context, kDepth));
+  namesAreTransient = true;
+  const Processor processor = makeProcessor(device_.context, kDepth);
+  EXPECT_EQ(schemaOf(processor), schema);
+  std::vector<const char*> values(static_cast<std::size_t>(std::count(schema.begin(), schema.end(), '\n')), "1");
+  values.back() = "90";  // degrees
+  EXPECT_EQ(updateConfig(processor, values), kNoError);
+  const std::string calls = recordCalls([&] { EXPECT_NE(process(processor, makeFrame(10)).frame, nullptr); });
+  EXPECT_EQ(callsOf("vy_filter_process", calls).size(), 7U) << "all filters are on, and their rules let them run";
+}
+
+// Both the name and the handle have to agree. A private filter whose name does not stay the same is never found.
+TEST_F(HostQuirksTest, AFilterThatChangesItsNameIsNotFound) {
+  vy_filter_t* const filter = priv_create_filter("DisparityTransform", NoFailure());
+  priv_filter_enable(filter, true, NoFailure());
+  EXPECT_TRUE(priv_filter_is_enabled(filter, NoFailure()));
+  namesChange = true;
+  EXPECT_FALSE(priv_filter_is_enabled(filter, NoFailure()));
+}
+
+// A list that is out already belongs to the filter that gave it out first, until it is given back once.
+TEST_F(HostQuirksTest, TheSameSchemaListTwice) {
+  vy_filter_t* const disparity = priv_create_filter("DisparityTransform", NoFailure());
+  vy_filter_t* const hardwareD2C = priv_create_filter("HardwareD2CProcessor", NoFailure());
+  for (const bool disparityIsFirst : {true, false}) {
+    vy_filter_t* const first = disparityIsFirst ? disparity : hardwareD2C;
+    vy_filter_t* const second = disparityIsFirst ? hardwareD2C : disparity;
+    auto* const list = priv_filter_get_config_schema_list(first, NoFailure());
+    nextList = list;
+    EXPECT_EQ(priv_filter_get_config_schema_list(second, NoFailure()), list);
+    // The hardware D2C filter says of every list that it is empty.
+    EXPECT_EQ(priv_filter_config_schema_list_get_count(list, NoFailure()) != 0, disparityIsFirst);
+    priv_filter_delete_config_schema_list(list, NoFailure());
+    EXPECT_EQ(priv_filter_config_schema_list_get_count(list, NoFailure()), 0U);
+    priv_filter_delete_config_schema_list(list, NoFailure());
+  }
+}
+
+}  // namespace

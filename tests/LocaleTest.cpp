@@ -1,0 +1,48 @@
+// A host whose locale writes decimal commas: the resize arguments keep their point, all other numbers follow it.
+#include <clocale>
+#include <cstdlib>
+#include <filesystem>
+
+#include "d2c/HardwareD2CParams.h"
+#include "processor/FrameProcessor.h"
+#include "support/HostTest.h"
+
+namespace {
+
+/// With German numbers, from a locale that is compiled for the test where the system has none.
+class LocaleTest : public HostTest {
+ protected:
+  void SetUp() override {
+    if (std::setlocale(LC_NUMERIC, "de_DE.UTF-8") != nullptr) return;
+    const std::string folder = testing::TempDir() + "vyfp-locales";
+    std::filesystem::create_directories(folder);
+    const std::string command = "localedef -i de_DE -f UTF-8 '" + folder + "/de_DE.UTF-8' 2>/dev/null";
+    setenv("LOCPATH", folder.c_str(), 1);
+    if (std::system(command.c_str()) != 0 || std::setlocale(LC_NUMERIC, "de_DE.UTF-8") == nullptr) {
+      GTEST_SKIP() << "no German locale here: install the package locales";
+    }
+  }
+  void TearDown() override { std::setlocale(LC_NUMERIC, "C"); }
+};
+
+TEST_F(LocaleTest, TheScaleKeepsItsPoint) {
+  const ResizeArguments arguments(1, 2, 1234.5F, 3, 4, 5, 6);
+  EXPECT_STREQ(arguments.texts()[2], "1234.500000000");
+}
+
+TEST_F(LocaleTest, SchemaNumbersFollowTheLocale) {
+  const auto kFloat = VY_FILTER_CONFIG_VALUE_TYPE_FLOAT;
+  // Whole and small, small, and large: each is written in a way of its own.
+  const VYFilterConfigSchemaItem items[] = {{"limit", kFloat, 2, 0.25, 3e7, -0.5, "Limit"}};
+  defineFilter({"Alpha", nullptr, false, items, 1, nullptr, nullptr});
+  const std::uint8_t exposed[] = {0};
+  FilterConfig record;
+  record.name = "Alpha";
+  record.kind = FilterConfig::kHostFilter;
+  record.exposedItems = exposed;
+  BasicFrameProcessor processor(nullptr, {record});
+  EXPECT_STREQ(processor.getConfigSchema(NoFailure()),
+               "Alpha#0, float, 2,000000, 0,250000, 30000000,000000, -0,500000, Limit\n");
+}
+
+}  // namespace

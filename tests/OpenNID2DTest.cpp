@@ -1,0 +1,99 @@
+// The disparity filter on its own.
+#include "privfilter/OpenNID2DProcessor.h"
+
+#include "support/HostTest.h"
+
+namespace {
+
+class OpenNID2DTest : public HostTest {
+ protected:
+  OpenNID2DTest() { defineStamper("OpenNIDisparityTransform", stamper_, "Reported", true); }
+  Stamper stamper_ = {5};
+};
+
+/// The filter as it is when its host filter is missing.
+struct WithoutHostFilter : OpenNID2DProcessor {
+  WithoutHostFilter() {
+    vy_delete_filter(filter_, NoFailure());
+    filter_ = nullptr;
+  }
+};
+
+TEST_F(OpenNID2DTest, WithoutHostFilterOperationsReportUnderTheirOwnName) {
+  WithoutHostFilter filter;
+  const Frame frame = makeFrame();
+  const struct {
+    const char* message;
+    const char* operation;
+    bool (*call)(OpenNID2DProcessor& filter, const vy_frame_t* frame, vy_error** error);
+  } cases[] = {
+      {"filter is nullptr", "get_filter_name",
+       [](auto& f, auto*, auto** e) { return f.get_filter_name(e) == nullptr; }},
+      {"filter is nullptr", "get_filter_config_schema",
+       [](auto& f, auto*, auto** e) { return f.get_filter_config_schema(e) == nullptr; }},
+      {"filter is nullptr", "update_filter_config",
+       [](auto& f, auto*, auto** e) { return f.update_filter_config(0, nullptr, e), true; }},
+      {"filter is nullptr", "get_config_value",
+       [](auto& f, auto*, auto** e) { return f.get_config_value("x", e) == 0.0; }},
+      {"filter is nullptr", "set_config_value",
+       [](auto& f, auto*, auto** e) { return f.set_config_value("x", 1, e), true; }},
+      {"filter is nullptr", "reset_filter", [](auto& f, auto*, auto** e) { return f.reset_filter(e), true; }},
+      {"filter is nullptr", "get_config_schema_list",
+       [](auto& f, auto*, auto** e) { return f.get_config_schema_list(nullptr, e) == nullptr; }},
+      {"device or depth filter is nullptr", "filter_process",
+       [](auto& f, auto* input, auto** e) { return f.filter_process(input, e) == nullptr; }},
+  };
+  for (const auto& each : cases) {
+    ErrorSlot error;
+    EXPECT_TRUE(each.call(filter, frame.get(), error)) << each.operation;
+    EXPECT_EQ(error.take(), ownError(each.message, each.operation));
+  }
+  EXPECT_EQ(filter.get_filter(NoFailure()), nullptr);
+  EXPECT_STREQ(filter.get_name(), "DisparityTransform");
+  EXPECT_EQ(filter.filter_process(nullptr, NoFailure()), nullptr) << "a null frame comes first";
+  filter.enable_filter(true, NoFailure());
+  EXPECT_TRUE(filter.is_filter_enabled(NoFailure()));
+}
+
+TEST_F(OpenNID2DTest, NullListsAreEmptyLists) {
+  OpenNID2DProcessor filter;
+  ErrorSlot error;
+  EXPECT_EQ(filter.get_config_schema_list(nullptr, error), nullptr) << "the argument counts, not the filter inside";
+  EXPECT_EQ(error.take(), ownError("filter is nullptr", "get_config_schema_list"));
+  filter.delete_config_schema_list(nullptr, NoFailure());
+  EXPECT_EQ(filter.get_config_schema_list_count(nullptr, NoFailure()), 0U);
+  EXPECT_EQ(filter.get_config_schema_list_item(nullptr, 0, NoFailure()).name, nullptr);
+}
+
+TEST_F(OpenNID2DTest, NamesAndArgumentCounts) {
+  OpenNID2DProcessor filter;
+  EXPECT_STREQ(filter.get_name(), "DisparityTransform");
+  EXPECT_STREQ(filter.get_filter_name(NoFailure()), "Reported");
+  EXPECT_STREQ(filter.get_filter_config_schema(NoFailure()), "");
+  const std::vector<const char*> arguments(300, "x");
+  const std::string calls =
+      recordCalls([&] { filter.update_filter_config(300, const_cast<const char**>(arguments.data()), NoFailure()); });
+  EXPECT_NE(calls.find("argc: 44,"), std::string::npos) << "the low eight bits of 300";
+}
+
+TEST_F(OpenNID2DTest, FramesThatComeWithAnErrorAreReleased) {
+  OpenNID2DProcessor filter;
+  const Frame input = makeFrame();
+  EXPECT_EQ(stampOf(Frame(filter.filter_process(input.get(), NoFailure()))), 5);
+  EXPECT_EQ(filter.filter_process(nullptr, NoFailure()), nullptr);
+  const std::vector<std::pair<const char*, vysim_fault>> cases[] = {
+      {{"vy_filter_process", VYSIM_FAULT_ERROR}},
+      {{"vy_filter_process", kWithResult}},
+      {{"vy_filter_process", kWithResult}, {"vy_delete_frame", kWithResult}},
+  };
+  for (const auto& faults : cases) {
+    for (const auto& [function, fault] : faults) failCall(function, 1, fault);
+    ErrorSlot error;
+    EXPECT_EQ(filter.filter_process(input.get(), error), nullptr);
+    EXPECT_EQ(error.take(), injectedError("vy_filter_process"));
+  }
+  failCall("vy_filter_process", 1, kNull);
+  EXPECT_EQ(filter.filter_process(input.get(), NoFailure()), nullptr);
+}
+
+}  // namespace

@@ -1,0 +1,86 @@
+// The registry of the library's own filters.
+#include "privfilter/FilterFactory.h"
+
+#include <climits>
+
+#include "support/HostTest.h"
+
+namespace {
+
+class PrivateFilterRegistryTest : public HostTest {
+ protected:
+  vy_filter_t* create(const char* name) {
+    const std::shared_ptr<IPrivFilter> filter = registry_->createFilter(name);
+    EXPECT_NE(filter, nullptr);
+    return filter != nullptr ? filter->get_filter(NoFailure()) : nullptr;
+  }
+
+  std::shared_ptr<FilterFactory> registry_ = FilterFactory::getInstance();
+};
+
+TEST_F(PrivateFilterRegistryTest, NamesAndIndicesMakeTheSameFilters) {
+  EXPECT_EQ(registry_->getFilterCount(), 2);
+  const std::pair<int, const char*> names[] = {{0, "HardwareD2CProcessor"}, {1, "DisparityTransform"},
+                                               {2, "UnknownFilter"},        {-1, "UnknownFilter"},
+                                               {INT_MIN, "UnknownFilter"},  {INT_MAX, "UnknownFilter"}};
+  for (const auto& [index, name] : names) {
+    EXPECT_STREQ(registry_->getFilterName(index), name) << index;
+    const bool isKnown = index == 0 || index == 1;
+    const std::shared_ptr<IPrivFilter> byIndex = registry_->createFilter(index);
+    const std::shared_ptr<IPrivFilter> byName = registry_->createFilter(name);
+    ASSERT_EQ(byIndex != nullptr, isKnown) << index;
+    ASSERT_EQ(byName != nullptr, isKnown) << name;
+    if (!isKnown) continue;
+    EXPECT_STREQ(byIndex->get_name(), name);
+    EXPECT_STREQ(byName->get_name(), name);
+  }
+}
+
+TEST_F(PrivateFilterRegistryTest, HandlesResolveToTheirOwnFilterOnly) {
+  vy_filter_t* const first = create("DisparityTransform");
+  vy_filter_t* const second = create("DisparityTransform");
+  vy_filter_t* const other = create("HardwareD2CProcessor");
+  const vy_filter_t* const handles[] = {first, second, other};
+  for (const vy_filter_t* handle : handles) {
+    const std::shared_ptr<IPrivFilter> filter = registry_->getPrivateFilter(handle, NoFailure());
+    ASSERT_NE(filter, nullptr);
+    EXPECT_EQ(filter->get_filter(NoFailure()), handle);
+  }
+  registry_->enablePrivateFilter(second, true, NoFailure());
+  EXPECT_FALSE(registry_->isPrivateFilterEnabled(first, NoFailure()));
+  EXPECT_TRUE(registry_->isPrivateFilterEnabled(second, NoFailure()));
+
+  // The host's name for the handle must be that of the filter: the first call asks for the one, the others for the
+  // rest.
+  failCall("vy_filter_get_name", 1, kNull);
+  EXPECT_EQ(registry_->getPrivateFilter(first, NoFailure()), nullptr);
+  failCall("vy_filter_get_name", 2, kNull);
+  EXPECT_EQ(registry_->getPrivateFilter(first, NoFailure()), nullptr);
+
+  ErrorSlot error;
+  failCall("vy_filter_get_name");
+  EXPECT_EQ(registry_->getPrivateFilter(first, error), nullptr);
+  EXPECT_EQ(error.take(), injectedError("vy_filter_get_name")) << "the handle's own name: the error stays";
+  failCall("vy_filter_get_name", 2);
+  EXPECT_EQ(registry_->getPrivateFilter(first, error), nullptr);
+  EXPECT_EQ(error.take(), kNoError) << "that of a registered filter: skipped, its error deleted";
+  failCall("vy_filter_get_name", 2);
+  EXPECT_NE(registry_->getPrivateFilter(second, NoFailure()), nullptr) << "the search goes on behind it";
+}
+
+TEST_F(PrivateFilterRegistryTest, DeletingAFilterGivesBackItsFirstListOnly) {
+  vy_filter_t* const filter = create("DisparityTransform");
+  vy_filter_config_schema_list_t* const first = registry_->getPrivateFilterConfigSchemaList(filter, NoFailure());
+  vy_filter_config_schema_list_t* const second = registry_->getPrivateFilterConfigSchemaList(filter, NoFailure());
+  vy_filter_config_schema_list_t* const low = std::less<>()(first, second) ? first : second;
+  vy_filter_config_schema_list_t* const high = low == first ? second : first;
+  registry_->deletePrivateFilter(filter, NoFailure());
+  EXPECT_EQ(registry_->getPrivateFilterConfigSchemaListCount(low, NoFailure()), 0U);
+  EXPECT_GE(registry_->getPrivateFilterConfigSchemaListCount(high, NoFailure()), 10U);
+  registry_->deletePrivateFilter(filter, NoFailure());  // the filter lives on, and gives back the next one
+  EXPECT_EQ(alive(VYSIM_SCHEMA_LIST), 0U);
+  registry_->deletePrivateFilter(filter, NoFailure());
+  EXPECT_NE(registry_->getPrivateFilter(filter, NoFailure()), nullptr);
+}
+
+}  // namespace

@@ -1,0 +1,133 @@
+// Several cameras at once, each on a host thread of its own, all families mixed. Made for the thread sanitizer; without
+// it, what every thread gets is held against what a lone thread got.
+#include <atomic>
+#include <iostream>
+#include <stdexcept>
+#include <thread>
+
+#include "support/Scenario.h"
+
+namespace {
+
+constexpr int kThreads = 8;
+constexpr int kRounds = 4;
+
+struct Family {
+  std::string name;
+  std::vector<SensorCase> sensors;
+  std::vector<std::string> expected;  ///< by sensor: all that a scenario gives
+};
+
+/// Gathers what a scenario gives: schema, sizes and bytes of frames, errors.
+class Transcript : public Scenario {
+ public:
+  using Scenario::Scenario;
+
+  std::string take() {
+    run();
+    return text_ + schema();
+  }
+
+ private:
+  void call(Step /*step*/, const Work& work) override {
+    ErrorSlot error;
+    work(error);
+    if (error.isSet()) text_ += error.take().message + "\n";
+  }
+
+  void receive(const Frame& /*input*/, Frame output) override {
+    if (output == nullptr) {
+      text_ += "no frame\n";
+      return;
+    }
+    const auto* const bytes = reinterpret_cast<const char*>(vysim_frame_get_data(output.get(), nullptr));
+    text_ += std::to_string(vy_video_frame_get_width(output.get(), nullptr)) + ":";
+    text_.append(bytes, vysim_frame_get_size(output.get(), nullptr)) += "\n";
+  }
+
+  std::string text_;
+};
+
+/// Threads have no place for expectations of gtest's to fail in; they count.
+class ThreadTest : public HostTest {
+ protected:
+  ThreadTest() {
+    setAllDeviceLists();
+    for (std::size_t i = 0; i < vysim_family_count(); ++i) {
+      Family family = {vysim_family_at(i)->name, openSensors(*vysim_family_at(i)), {}};
+      for (const SensorCase& sensor : family.sensors) family.expected.push_back(Transcript(sensor).take());
+      families_.push_back(std::move(family));
+    }
+  }
+
+  const Frame& depthInputOf(const std::string& name) const {
+    for (const Family& family : families_) {
+      for (const SensorCase& sensor : family.sensors) {
+        if (family.name == name && sensor.sensor == VY_SENSOR_DEPTH) return sensor.inputs.front();
+      }
+    }
+    throw std::logic_error("no family " + name);
+  }
+
+  /// Runs `work(number)` on all threads, which start together.
+  template <typename Work>
+  static void onAllThreads(Work work) {
+    std::atomic<int> waiting{kThreads};
+    std::vector<std::thread> threads;
+    for (int number = 0; number < kThreads; ++number) {
+      threads.emplace_back([&, number] {
+        for (--waiting; waiting > 0;) std::this_thread::yield();
+        work(number);
+      });
+    }
+    for (std::thread& thread : threads) thread.join();
+  }
+
+  std::vector<Family> families_;
+};
+
+TEST_F(ThreadTest, CamerasOfAllFamiliesDoNotDisturbEachOther) {
+  std::atomic<int> scenarios{0};
+  std::atomic<int> disturbed{0};
+  // Each thread starts with another family: the registry comes and goes, and is shared, in changing company.
+  onAllThreads([&](int number) {
+    for (std::size_t turn = 0; turn < kRounds * families_.size(); ++turn) {
+      const Family& family = families_[(turn + static_cast<std::size_t>(number)) % families_.size()];
+      for (std::size_t i = 0; i < family.sensors.size(); ++i) {
+        if (Transcript(family.sensors[i]).take() != family.expected[i]) ++disturbed;
+        ++scenarios;
+      }
+    }
+  });
+  EXPECT_EQ(disturbed, 0);
+  std::cout << kThreads << " threads, " << scenarios << " scenarios\n";
+}
+
+// One context for all threads: its registry grows, and schema lists come and go, while others look filters up.
+TEST_F(ThreadTest, ProcessorsOfOneContextAreMadeAndUsedOnAllThreads) {
+  const OpenDevice camera = openDevice(kSpecialOpenNI);
+  const std::string schema = schemaOf(makeProcessor(camera.context, kDepth));
+  const std::vector<std::string> texts = valuesInForce(schema);
+  std::vector<const char*> values;
+  for (const std::string& text : texts) values.push_back(text.c_str());
+  const Frame& input = depthInputOf("SpecialOpenNI");
+
+  std::atomic<int> failures{0};
+  onAllThreads([&](int /*number*/) {
+    for (int round = 0; round < 5 * kRounds; ++round) {
+      ErrorSlot error;
+      vy_frame_processor_t* const processor = vy_create_frame_processor(camera.context.get(), VY_SENSOR_DEPTH, error);
+      if (vy_frame_processor_get_config_schema(processor, error) != schema) ++failures;
+      vy_frame_processor_update_config(processor, static_cast<std::uint8_t>(values.size()), values.data(), error);
+      vy_frame_processor_set_hardware_d2c_params(processor, {20, 20, 8, 4, 16, 8}, 0, 1, 0, 0, 0, 0, true, false,
+                                                 error);
+      const Frame output(vy_frame_processor_process_frame(processor, input.get(), error));
+      if (output == nullptr || error.isSet()) ++failures;
+      vy_destroy_frame_processor(processor, error);
+    }
+  });
+  EXPECT_EQ(failures, 0);
+  EXPECT_EQ(vysim_frame_get_ref_count(input.get()), 1);
+}
+
+}  // namespace

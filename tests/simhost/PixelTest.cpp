@@ -1,0 +1,326 @@
+// The pixel functions of the simulated host, each held against a slow and obvious way to the same result.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <functional>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "pixel/Correction.h"
+#include "pixel/Disparity.h"
+#include "pixel/Geometry.h"
+#include "pixel/Offset.h"
+#include "pixel/Packing.h"
+#include "pixel/RunLength.h"
+#include "pixel/Speckle.h"
+
+namespace tavrix::pixel {
+namespace {
+
+using Image = std::vector<uint16_t>;
+
+struct Size {
+  uint32_t width, height;
+};
+constexpr Size kSizes[] = {{1, 1}, {1, 9}, {3, 2}, {7, 5}, {8, 3}, {17, 4}, {37, 41}, {64, 33}, {0, 4}, {4, 0}};
+
+Image randomImage(Size size, unsigned seed, unsigned largest = 65535) {
+  std::mt19937 random(seed);
+  Image image(size_t{size.width} * size.height);
+  for (uint16_t& pixel : image) pixel = static_cast<uint16_t>(random() % (largest + 1));
+  return image;
+}
+
+// ---- Packing ----
+
+bool bitAt(const std::vector<uint8_t>& bytes, size_t bit, BitOrder order) {
+  const size_t inByte = order == BitOrder::msbFirst ? 7 - bit % 8 : bit % 8;
+  return (bytes.at(bit / 8) >> inByte & 1) != 0;
+}
+
+uint16_t packedPixel(const std::vector<uint8_t>& row, Packing packing, uint32_t x) {
+  if (packing.order == BitOrder::mipi) {
+    const size_t group = size_t{x} / 4 * 5;
+    return static_cast<uint16_t>(row.at(group + x % 4) << 2 | (row.at(group + 4) >> 2 * (x % 4) & 3));
+  }
+  unsigned value = 0;
+  const auto bits = static_cast<size_t>(packing.bits);
+  for (size_t i = 0; i < bits; ++i) {
+    const size_t place = packing.order == BitOrder::msbFirst ? bits - 1 - i : i;
+    value |= static_cast<unsigned>(bitAt(row, x * bits + i, packing.order)) << place;
+  }
+  return static_cast<uint16_t>(value);
+}
+
+TEST(Packing, StandsInTheBytesAsDescribedAndComesBackClamped) {
+  const auto msb = BitOrder::msbFirst;
+  const auto lsb = BitOrder::lsbFirst;
+  const Packing packings[] = {{10, msb}, {11, msb}, {12, msb}, {14, msb}, {10, lsb},
+                              {11, lsb}, {12, lsb}, {14, lsb}, {13, msb}, {10, BitOrder::mipi}};
+  for (const Packing packing : packings) {
+    for (const Size size : kSizes) {
+      SCOPED_TRACE(std::to_string(packing.bits) + " bits, order " + std::to_string(static_cast<int>(packing.order)) +
+                   ", " + std::to_string(size.width) + " x " + std::to_string(size.height));
+      const unsigned largest = (1u << packing.bits) - 1;
+      const Image image = randomImage(size, 1, largest + largest / 4);
+      const size_t rowBytes = packedRowBytes(packing, size.width);
+      std::vector<uint8_t> bytes(rowBytes * size.height, 0xA5);
+      packRows(packing, image.data(), bytes.data(), size.width, size.height);
+
+      Image expected = image;
+      for (uint16_t& pixel : expected) pixel = static_cast<uint16_t>(std::min<unsigned>(pixel, largest));
+      Image byDescription;
+      for (uint32_t y = 0; y < size.height; ++y) {
+        const auto begin = bytes.begin() + static_cast<std::ptrdiff_t>(y * rowBytes);
+        const std::vector<uint8_t> row(begin, begin + static_cast<std::ptrdiff_t>(rowBytes));
+        for (uint32_t x = 0; x < size.width; ++x) byDescription.push_back(packedPixel(row, packing, x));
+      }
+      EXPECT_EQ(byDescription, expected);
+
+      Image unpacked(image.size(), 0xFFFF);
+      unpackRows(packing, bytes.data(), unpacked.data(), size.width, size.height);
+      EXPECT_EQ(unpacked, expected);
+    }
+  }
+}
+
+// ---- Run-length code ----
+
+TEST(RunLength, BringsBackWhatWasCompressed) {
+  for (const size_t count : {size_t{0}, size_t{1}, size_t{2}, size_t{5}, size_t{1000}, size_t{70000}}) {
+    for (const unsigned largest : {0u, 1u, 3u, 65535u}) {
+      const Image image = randomImage({static_cast<uint32_t>(count), 1}, 2, largest);
+      const std::vector<uint8_t> bytes = compressRuns(image.data(), count);
+      Image back(count, 0xFFFF);
+      EXPECT_EQ(decompressRuns(bytes.data(), bytes.size(), back.data(), count), "");
+      EXPECT_EQ(back, image);
+      EXPECT_LE(bytes.size(), (count + count / 0x7FFF + 1) * 2);
+    }
+  }
+}
+
+TEST(RunLength, TellsEveryDamageAndStaysInside) {
+  const Image image = {5, 5, 5, 5, 1, 2, 3, 9, 9, 9};
+  const std::vector<uint8_t> whole = compressRuns(image.data(), image.size());
+  Image back(image.size());
+  const auto fault = [&](const std::vector<uint8_t>& bytes) {
+    return decompressRuns(bytes.data(), bytes.size(), back.data(), back.size());
+  };
+  for (size_t size = 0; size < whole.size(); ++size) {
+    EXPECT_NE(fault({whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)}), "") << size;
+  }
+  std::vector<uint8_t> longer = whole;
+  longer.push_back(0);
+  EXPECT_NE(fault(longer).find("left over"), std::string::npos);
+  EXPECT_NE(fault({11, 0, 7, 0}).find("11 pixels where 10"), std::string::npos);
+  EXPECT_NE(fault({0, 0, 7, 0}).find("no pixels"), std::string::npos);
+
+  std::mt19937 random(3);
+  for (int trial = 0; trial < 2000; ++trial) {  // the sanitizers watch this
+    std::vector<uint8_t> noise(random() % 40);
+    for (uint8_t& byte : noise) byte = static_cast<uint8_t>(random() % 12);
+    fault(noise);
+  }
+}
+
+// ---- Speckles ----
+
+Image withoutSpeckles(Image image, Size size, uint32_t maxSize, int maxDifference) {
+  std::vector<bool> seen(image.size());
+  Image result = image;
+  for (uint32_t start = 0; start < image.size(); ++start) {
+    if (seen[start] || image[start] == 0) continue;
+    std::vector<uint32_t> island = {start};
+    seen[start] = true;
+    for (size_t i = 0; i < island.size(); ++i) {
+      const uint32_t at = island[i];
+      const auto visit = [&](bool exists, uint32_t next) {
+        if (!exists || seen[next] || image[next] == 0 || std::abs(image[next] - image[at]) > maxDifference) return;
+        seen[next] = true;
+        island.push_back(next);
+      };
+      visit(at % size.width > 0, at - 1);
+      visit(at % size.width + 1 < size.width, at + 1);
+      visit(at >= size.width, at - size.width);
+      visit(at + size.width < image.size(), at + size.width);
+    }
+    if (island.size() > maxSize) continue;
+    for (const uint32_t pixel : island) result[pixel] = 0;
+  }
+  return result;
+}
+
+TEST(Speckle, EqualsAFloodFill) {
+  SpeckleScratch scratch;
+  for (const Size size : kSizes) {
+    for (unsigned trial = 0; trial < 60; ++trial) {
+      const unsigned largest = trial % 3 == 0 ? 1 : 2 + trial % 7;
+      const Image image = randomImage(size, trial, largest);
+      const uint32_t maxSize = trial % 13;
+      const int maxDifference = static_cast<int>(trial % 4);
+      Image cleaned = image;
+      removeSpeckles(cleaned.data(), size.width, size.height, maxSize, static_cast<uint16_t>(maxDifference), scratch);
+      EXPECT_EQ(cleaned, withoutSpeckles(image, size, maxSize, maxDifference))
+          << size.width << " x " << size.height << ", trial " << trial;
+    }
+  }
+}
+
+// ---- Geometry ----
+
+using Source = std::function<size_t(uint32_t x, uint32_t y)>;
+
+struct GeometryCase {
+  const char* name;
+  bool swapsSides;
+  std::function<void(const uint8_t*, uint8_t*, Size, size_t)> run;
+  std::function<Source(Size)> source;  ///< index of the input pixel that an output pixel shows
+};
+
+TEST(Geometry, EveryPixelComesFromItsPlace) {
+  const auto rotateBy = [](int degrees) {
+    return [degrees](const uint8_t* in, uint8_t* out, Size s, size_t bytes) {
+      rotate(in, out, s.width, s.height, bytes, degrees);
+    };
+  };
+  const auto at = [](Size s, uint32_t x, uint32_t y) { return size_t{y} * s.width + x; };
+  const GeometryCase cases[] = {
+      {"mirror", false, [](auto in, auto out, Size s, size_t bytes) { mirror(in, out, s.width, s.height, bytes); },
+       [=](Size s) { return [=](uint32_t x, uint32_t y) { return at(s, s.width - 1 - x, y); }; }},
+      {"flip", false, [](auto in, auto out, Size s, size_t bytes) { flip(in, out, s.width, s.height, bytes); },
+       [=](Size s) { return [=](uint32_t x, uint32_t y) { return at(s, x, s.height - 1 - y); }; }},
+      {"rotate 0", false, rotateBy(0), [=](Size s) { return [=](uint32_t x, uint32_t y) { return at(s, x, y); }; }},
+      {"rotate 90", true, rotateBy(90),
+       [=](Size s) { return [=](uint32_t x, uint32_t y) { return at(s, y, s.height - 1 - x); }; }},
+      {"rotate 180", false, rotateBy(180),
+       [=](Size s) { return [=](uint32_t x, uint32_t y) { return at(s, s.width - 1 - x, s.height - 1 - y); }; }},
+      {"rotate 270", true, rotateBy(270),
+       [=](Size s) { return [=](uint32_t x, uint32_t y) { return at(s, s.width - 1 - y, x); }; }},
+  };
+  for (const GeometryCase& geometry : cases) {
+    for (const Size size : kSizes) {
+      for (const size_t bytesPerPixel : {size_t{1}, size_t{2}, size_t{3}}) {
+        std::vector<uint8_t> input(size_t{size.width} * size.height * bytesPerPixel);
+        for (size_t i = 0; i < input.size(); ++i) input[i] = static_cast<uint8_t>(i * 151 >> 3);
+        std::vector<uint8_t> output(input.size()), expected;
+        geometry.run(input.data(), output.data(), size, bytesPerPixel);
+        const Source source = geometry.source(size);
+        const Size outputSize = geometry.swapsSides ? Size{size.height, size.width} : size;
+        for (uint32_t y = 0; y < outputSize.height; ++y) {
+          for (uint32_t x = 0; x < outputSize.width; ++x) {
+            for (size_t i = 0; i < bytesPerPixel; ++i) expected.push_back(input[source(x, y) * bytesPerPixel + i]);
+          }
+        }
+        EXPECT_EQ(output, expected) << geometry.name << ", " << size.width << " x " << size.height << ", "
+                                    << bytesPerPixel << " bytes";
+      }
+    }
+  }
+}
+
+TEST(Geometry, ResizeShowsThePixelUnderTheCentreAndEmptyBorders) {
+  struct Case {
+    uint32_t outputWidth, outputHeight;
+    double scale;
+    int left, top;
+    Image expected;  // of the input 1 2 3 / 4 5 6
+  };
+  const Case cases[] = {
+      {3, 2, 1, 0, 0, {1, 2, 3, 4, 5, 6}},
+      {6, 4, 2, 0, 0, {1, 1, 2, 2, 3, 3, 1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 4, 4, 5, 5, 6, 6}},
+      {5, 3, 1, 1, 1, {0, 0, 0, 0, 0, 0, 1, 2, 3, 0, 0, 4, 5, 6, 0}},
+      {2, 1, 1, -1, -1, {5, 6}},
+      {3, 2, 1, -1, 1, {0, 0, 0, 2, 3, 0}},
+      {2, 1, 0.5, 0, 0, {5, 0}},  // one whole pixel wide, the rest is border
+      {2, 2, 1, 5, 0, {0, 0, 0, 0}},
+      {4, 3, 1.5, 0, 0, {1, 2, 2, 3, 4, 5, 5, 6, 4, 5, 5, 6}},
+  };
+  const Image input = {1, 2, 3, 4, 5, 6};
+  ResizeScratch scratch;
+  for (const Case& c : cases) {
+    Image output(c.expected.size(), 0xFFFF);
+    resize(input.data(), 3, 2, output.data(), {c.outputWidth, c.outputHeight, c.scale, c.left, c.top}, scratch);
+    EXPECT_EQ(output, c.expected) << c.outputWidth << " x " << c.outputHeight << ", scale " << c.scale << ", borders "
+                                  << c.left << ", " << c.top;
+  }
+}
+
+// ---- Values ----
+
+TEST(RasterOffset, RepairUndoesTheFaultButForTheLostPixels) {
+  const Image image = randomImage({7, 5}, 4);
+  for (const uint32_t shift : {0u, 1u, 8u, 34u, 35u, 100u}) {
+    Image raw(image.size(), 1), repaired(image.size(), 1), expectedRaw, expected = image;
+    applyRasterOffset(image.data(), raw.data(), 7, 5, shift);
+    repairRasterOffset(raw.data(), repaired.data(), 7, 5, shift);
+    for (size_t i = 0; i < image.size(); ++i) {
+      expectedRaw.push_back(i < shift ? uint16_t{0} : image[i - shift]);
+      if (i + shift >= image.size()) expected[i] = 0;
+    }
+    EXPECT_EQ(raw, expectedRaw) << shift;
+    EXPECT_EQ(repaired, expected) << shift;
+  }
+}
+
+TEST(DisparityTable, GivesDepthWithinTheLimits) {
+  DisparityParameters base;
+  base.focalLengthPx = 500;
+  base.baselineMm = 50;
+  base.subPixelBits = 2;  // 100000 mm at one raw step
+  base.maxDepthMm = 10000;
+  const auto with = [&](auto change) {
+    DisparityParameters parameters = base;
+    change(parameters);
+    return parameters;
+  };
+  struct Case {
+    DisparityParameters parameters;
+    uint16_t raw, depth;
+  };
+  const Case cases[] = {
+      {base, 0, 0},
+      {base, 10, 10000},
+      {base, 9, 0},  // 11111 mm: too far
+      {base, 16, 6250},
+      {base, 64, 1563},  // 1562.5: halves go up
+      {base, 65535, 2},
+      {with([](auto& p) { p.minDepthMm = 1563; }), 64, 1563},
+      {with([](auto& p) { p.minDepthMm = 1564; }), 64, 0},
+      {with([](auto& p) { p.keepFar = true; }), 9, 10000},
+      {with([](auto& p) { p.keepFar = true; }), 0, 0},
+      {with([](auto& p) { p.holeValue = 7; }), 9, 7},
+      {with([](auto& p) { p.minDisparity = 65; }), 64, 0},
+      {with([](auto& p) { p.disparityOffset = 6; }), 10, 6250},
+      {with([](auto& p) { p.disparityOffset = -10; }), 10, 0},
+      {with([](auto& p) { p.disparityOffset = 20; }), 0, 0},
+      {with([](auto& p) { p.unitMm = 0.5; }), 64, 3125},
+      {with([](auto& p) { p.unitMm = 0.1; }), 10, 0},  // 100000 steps are too many
+  };
+  DisparityTable table;
+  for (const Case& c : cases) {
+    table.update(c.parameters);
+    uint16_t depth = 0xFFFF;
+    table.apply(&c.raw, &depth, 1);
+    EXPECT_EQ(depth, c.depth) << "case " << &c - cases;
+  }
+}
+
+TEST(CorrectionTable, RoundsAndClampsAndKeepsHoles) {
+  const Image measured = {0, 1, 1000, 1001, 65535};
+  const struct {
+    double scale, offset;
+    Image expected;
+  } cases[] = {{1, 0, measured}, {1.5, 2, {0, 4, 1502, 1504, 65535}}, {1, -500, {0, 0, 500, 501, 65035}}};
+  CorrectionTable table;
+  for (const auto& c : cases) {
+    Image corrected(measured.size());
+    table.build(c.scale, c.offset);
+    table.apply(measured.data(), corrected.data(), measured.size());
+    EXPECT_EQ(corrected, c.expected) << c.scale << " " << c.offset;
+  }
+}
+
+}  // namespace
+}  // namespace tavrix::pixel

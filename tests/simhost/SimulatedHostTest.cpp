@@ -1,0 +1,342 @@
+// The simulated host's own promises: what tests of the frame processor library rely on.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tavrix_sim.h"
+
+namespace {
+
+/// The error slot of a call, for its outcome; the error is deleted with it.
+struct Slot {
+  ~Slot() { vy_delete_error(error); }
+  operator vy_error**() { return &error; }
+  std::string message() const { return vy_error_get_message(error); }
+  std::string function() const { return vy_error_get_function(error); }
+  int type() const { return vy_error_get_exception_type(error); }
+
+  vy_error* error = nullptr;
+};
+
+constexpr int kDeadObject = 3, kInvalidValue = 4, kWrongObject = 5, kNotFound = 6, kUnsuitableFrame = 7, kInjected = 8;
+
+vy_filter_t* makeFilter(const char* name, bool isPrivate = false) {
+  Slot slot;
+  vy_filter_t* filter = isPrivate ? vy_create_private_filter(name, slot) : vy_create_filter(name, slot);
+  EXPECT_EQ(slot.error, nullptr) << slot.message();
+  return filter;
+}
+
+vy_frame_t* makeFrame(VYFormat format = VY_FORMAT_Y16, VYPixelType type = VY_PIXEL_DISPARITY, uint32_t width = 6,
+                      uint32_t height = 4) {
+  return vysim_create_frame(width, height, format, type, nullptr);
+}
+
+class SimulatedHost : public testing::Test {
+ protected:
+  SimulatedHost() { vysim_reset(); }
+  ~SimulatedHost() override {
+    vysim_reset();
+    for (int kind = 0; kind < VYSIM_KIND_COUNT; ++kind) {
+      EXPECT_EQ(vysim_live_count(static_cast<vysim_kind>(kind)), 0U) << vysim_kind_name(static_cast<vysim_kind>(kind));
+    }
+  }
+};
+
+// Every function that takes a handle as its first argument. The calls that delete come last.
+struct HandleCall {
+  const char* function;
+  vysim_kind kind;
+  std::function<void(void*, vy_error**)> call;
+};
+
+template <typename Result, typename Handle, typename... Parameter, typename... Rest>
+HandleCall on(vysim_kind kind, const char* name, Result (*function)(Handle*, Parameter...), Rest... rest) {
+  return {name, kind, [=](void* handle, vy_error** error) { function(static_cast<Handle*>(handle), rest..., error); }};
+}
+
+vy_frame_t* mirrorFrame(const vy_frame_t* frame, vy_error** error) {
+  vy_filter_t* mirror = makeFilter("FrameMirror");
+  vy_frame_t* mirrored = vy_filter_process(mirror, frame, error);
+  vy_delete_filter(mirror, nullptr);
+  return mirrored;
+}
+
+std::vector<HandleCall> handleCalls() {
+  const vysim_kind device = VYSIM_DEVICE, info = VYSIM_DEVICE_INFO, filter = VYSIM_FILTER, list = VYSIM_SCHEMA_LIST,
+                   frame = VYSIM_FRAME, profile = VYSIM_STREAM_PROFILE;
+  const auto none = static_cast<const vy_frame_t*>(nullptr);
+  return {
+      on(device, "vy_device_get_device_info", vy_device_get_device_info),
+      on(info, "vy_device_info_get_vid", vy_device_info_get_vid),
+      on(info, "vy_device_info_get_pid", vy_device_info_get_pid),
+      on(filter, "vy_filter_get_name", vy_filter_get_name),
+      on(filter, "vy_filter_get_config_schema", vy_filter_get_config_schema),
+      on(filter, "vy_filter_get_config_schema_list", vy_filter_get_config_schema_list),
+      on(filter, "vy_filter_update_config", vy_filter_update_config, uint8_t{0}, nullptr),
+      on(filter, "vy_filter_get_config_value", vy_filter_get_config_value, "Angle"),
+      on(filter, "vy_filter_set_config_value", vy_filter_set_config_value, "Angle", 90.0),
+      on(filter, "vy_filter_reset", vy_filter_reset),
+      on(filter, "vy_filter_enable", vy_filter_enable, true),
+      on(filter, "vy_filter_is_enabled", vy_filter_is_enabled),
+      on(filter, "vy_filter_process", vy_filter_process, none),
+      on(frame, "vy_filter_process", mirrorFrame),
+      on(list, "vy_filter_config_schema_list_get_count", vy_filter_config_schema_list_get_count),
+      on(list, "vy_filter_config_schema_list_get_item", vy_filter_config_schema_list_get_item, 0U),
+      on(frame, "vy_frame_add_ref", vy_frame_add_ref),
+      on(frame, "vy_frame_get_format", vy_frame_get_format),
+      on(frame, "vy_video_frame_get_pixel_type", vy_video_frame_get_pixel_type),
+      on(frame, "vy_video_frame_get_width", vy_video_frame_get_width),
+      on(frame, "vy_video_frame_get_height", vy_video_frame_get_height),
+      on(frame, "vy_create_frame_from_other_frame", vy_create_frame_from_other_frame, true),
+      on(frame, "vy_frame_get_stream_profile", vy_frame_get_stream_profile),
+      on(frame, "vysim_frame_get_data", vysim_frame_get_data),
+      on(frame, "vysim_frame_get_size", vysim_frame_get_size),
+      on(profile, "vy_video_stream_profile_get_intrinsic", vy_video_stream_profile_get_intrinsic),
+      on(profile, "vy_video_stream_profile_set_intrinsic", vy_video_stream_profile_set_intrinsic, VYCameraIntrinsic{}),
+      on(profile, "vy_video_stream_profile_set_distortion", vy_video_stream_profile_set_distortion,
+         VYCameraDistortion{}),
+      on(profile, "vy_stream_profile_set_extrinsic_to_type", vy_stream_profile_set_extrinsic_to_type, VY_STREAM_COLOR,
+         VYExtrinsic{}),
+      on(device, "vysim_delete_device", vysim_delete_device),
+      on(info, "vy_delete_device_info", vy_delete_device_info),
+      on(filter, "vy_delete_filter", vy_delete_filter),
+      on(list, "vy_delete_filter_config_schema_list", vy_delete_filter_config_schema_list),
+      on(frame, "vy_delete_frame", vy_delete_frame),
+      on(profile, "vy_delete_stream_profile", vy_delete_stream_profile)};
+}
+
+TEST_F(SimulatedHost, RefusesNullWrongAndDeadHandles) {
+  vy_device_t* device = vysim_create_device(1, 2);
+  vy_frame_t* frame = makeFrame();
+  vy_filter_t* rotate = makeFilter("FrameRotate");
+  void* const dead[] = {vysim_create_device(1, 2),
+                        vy_device_get_device_info(device, nullptr),
+                        rotate,
+                        vy_filter_get_config_schema_list(rotate, nullptr),
+                        makeFrame(),
+                        vy_frame_get_stream_profile(frame, nullptr)};  // in the order of vysim_kind
+  for (const HandleCall& each : handleCalls()) {
+    if (std::string(each.function).find("delete") != std::string::npos) each.call(dead[each.kind], nullptr);
+  }
+  for (const HandleCall& each : handleCalls()) {
+    void* const wrong = each.kind == VYSIM_DEVICE ? static_cast<void*>(frame) : device;
+    for (const auto& [handle, type] : {std::pair<void*, int>(nullptr, kInvalidValue), std::pair(wrong, kWrongObject),
+                                       std::pair(dead[each.kind], kDeadObject)}) {
+      Slot slot;
+      each.call(handle, slot);
+      EXPECT_EQ(slot.type(), type) << each.function << ": " << slot.message();
+      EXPECT_EQ(slot.function(), each.function);
+      each.call(handle, nullptr);  // an error that nobody wants is dropped
+    }
+  }
+  auto* deadFrame = static_cast<vy_frame_t*>(dead[VYSIM_FRAME]);
+  EXPECT_EQ(vysim_frame_get_ref_count(deadFrame), 0);
+  for (int i = 0; i < 200; ++i) vy_delete_frame(makeFrame(), nullptr);  // it stays dead while others come and go
+  Slot slot;
+  EXPECT_EQ(vy_video_frame_get_width(deadFrame, slot), 0U);
+  EXPECT_EQ(slot.message(), "frame is dead: frame#2 was deleted before");
+  vy_delete_frame(frame, nullptr);
+  vysim_delete_device(device, nullptr);
+}
+
+TEST_F(SimulatedHost, CountsReferencesAcrossThreads) {
+  vy_frame_t* frame = makeFrame();
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([frame] {
+      for (int n = 0; n < 5000; ++n) {
+        vy_frame_add_ref(frame, nullptr);
+        vy_delete_frame(makeFrame(), nullptr);
+        vy_delete_frame(frame, nullptr);
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(vysim_frame_get_ref_count(frame), 1);
+  vy_delete_frame(frame, nullptr);
+}
+
+TEST_F(SimulatedHost, FramesMadeFromOthersHaveProfilesOfTheirOwn) {
+  vy_frame_t* frame = makeFrame(VY_FORMAT_Y16, VY_PIXEL_DEPTH);
+  vysim_frame_get_data(frame, nullptr)[0] = 7;
+  vy_filter_t* resize = makeFilter("DepthResize", true);  // unconfigured: passes frames on, but never the very same one
+  vy_frame_t* copies[] = {vy_create_frame_from_other_frame(frame, true, nullptr),
+                          vy_create_frame_from_other_frame(frame, false, nullptr),
+                          vy_filter_process(resize, frame, nullptr)};
+  const int firstBytes[] = {7, 0, 7};
+  vy_stream_profile_t* original = vy_frame_get_stream_profile(frame, nullptr);
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_EQ(vysim_frame_get_data(copies[i], nullptr)[0], firstBytes[i]);
+    vy_stream_profile_t* profile = vy_frame_get_stream_profile(copies[i], nullptr);
+    vy_video_stream_profile_set_intrinsic(profile, {1, 1, 1, 1, 1, 1}, nullptr);
+    vy_delete_stream_profile(profile, nullptr);
+    vy_delete_frame(copies[i], nullptr);
+  }
+  EXPECT_EQ(vy_video_stream_profile_get_intrinsic(original, nullptr).width, 6);
+  vy_delete_stream_profile(original, nullptr);
+  vy_delete_filter(resize, nullptr);
+  vy_delete_frame(frame, nullptr);
+}
+
+TEST_F(SimulatedHost, CarriesOutOrdersToFail) {
+  vy_frame_t* frame = makeFrame();
+  vysim_fail_call("vy_video_frame_get_width", 2, VYSIM_FAULT_ERROR);
+  vysim_fail_call("vy_video_frame_get_height", 1, VYSIM_FAULT_NULL);
+  vysim_fail_call("vy_create_frame_from_other_frame", 1, VYSIM_FAULT_ERROR_WITH_RESULT);
+  EXPECT_EQ(vy_video_frame_get_width(frame, nullptr), 6U);
+  Slot refused;
+  EXPECT_EQ(vy_video_frame_get_width(frame, refused), 0U);
+  EXPECT_EQ(refused.type(), kInjected);
+  EXPECT_EQ(std::string(vy_error_get_args(refused.error)), "frame: frame#1");
+  Slot silent;
+  EXPECT_EQ(vy_video_frame_get_height(frame, silent), 0U);
+  EXPECT_EQ(silent.error, nullptr);
+  Slot both;
+  vy_frame_t* copy = vy_create_frame_from_other_frame(frame, true, both);
+  EXPECT_TRUE(copy && both.type() == kInjected);
+
+  vysim_fail_call(nullptr, 1, VYSIM_FAULT_ERROR);
+  vy_delete_error(vy_create_error(1, "m", "f", "a", 4));  // these two cannot fail, so the order waits for the next call
+  Slot any;
+  vy_delete_frame(copy, any);
+  EXPECT_EQ(any.type(), kInjected);
+  EXPECT_EQ(vysim_fail_count(), 4U);
+  vy_delete_frame(copy, nullptr);
+  vy_delete_frame(frame, nullptr);
+}
+
+TEST_F(SimulatedHost, RecordsCountsAndTimesCalls) {
+  vy_frame_t* frame = makeFrame();
+  vy_filter_t* rotate = makeFilter("FrameRotate");
+  vysim_record_start();
+  vysim_count_calls(true);
+  vysim_timing_start();
+  const char* angle[] = {"90"};
+  vy_filter_update_config(rotate, 1, angle, nullptr);
+  vy_frame_t* turned = vy_filter_process(rotate, frame, nullptr);
+  vy_filter_set_config_value(rotate, nullptr, 0.5, nullptr);
+  vy_delete_frame(turned, nullptr);
+  vy_delete_frame(turned, nullptr);
+  vysim_record_stop();
+  vy_delete_filter(rotate, nullptr);
+  vy_delete_frame(frame, nullptr);
+
+  const char* expected[] = {"vy_filter_update_config(filter: FrameRotate#1, argc: 1, argv: [\"90\"])",
+                            "vy_filter_process(filter: FrameRotate#1, frame: frame#1)",
+                            "vy_filter_set_config_value(filter: FrameRotate#1, item: null, value: 0.5)",
+                            "vy_delete_frame(frame: frame#2)", "vy_delete_frame(frame: frame#2 (dead))"};
+  for (size_t i = 0; i < std::size(expected); ++i) EXPECT_STREQ(vysim_record_at(i), expected[i]);
+  EXPECT_EQ(vysim_record_count(), std::size(expected));
+  EXPECT_EQ(vysim_call_count("vy_delete_frame"), 3U);
+  EXPECT_EQ(vysim_call_count(nullptr), 7U);
+  EXPECT_EQ(vysim_timing_filter_count(), 1U);
+  EXPECT_EQ(vysim_timing_filter_at(0).calls, 1U);
+}
+
+TEST_F(SimulatedHost, FiltersRefuseSettingsThatMakeNoSense) {
+  const struct {
+    const char* filter;
+    bool isPrivate;
+    std::vector<const char*> arguments;  // none: the item is set
+    const char* item;
+    double value;
+    const char* messagePart;
+  } refusals[] = {
+      {"FrameRotate", false, {}, "Angle", 45, "0 to 270 in steps of 90 but is 45"},
+      {"FrameRotate", false, {}, "angle", 90, "no item \"angle\": it has Angle"},
+      {"FrameMirror", false, {"1"}, nullptr, 0, "takes no arguments but got 1"},
+      {"NoiseRemovalFilter", false, {"80", "256", "848"}, nullptr, 0, "takes 4 arguments"},
+      {"NoiseRemovalFilter", false, {"80", "256", "848", "x"}, nullptr, 0, "ReferenceHeight must be a number"},
+      {"NoiseRemovalFilter", false, {"80", "256", "0", "480"}, nullptr, 0, "ReferenceWidth must be from 1"},
+      {"NoiseRemovalFilter", false, {}, "MaxDifference", 65536, "65535"},
+      {"NoiseRemovalFilter", false, {}, "MaxSpeckleSize", std::nan(""), "nan"},
+      {"DisparityTransform", false, {}, "HoleValue", 1, "no item"},
+      {"OpenNIDisparityTransform", true, {}, "KeepFar", 0.5, "0 to 1"},
+      {"DepthResize", true, {"0", "0", "0.000000000", "0", "0", "0", "0"}, nullptr, 0, "at least 1 x 1"},
+      {"DepthResize", true, {"64", "48", "0.000000000", "0", "0", "0", "0"}, nullptr, 0, "above 0"},
+      {"DepthResize", true, {"4294967295", "48", "1", "0", "0", "0", "0"}, nullptr, 0, "OutputWidth"},
+  };
+  for (const auto& each : refusals) {
+    vy_filter_t* filter = makeFilter(each.filter, each.isPrivate);
+    Slot slot;
+    std::vector<const char*> arguments = each.arguments;
+    if (arguments.empty()) {
+      vy_filter_set_config_value(filter, each.item, each.value, slot);
+    } else {
+      vy_filter_update_config(filter, static_cast<uint8_t>(arguments.size()), arguments.data(), slot);
+    }
+    EXPECT_NE(slot.message().find(each.messagePart), std::string::npos) << each.filter << ": " << slot.message();
+    vy_filter_config_schema_list_t* list = vy_filter_get_config_schema_list(filter, nullptr);
+    for (uint32_t i = 0; i < vy_filter_config_schema_list_get_count(list, nullptr); ++i) {
+      const VYFilterConfigSchemaItem item = vy_filter_config_schema_list_get_item(list, i, nullptr);
+      EXPECT_EQ(vy_filter_get_config_value(filter, item.name, nullptr), double{item.def}) << item.name;
+    }
+    vy_delete_filter_config_schema_list(list, nullptr);
+    vy_delete_filter(filter, nullptr);
+  }
+}
+
+TEST_F(SimulatedHost, FiltersRefuseFramesThatTheyCannotWorkOn) {
+  const struct {
+    const char* filter;
+    bool isPrivate;
+    VYFormat format;
+    VYPixelType type;
+  } cases[] = {{"FrameUnpacker", false, VY_FORMAT_Y16, VY_PIXEL_DISPARITY},
+               {"TalonFrameUnpacker", false, VY_FORMAT_RLE, VY_PIXEL_DISPARITY},
+               {"TiberonDecompress", false, VY_FORMAT_Y12, VY_PIXEL_DISPARITY},
+               {"CorvidPixelOffsetFix", false, VY_FORMAT_Y16, VY_PIXEL_DEPTH},
+               {"NoiseRemovalFilter", false, VY_FORMAT_Y12, VY_PIXEL_DISPARITY},
+               {"DisparityTransform", false, VY_FORMAT_Y16, VY_PIXEL_DEPTH},
+               {"DisparityTransform", false, VY_FORMAT_Y16, VY_PIXEL_DISPARITY},  // a profile without a baseline
+               {"OpenNIDisparityTransform", true, VY_FORMAT_Y8, VY_PIXEL_DISPARITY},
+               {"HardwareD2DCorrectionFilter", false, VY_FORMAT_Y16, VY_PIXEL_DISPARITY},
+               {"FrameMirror", false, VY_FORMAT_Y10_MIPI, VY_PIXEL_INTENSITY},
+               {"FrameFlip", false, static_cast<VYFormat>(13), VY_PIXEL_INTENSITY},
+               {"FrameRotate", false, VY_FORMAT_Y14, VY_PIXEL_INTENSITY},
+               {"DepthResize", true, VY_FORMAT_Y11, VY_PIXEL_DEPTH}};
+  for (const auto& each : cases) {
+    vy_filter_t* filter = makeFilter(each.filter, each.isPrivate);
+    vy_frame_t* frame = makeFrame(each.format, each.type);
+    Slot slot;
+    EXPECT_EQ(vy_filter_process(filter, frame, slot), nullptr);
+    EXPECT_EQ(slot.type(), kUnsuitableFrame) << each.filter << ": " << slot.message();
+    vy_delete_frame(frame, nullptr);
+    vy_delete_filter(filter, nullptr);
+    Slot wrongWay;
+    EXPECT_EQ(
+        each.isPrivate ? vy_create_filter(each.filter, wrongWay) : vy_create_private_filter(each.filter, wrongWay),
+        nullptr);
+    EXPECT_EQ(wrongWay.type(), kNotFound) << each.filter;
+  }
+}
+
+TEST_F(SimulatedHost, DefinedFiltersReplaceBuiltInOnesUntilReset) {
+  vysim_filter_definition definition{};
+  definition.name = "FrameMirror";
+  definition.reported_name = "Mine";
+  definition.process = [](void*, const vy_frame_t*, vy_error** error) -> vy_frame_t* {
+    *error = vy_create_error(1, "mine alone", "process", "", 9);
+    return nullptr;
+  };
+  vysim_define_filter(&definition, nullptr);
+  vy_filter_t* filter = makeFilter("FrameMirror");
+  vysim_reset();
+  vy_filter_t* builtIn = makeFilter("FrameMirror");
+  EXPECT_STREQ(vy_filter_get_name(filter, nullptr), "Mine");
+  EXPECT_STREQ(vy_filter_get_name(builtIn, nullptr), "FrameMirror");
+  vy_frame_t* frame = makeFrame();
+  Slot slot;
+  EXPECT_EQ(vy_filter_process(filter, frame, slot), nullptr);
+  EXPECT_EQ(slot.message(), "mine alone");
+  vy_delete_frame(frame, nullptr);
+  vy_delete_filter(builtIn, nullptr);
+  vy_delete_filter(filter, nullptr);
+}
+
+}  // namespace

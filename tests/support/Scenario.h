@@ -1,0 +1,55 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "support/HostTest.h"
+
+/// A sensor of a virtual camera, with a few tiny raw frames that it delivered.
+struct SensorCase {
+  std::string family;
+  VYSensorType sensor;
+  Device device;
+  std::vector<Frame> inputs;
+};
+
+/// Every sensor of a family.
+std::vector<SensorCase> openSensors(const vysim_family& family, std::uint32_t width = 16, std::uint32_t height = 8);
+/// Hands the host's product-id lists to the library, so that it knows every family.
+void setAllDeviceLists();
+/// Sweeps try every fault whose number this divides: VYFP_SWEEP_STEP of the environment, or 1.
+std::uint64_t sweepStep();
+/// A value for each line of a schema text: switches on, everything else as it is.
+std::vector<std::string> valuesInForce(const std::string& schema);
+
+/// Everything that a host does with one sensor: open, make processors, frames, schema, settings, hardware D2C
+/// parameters twice, frames again, close. A derived class watches the calls; what a call did not give is not used
+/// later.
+class Scenario {
+ public:
+  enum class Step { kOpen, kMake, kFrame, kSchema, kSettings, kHardwareD2C, kDestroy, kClose };
+
+  explicit Scenario(const SensorCase& sensor) : sensor_(sensor) {}
+  virtual ~Scenario() = default;
+  void run();
+
+ protected:
+  using Work = std::function<void(vy_error**)>;
+  /// Does one call of the library.
+  virtual void call(Step step, const Work& work) = 0;
+  /// A frame that came out (null: none) of the frame that went in; the reference is the callee's.
+  virtual void receive(const Frame& input, Frame output) = 0;
+
+  const SensorCase& sensor() const { return sensor_; }
+  const std::string& schema() const { return schema_; }
+
+ private:
+  void runFrames(std::size_t count);
+  void setHardwareD2C(float scale, std::int16_t border, bool applyScale);
+
+  const SensorCase& sensor_;
+  vy_frame_processor_context_t* context_ = nullptr;
+  vy_frame_processor_t* processors_[2] = {};
+  std::string schema_;
+};

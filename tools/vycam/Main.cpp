@@ -1,0 +1,154 @@
+// vycam: shows what the frame processor library does with the frames of a virtual camera.
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <new>
+
+#include "Commands.h"
+#include "Failure.h"
+
+namespace {
+
+constexpr int kExitFailure = 2;
+constexpr unsigned kMostFrames = 100000;
+
+constexpr const char* kSensorHelp = "depth, color (or colour), ir, ir-left, ir-right, 9; or the sensor type's number";
+
+void addStreamOptions(CLI::App& command, std::string& camera, std::string& sensor) {
+  command.add_option("--camera", camera, "camera family, as `vycam families` names it")
+      ->required()
+      ->type_name("FAMILY");
+  command.add_option("--sensor", sensor, kSensorHelp)->required()->type_name("SENSOR");
+}
+
+CLI::App* addFamilies(CLI::App& app, bool& asCsv) {
+  CLI::App* const command = app.add_subcommand(
+      "families", "List the camera families, how each is recognised, and its chain for every sensor");
+  command->add_flag("--csv", asCsv, "for machines: a heading, then one line for each filter of each chain");
+  command->footer("Example:\n  vycam families --csv > families.csv");
+  return command;
+}
+
+CLI::App* addSchema(CLI::App& app, std::string& camera, std::string& sensor, bool& raw) {
+  CLI::App* const command = app.add_subcommand("schema", "Show the settings that the chain of one sensor publishes");
+  addStreamOptions(*command, camera, sensor);
+  command->add_flag("--raw", raw, "the library's text as it stands: seven columns, no headings");
+  command->footer("Example:\n  vycam schema --camera Corvid --sensor depth");
+  return command;
+}
+
+CLI::App* addRun(CLI::App& app, vycam::RunArguments& arguments) {
+  CLI::App* const command =
+      app.add_subcommand("run", "Send frames of a virtual camera through its chain and write pictures and figures");
+  addStreamOptions(*command, arguments.camera, arguments.sensor);
+  command->add_option("--out", arguments.outputFolder, "folder for the pictures; made if missing")
+      ->required()
+      ->type_name("DIR");
+  command->add_option("--frames", arguments.frames, "how many frames to stream")
+      ->check(CLI::Range(1U, kMostFrames))
+      ->capture_default_str()
+      ->type_name("N");
+  command
+      ->add_option("--depth", arguments.depthFile,
+                   "16-bit grey PNG in millimetres (0 = nothing) to see instead of the embedded room; the stream takes "
+                   "its size")
+      ->type_name("FILE.png");
+  command->add_option("--size", arguments.size, "size of the stream instead of the camera's own (or the PNG's)")
+      ->type_name("WxH");
+  command->add_flag("--clean", arguments.clean, "a perfect sensor: no noise, no speckles, no holes");
+  command
+      ->add_option("--set", arguments.settings,
+                   "a setting from `vycam schema`, checked against its keys; may be repeated. All other settings keep "
+                   "the value that the schema shows, which is 0 for every boolean item that is not a switch")
+      ->type_name("FILTER#ITEM=VALUE")
+      ->allow_extra_args(false);
+  command
+      ->add_option("--d2c", arguments.hardwareD2C,
+                   "switch depth-to-colour alignment on: scale=F,left=N,top=N,right=N,bottom=N,apply=0|1 (borders in "
+                   "output pixels, negative ones cut; apply=0 keeps the size where it can). Depth only; what is left "
+                   "out is scale=1, borders 0, apply=1")
+      ->type_name("LIST");
+  command->footer(
+      "Writes raw.png (as the camera sent it) and output.png, for depth also truth.png (same scale as the output) and\n"
+      "output16.png (16-bit grey, the numbers of the last output frame).\n"
+      "Example:\n  vycam run --camera Corvid --sensor depth --set FrameRotate#0=90 --out pictures");
+  return command;
+}
+
+CLI::App* addGallery(CLI::App& app, std::string& outputFolder) {
+  CLI::App* const command =
+      app.add_subcommand("gallery", "Write a page with every family and sensor: chain, settings, before and after");
+  command->add_option("--out", outputFolder, "folder for index.html and images/; made if missing")
+      ->required()
+      ->type_name("DIR");
+  command->footer("Example:\n  vycam gallery --out gallery");
+  return command;
+}
+
+int fail(const std::string& text) {
+  fmt::print(stderr, "vycam: {}\n", text);
+  return kExitFailure;
+}
+
+/// Parses the command line, then hands the library to the chosen command.
+int runCommand(int argc, char** argv) {
+  CLI::App app("Shows what libvy_frame_processor does with the frames of virtual depth cameras.", "vycam");
+  app.footer(
+      "Exit code 0: done; 2: something was wrong, told in one line on stderr, and no file was left behind.\n"
+      "Example:\n  vycam run --camera Corvid --sensor depth --out pictures\n"
+      "`vycam COMMAND --help` tells more about a command.");
+  app.require_subcommand(1);
+  std::string libraryPath;
+  std::string camera;
+  std::string sensor;
+  std::string galleryFolder;
+  bool asCsv = false;
+  bool raw = false;
+  bool showVersion = false;
+  vycam::RunArguments arguments;
+  app.add_option("--library", libraryPath, "the library to load instead of the one beside this program")
+      ->type_name("PATH");
+  app.add_flag("--version", showVersion, "print the versions of this program and of the library");
+  const CLI::App* const families = addFamilies(app, asCsv);
+  const CLI::App* const schema = addSchema(app, camera, sensor, raw);
+  const CLI::App* const run = addRun(app, arguments);
+  addGallery(app, galleryFolder);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::Success& wish) {
+    return app.exit(wish);  // help
+  } catch (const CLI::ParseError& error) {
+    if (!showVersion) {
+      return fail(fmt::format("{} (vycam --help tells more)", error.what()));
+    }
+  }
+  const vycam::Library library(libraryPath);
+  if (showVersion) {
+    fmt::print("vycam {}, library revision {}\n", VYCAM_VERSION, library->getCommitHash());
+  } else if (families->parsed()) {
+    vycam::showFamilies(library, asCsv);
+  } else if (schema->parsed()) {
+    vycam::showSchema(library, camera, sensor, raw);
+  } else if (run->parsed()) {
+    vycam::run(library, arguments);
+  } else {
+    vycam::makeGallery(library, galleryFolder);
+  }
+  if (std::fflush(stdout) != 0) {
+    return fail("cannot write to the standard output");
+  }
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return runCommand(argc, argv);
+  } catch (const std::bad_alloc&) {
+    return fail("not enough memory");
+  } catch (const std::exception& error) {
+    return fail(error.what());
+  }
+}
