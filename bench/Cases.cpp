@@ -1,4 +1,5 @@
 // What is measured, from a chain of no filters to a registry of a thousand.
+#include <benchmark/benchmark.h>
 #include <vy_frame_processor.h>
 #include <vy_private_filter.h>
 
@@ -10,7 +11,6 @@
 #include "TrivialHost.h"
 #include "device/ChainCatalogue.h"
 #include "processor/FrameProcessor.h"
-#include "processor/TextWriter.h"
 
 namespace {
 
@@ -37,15 +37,12 @@ const vysim_family& family(const std::string& name) {
   return *found;
 }
 
-TableView<SensorChain> chainsOf(const vysim_family& family) {
-  return deviceInfoConfig::findFamilyChains(family.vid, family.pids[0]);
+std::vector<FilterConfig> recordsOf(const vysim_family& family, VYSensorType sensor) {
+  return deviceInfoConfig::makeFamilyChains(family.vid, family.pids[0])[sensor];
 }
 
 std::vector<FilterConfig> depthRecords(const vysim_family& family) {
-  for (const SensorChain& chain : chainsOf(family)) {
-    if (chain.sensorType == VY_SENSOR_DEPTH) return deviceInfoConfig::makeChain(chain);
-  }
-  return {};
+  return recordsOf(family, VY_SENSOR_DEPTH);
 }
 
 Device makeDevice(const vysim_family& family) {
@@ -260,14 +257,13 @@ class SchemaText : public DepthCamera {
 class SchemaLines : public Work {
  public:
   SchemaLines()
-      : chain_(deviceInfoConfig::makeChain(*chainsOf(family("Vashti")).begin()), registry_, VY_FORMAT_Y16,
-               VY_PIXEL_DEPTH),
+      : chain_(recordsOf(family("Vashti"), VY_SENSOR_COLOR), registry_, VY_FORMAT_Y16, VY_PIXEL_DEPTH),
         record_(depthRecords(family("Vashti")).front()) {
     std::vector<FilterConfig> records = {record_};
     BasicFrameProcessor::registerFunctionPtrs(records);
     record_ = records.front();
-    filter_ = vy_create_filter(record_.name, MustSucceed());
-    link_.items = record_.exposedItems.begin();
+    filter_ = vy_create_filter(record_.name.c_str(), MustSucceed());
+    link_.items = record_.exposedItems.data();
     link_.item_count = record_.exposedItems.size();
     link_.filter = filter_;
   }
@@ -275,8 +271,7 @@ class SchemaLines : public Work {
 
   void library(std::size_t times) override {
     for (std::size_t i = 0; i < times; ++i) {
-      TextWriter lines;
-      BasicFrameProcessor::generateFilterConfigSchemaCsv(filter_, record_, lines);
+      benchmark::DoNotOptimize(BasicFrameProcessor::generateFilterConfigSchemaCsv(filter_, record_));
     }
   }
   void floor(std::size_t times) override {
@@ -299,10 +294,10 @@ class Opening : public Work {
       : others_(registered != 0 ? std::make_unique<Registry>(registered) : nullptr),
         registry_(others_ != nullptr ? others_->floor() : ownRegistry_),
         device_(makeDevice(family(name))) {
-    for (const SensorChain& chain : chainsOf(family(name))) {
-      sensors_.push_back(static_cast<VYSensorType>(chain.sensorType));
-      chains_.push_back(
-          std::make_unique<FloorChain>(deviceInfoConfig::makeChain(chain), registry_, VY_FORMAT_Y16, VY_PIXEL_DEPTH));
+    const vysim_family& opened = family(name);
+    for (const auto& [sensor, records] : deviceInfoConfig::makeFamilyChains(opened.vid, opened.pids[0])) {
+      sensors_.push_back(sensor);
+      chains_.push_back(std::make_unique<FloorChain>(records, registry_, VY_FORMAT_Y16, VY_PIXEL_DEPTH));
     }
   }
 

@@ -2,7 +2,6 @@
 #include <algorithm>
 
 #include "processor/FrameProcessor.h"
-#include "processor/TextWriter.h"
 #include "support/HostTest.h"
 
 namespace {
@@ -43,9 +42,8 @@ TEST_F(FilterConfigTest, OnlyOneEnables) {
 TEST_F(FilterConfigTest, ArgumentCountsAreCutToEightBits) {
   definePassing("Alpha");
   for (const std::size_t count : {1U, 255U, 256U, 300U}) {
-    const std::vector<const char*> arguments(count, "x");
     FilterConfig record = makeRecord("Alpha");
-    record.initialArgs = TableView<const char*>(arguments.data(), arguments.size());
+    record.initialArgs.assign(count, "x");
     const std::string calls = recordCalls([&] { BasicFrameProcessor(nullptr, {record}); });
     const std::string call = callsOf("vy_filter_update_config", calls).at(0);
     EXPECT_NE(call.find("argc: " + std::to_string(count % 256) + ","), std::string::npos) << call.substr(0, 80);
@@ -72,10 +70,8 @@ TEST_F(FilterConfigTest, NamesThatTheHostKeepsPrivateAreCreatedThroughThePrivate
 // A host may hand out null handles without an error, and switch them.
 TEST_F(FilterConfigTest, ANullHandleHasNoSchema) {
   FilterConfig record = makeRecord("Alpha");
-  record.exposedItems = TableView<std::uint8_t>(&FilterConfig::kSwitchItem, 1);
-  TextWriter lines;
-  BasicFrameProcessor::generateFilterConfigSchemaCsv(nullptr, record, lines);
-  EXPECT_EQ(lines.take(), "");
+  record.exposedItems = {FilterConfig::kSwitchItem};
+  EXPECT_EQ(BasicFrameProcessor::generateFilterConfigSchemaCsv(nullptr, record), "");
 }
 
 TEST_F(FilterConfigTest, FiltersAreFoundByTheNameTheyReport) {
@@ -83,17 +79,17 @@ TEST_F(FilterConfigTest, FiltersAreFoundByTheNameTheyReport) {
   definePassing("Beta", "Twin");
   definePassing("Gamma");
   const BasicFrameProcessor processor(nullptr, {makeRecord("Alpha"), makeRecord("Beta"), makeRecord("Gamma")});
-  EXPECT_STREQ(processor.getFilter("Twin").second.name, "Alpha") << "the first of two";
-  EXPECT_STREQ(processor.getFilter("Gamma").second.name, "Gamma");
+  EXPECT_EQ(processor.getFilter("Twin").second.name, "Alpha") << "the first of two";
+  EXPECT_EQ(processor.getFilter("Gamma").second.name, "Gamma");
   for (const char* name : {"Alpha", "twin", "Twin ", "Twi", ""}) {
     const auto [filter, record] = processor.getFilter(name);
     EXPECT_EQ(filter, nullptr) << name;
-    EXPECT_STREQ(record.name, "") << name;
+    EXPECT_EQ(record.name, "") << name;
     EXPECT_EQ(record.enable, nullptr) << name;
   }
   // A filter that cannot tell its name is passed over, and its error deleted.
   failCall("vy_filter_get_name", 1, kWithResult);
-  EXPECT_STREQ(processor.getFilter("Twin").second.name, "Beta");
+  EXPECT_EQ(processor.getFilter("Twin").second.name, "Beta");
 }
 
 }  // namespace

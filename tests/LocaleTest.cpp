@@ -35,11 +35,10 @@ TEST_F(LocaleTest, SchemaNumbersFollowTheLocale) {
   // Whole and small, small, and large: each is written in a way of its own.
   const VYFilterConfigSchemaItem items[] = {{"limit", kFloat, 2, 0.25, 3e7, -0.5, "Limit"}};
   defineFilter({"Alpha", nullptr, false, items, 1, nullptr, nullptr});
-  const std::uint8_t exposed[] = {0};
   FilterConfig record;
   record.name = "Alpha";
   record.kind = FilterConfig::kHostFilter;
-  record.exposedItems = exposed;
+  record.exposedItems = {0};
   BasicFrameProcessor processor(nullptr, {record});
   EXPECT_STREQ(processor.getConfigSchema(NoFailure()),
                "Alpha#0, float, 2,000000, 0,250000, 30000000,000000, -0,500000, Limit\n");

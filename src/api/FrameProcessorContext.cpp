@@ -1,28 +1,14 @@
 #include "api/FrameProcessorContext.h"
 
-#include <algorithm>
-#include <utility>
-
+#include "device/ChainCatalogue.h"
 #include "host/HostErrorSlot.h"
-#include "host/commonTypes.h"
 #include "privfilter/FilterFactory.h"
 #include "processor/FrameProcessor.h"
-
-namespace {
-
-// Sensor types by the host's numbers: the names that a host header gives them are its own.
-constexpr int kDepthSensor = 3;
-constexpr int kLowestSensor = 1;
-constexpr int kHighestSensor = 9;
-constexpr unsigned kBasicSensors = 0x163;  ///< bit (type - 1): the sensors with a BasicFrameProcessor
-
-}  // namespace
 
 FrameProcessorContext::FrameProcessorContext() : filterFactory_(FilterFactory::getInstance()) {}
 
 FrameProcessorContext::~FrameProcessorContext() {
-  if (deviceInfo_ == nullptr) return;
-  HostErrorSlot().call(vy_delete_device_info, deviceInfo_);
+  if (deviceInfo_ != nullptr) HostErrorSlot().call(vy_delete_device_info, deviceInfo_);
 }
 
 bool FrameProcessorContext::registerDeviceHandle(vy_device_t* device, vy_error** error) {
@@ -39,20 +25,24 @@ bool FrameProcessorContext::registerDeviceHandle(vy_device_t* device, vy_error**
     return false;
   }
 
-  chains_ = deviceInfoConfig::findFamilyChains(vid, pid);
+  chains_ = deviceInfoConfig::makeFamilyChains(vid, pid);
   return true;
 }
 
 std::shared_ptr<IFrameProcessor> FrameProcessorContext::createFrameProcessor(VYSensorType type) {
-  const int sensor = static_cast<int>(type);
-  if (sensor < kLowestSensor || sensor > kHighestSensor) return {};
-  const SensorChain* const chain = std::find_if(
-      chains_.begin(), chains_.end(), [sensor](const SensorChain& each) { return each.sensorType == sensor; });
-  if (chain == chains_.end()) return {};
-
-  // Records are made for the processor that keeps them; what the context holds is the constant table.
-  std::vector<FilterConfig> records = deviceInfoConfig::makeChain(*chain);
-  if (sensor == kDepthSensor) return std::make_shared<DepthFrameProcessor>(deviceInfo_, std::move(records));
-  if (((kBasicSensors >> (sensor - 1)) & 1U) == 0) return {};
-  return std::make_shared<BasicFrameProcessor>(deviceInfo_, std::move(records));
+  const auto chain = chains_.find(type);
+  if (chain == chains_.end() || chain->second.empty()) return {};
+  // By the host's numbers: the names that a host header gives the sensors are its own.
+  switch (static_cast<int>(type)) {
+    case 3:  // depth
+      return std::make_shared<DepthFrameProcessor>(deviceInfo_, chain->second);
+    case 1:
+    case 2:
+    case 6:
+    case 7:
+    case 9:
+      return std::make_shared<BasicFrameProcessor>(deviceInfo_, chain->second);
+    default:
+      return {};
+  }
 }

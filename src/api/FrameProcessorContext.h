@@ -2,9 +2,11 @@
 
 #include <TavrixSDK.h>
 
+#include <map>
 #include <memory>
+#include <vector>
 
-#include "device/ChainCatalogue.h"
+#include "processor/FilterConfig.h"
 
 class FilterFactory;
 class IFrameProcessor;
@@ -18,8 +20,8 @@ class FrameProcessorContext {
   FrameProcessorContext& operator=(const FrameProcessorContext&) = delete;
   ~FrameProcessorContext();
 
-  /// Reads the device's ids from the host and takes over the chains of its family; none for an unknown device. False
-  /// when `*error` is set, which must be null on entry.
+  /// Reads the device's ids from the host and makes the chains of its family; none for an unknown device. False when
+  /// `*error` is set, which must be null on entry.
   bool registerDeviceHandle(vy_device_t* device, vy_error** error);
 
   /// A new processor for a sensor, or an empty pointer for one without a chain or of a type that gets no processor.
@@ -27,6 +29,6 @@ class FrameProcessorContext {
 
  private:
   vy_device_info_t* deviceInfo_ = nullptr;
-  TableView<SensorChain> chains_;                 ///< of the camera's family; the tables are constant
+  std::map<VYSensorType, std::vector<FilterConfig>> chains_;
   std::shared_ptr<FilterFactory> filterFactory_;  ///< keeps the registry, and so every private filter, alive
 };

@@ -53,10 +53,7 @@ void HardwareD2CProcessor::set_config_value(const char* /*name*/, double /*value
 
 vy_frame_t* HardwareD2CProcessor::filter_process(const vy_frame_t* frame, vy_error** error) {
   if (frame == nullptr) return nullptr;
-  if (filter_ == nullptr) {
-    reportInvalidArgument(error, "device or filter is nullptr", __func__);
-    return nullptr;
-  }
+  if (!checkArgument(filter_ != nullptr, "device or filter is nullptr", __func__, error)) return nullptr;
   // An error of the two queries is seen after the host filter's work.
   HostErrorSlot slot;
   const std::uint32_t width = slot.call(vy_video_frame_get_width, frame);

@@ -2,11 +2,30 @@
 #include "device/ChainCatalogue.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <initializer_list>
 
 #include "device/deviceInfoConfig.h"
 
 namespace {
+
+/// Rows of a constant table.
+template <typename Row>
+class TableView {
+ public:
+  constexpr TableView() = default;
+  template <std::size_t count>
+  constexpr TableView(const Row (&rows)[count]) : first_(rows), last_(rows + count) {}  // NOLINT: a table is its view
+
+  constexpr const Row* begin() const { return first_; }
+  constexpr const Row* end() const { return last_; }
+  constexpr std::size_t size() const { return static_cast<std::size_t>(last_ - first_); }
+
+ private:
+  const Row* first_ = nullptr;
+  const Row* last_ = nullptr;
+};
 
 /// Published items of a filter, few enough to stand inside a table row.
 struct ItemList {
@@ -21,8 +40,6 @@ struct ItemList {
 constexpr std::int8_t kHost = FilterConfig::kHostFilter;
 constexpr std::int8_t kOwn = FilterConfig::kPrivateFilter;
 
-}  // namespace
-
 struct FilterRow {
   const char* name;
   std::int8_t enabled;
@@ -31,7 +48,12 @@ struct FilterRow {
   ItemList exposedItems;
 };
 
-namespace {
+/// The chain of one sensor: its own filters, then those of its orientation tail.
+struct SensorChain {
+  int sensorType;
+  TableView<FilterRow> filters;
+  TableView<FilterRow> tail;
+};
 
 // clang-format off
 
@@ -159,12 +181,9 @@ constexpr FixedFamily kFixedFamilies[] = {
     {deviceInfoConfig::NormalOpenNIDevPids, kNormalOpenNI},
 };
 
-}  // namespace
-
-namespace deviceInfoConfig {
-
-TableView<SensorChain> findFamilyChains(unsigned vid, unsigned pid) {
-  // The host's lists come first: it may move any camera into one of these families.
+TableView<SensorChain> findFamily(unsigned vid, unsigned pid) {
+  using namespace deviceInfoConfig;
+  // The lists that the host fills come before the fixed ones: it may move nearly any camera into their families.
   if (isDeviceInContainer(TalonDevPids, vid, pid)) return kTalon;
   if (isDeviceInContainer(MirelDevPids, vid, pid)) return kMirel;
   if (pid == kFixedPellanPid && vid == kMakerVendorId) return kPellan;
@@ -177,21 +196,25 @@ TableView<SensorChain> findFamilyChains(unsigned vid, unsigned pid) {
   return {};
 }
 
-std::vector<FilterConfig> makeChain(const SensorChain& chain) {
-  std::vector<FilterConfig> records;
-  records.reserve(chain.filters.size() + chain.tail.size());
-  for (const TableView<FilterRow> rows : {chain.filters, chain.tail}) {
-    for (const FilterRow& row : rows) {
-      const auto& items = row.exposedItems;
-      FilterConfig& record = records.emplace_back();
-      record.name = row.name;
-      record.enabled = row.enabled;
-      record.kind = row.kind;
-      record.initialArgs = row.initialArgs;
-      record.exposedItems = TableView<std::uint8_t>(items.items, items.count);
-    }
-  }
-  return records;
+FilterConfig makeRecord(const FilterRow& row) {
+  FilterConfig record;
+  record.name = row.name;
+  record.enabled = row.enabled;
+  record.kind = row.kind;
+  record.initialArgs.assign(row.initialArgs.begin(), row.initialArgs.end());
+  record.exposedItems.assign(row.exposedItems.items, row.exposedItems.items + row.exposedItems.count);
+  return record;
 }
 
-}  // namespace deviceInfoConfig
+}  // namespace
+
+std::map<VYSensorType, std::vector<FilterConfig>> deviceInfoConfig::makeFamilyChains(unsigned vid, unsigned pid) {
+  std::map<VYSensorType, std::vector<FilterConfig>> chains;
+  for (const SensorChain& sensor : findFamily(vid, pid)) {
+    std::vector<FilterConfig>& chain = chains[static_cast<VYSensorType>(sensor.sensorType)];
+    chain.reserve(sensor.filters.size() + sensor.tail.size());
+    for (const FilterRow& row : sensor.filters) chain.push_back(makeRecord(row));
+    for (const FilterRow& row : sensor.tail) chain.push_back(makeRecord(row));
+  }
+  return chains;
+}

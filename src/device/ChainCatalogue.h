@@ -1,25 +1,14 @@
 #pragma once
 
+#include <map>
 #include <vector>
 
 #include "processor/FilterConfig.h"
-#include "processor/TableView.h"
-
-struct FilterRow;
-
-/// The chain of one sensor: the rows of the table in order, then those of its orientation tail.
-struct SensorChain {
-  int sensorType;
-  TableView<FilterRow> filters;
-  TableView<FilterRow> tail;
-};
 
 namespace deviceInfoConfig {
 
-/// The chains of the family that a camera belongs to; no chains for an unknown camera.
-TableView<SensorChain> findFamilyChains(unsigned vid, unsigned pid);
-
-/// A chain as records whose function tables are still empty.
-std::vector<FilterConfig> makeChain(const SensorChain& chain);
+/// The chains of the family that a camera belongs to, by sensor; none for an unknown camera. The function tables of the
+/// records are still empty.
+std::map<VYSensorType, std::vector<FilterConfig>> makeFamilyChains(unsigned vid, unsigned pid);
 
 }  // namespace deviceInfoConfig

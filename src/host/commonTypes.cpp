@@ -38,7 +38,7 @@ bool convertWhole(const std::string& text, Number* out) {
   char* end = nullptr;
   *out = parse(text.c_str(), &end);
   const auto converted = static_cast<std::size_t>(end - text.c_str());
-  return clearHeadAndTailSpace(text.substr(converted)).empty();
+  return text.find_first_not_of(' ', converted) == std::string::npos;
 }
 
 }  // namespace

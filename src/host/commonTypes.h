@@ -17,6 +17,12 @@ void create_error(vy_error** error, int status, const char* message, const char*
 /// create_error() with the numbers that nearly all of the library's errors carry.
 void reportInvalidArgument(vy_error** error, const char* message, const char* function);
 
+/// Returns whether an argument is valid; reports `message` under the name of `function` if it is not.
+inline bool checkArgument(bool isValid, const char* message, const char* function, vy_error** error) {
+  if (!isValid) reportInvalidArgument(error, message, function);
+  return isValid;
+}
+
 // Text conversions, exported with C++ linkage. They depend on the C library's numeric locale and throw nothing but
 // std::bad_alloc. Those that return bool say whether the text was accepted; `out` is stored on success only, except
 // where noted.

@@ -38,31 +38,6 @@ const KnownFilter* findKnown(int index) {
 
 }  // namespace
 
-std::shared_ptr<FilterFactory> FilterFactory::getInstance() {
-  return getInstanceInLine();
-}
-
-/// Called with the lock held. Out of line, as it is rarely run.
-VY_RARELY_RUN void FilterFactory::makeInstance(std::shared_ptr<FilterFactory>& instance) {
-  instance = std::make_shared<FilterFactory>();
-  instanceWeakPtr_ = instance;
-}
-
-/// Every filter is asked its name, in order, whatever its handle; as that is the name the host reports for its handle,
-/// the host is asked at once. The two handles are then the cheaper thing to compare; both must agree.
-inline const FilterFactory::RegisteredFilter* FilterFactory::findNamed(const vy_filter_t* handle,
-                                                                       const char* name) const {
-  HostErrorSlot ignored;
-  return privateFilters_.find([name, &ignored, handle](const RegisteredFilter& registered) {
-    const char* const filterName = vy_filter_get_name(registered.handle, ignored.out());
-    if (ignored.isSet()) {
-      ignored.clear();
-      return false;
-    }
-    return registered.handle == handle && filterName != nullptr && std::strcmp(name, filterName) == 0;
-  });
-}
-
 std::int32_t FilterFactory::getFilterCount() const {
   return static_cast<std::int32_t>(std::size(knownFilters_));
 }
@@ -91,23 +66,31 @@ std::shared_ptr<IPrivFilter> FilterFactory::createFilter(const char* name) {
   return filter;
 }
 
-// The host's text need not outlive the next host call, and the walk is one call after the other: the name is copied.
-// Only one too long for any filter of the host takes memory from the heap.
-
 const FilterFactory::RegisteredFilter* FilterFactory::findRegistered(const vy_filter_t* handle,
                                                                      vy_error** error) const {
   const char* const reported = vy_filter_get_name(handle, error);
   if (*error != nullptr || reported == nullptr) return nullptr;
-  alignas(256) char copy[256];  // comparing is slow at the end of a page
-  const std::size_t size = std::strlen(reported) + 1;
-  if (size > sizeof copy) return findLongNamed(handle, reported);
-  std::memcpy(copy, reported, size);
-  return findNamed(handle, copy);
-}
 
-VY_RARELY_RUN const FilterFactory::RegisteredFilter* FilterFactory::findLongNamed(const vy_filter_t* handle,
-                                                                                  const std::string& name) const {
-  return findNamed(handle, name.c_str());
+  // The host's text need not outlive the next host call, so the name is copied; only one that is longer than any of the
+  // host's own takes memory.
+  const std::size_t size = std::strlen(reported) + 1;
+  alignas(64) char shortName[256];
+  const std::unique_ptr<char[]> longName(size > sizeof shortName ? new char[size] : nullptr);
+  char* const name = longName != nullptr ? longName.get() : shortName;
+  std::memcpy(name, reported, size);
+
+  // Every filter is asked its name, in order, whatever its handle. That name is the one that the host reports for the
+  // filter's handle, so the host is asked at once.
+  HostErrorSlot ignored;
+  return privateFilters_.find([name, handle, &ignored](const RegisteredFilter& registered) {
+    const char* const filterName = vy_filter_get_name(registered.handle, ignored.out());
+    if (ignored.isSet()) {
+      ignored.clear();
+      return false;
+    }
+    // The cheaper comparison first; both must hold.
+    return registered.handle == handle && filterName != nullptr && std::strcmp(name, filterName) == 0;
+  });
 }
 
 std::shared_ptr<IPrivFilter> FilterFactory::getPrivateFilter(const vy_filter_t* handle, vy_error** error) const {

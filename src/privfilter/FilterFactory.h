@@ -3,13 +3,13 @@
 #include <TavrixSDK.h>
 
 #include <cstdint>
+#include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
-#include <string>
 
 #include "privfilter/AppendOnlyList.h"
 #include "privfilter/IPrivFilter.h"
-#include "privfilter/SchemaListOwners.h"
 
 /// The process-wide registry of the library's own filters: makes them by name, keeps every one alive until it dies
 /// itself, finds the filter behind a handle that the host passes back, and remembers which filter gave out which schema
@@ -26,13 +26,14 @@ class FilterFactory {
   FilterFactory(const FilterFactory&) = delete;
   FilterFactory& operator=(const FilterFactory&) = delete;
 
-  /// The registry, made anew when nobody owns one. Safe from any thread.
-  static std::shared_ptr<FilterFactory> getInstance();
-  /// The same in line, for the operations that every frame takes.
-  static std::shared_ptr<FilterFactory> getInstanceInLine() {
+  /// The registry, made anew when nobody owns one. Safe from any thread. In line, as every frame needs it.
+  static std::shared_ptr<FilterFactory> getInstance() {
     const std::lock_guard<std::mutex> lock(instanceMutex_);
     std::shared_ptr<FilterFactory> instance = instanceWeakPtr_.lock();
-    if (instance == nullptr) makeInstance(instance);
+    if (instance == nullptr) {
+      instance = std::make_shared<FilterFactory>();
+      instanceWeakPtr_ = instance;
+    }
     return instance;
   }
 
@@ -58,10 +59,7 @@ class FilterFactory {
   void setPrivateFilterConfigValue(const vy_filter_t* handle, const char* name, double value, vy_error** error) const;
   void resetPrivateFilter(const vy_filter_t* handle, vy_error** error) const;
   void enablePrivateFilter(const vy_filter_t* handle, bool enable, vy_error** error) const;
-  bool isPrivateFilterEnabled(const vy_filter_t* handle, vy_error** error) const {
-    const RegisteredFilter* const found = findRegistered(handle, error);  // for every frame, enabled or not: in line
-    return found != nullptr && found->filter->is_filter_enabled(error);
-  }
+  bool isPrivateFilterEnabled(const vy_filter_t* handle, vy_error** error) const;
   vy_frame_t* privateFilterProcess(const vy_filter_t* handle, const vy_frame_t* frame, vy_error** error) const;
   /// Reports "failed to convert hardware d2c processor" for a filter of another class.
   void setHardwareD2CParams(const vy_filter_t* handle, VYCameraIntrinsic intrinsic, std::uint8_t reservedByte,
@@ -87,22 +85,22 @@ class FilterFactory {
     vy_filter_t* handle;
   };
 
-  static void makeInstance(std::shared_ptr<FilterFactory>& instance);
-
   /// The entry behind a handle, under the rules of getPrivateFilter(); null if there is none. Entries last as long as
   /// the registry, so that who owns the registry needs no owner of the filter.
   const RegisteredFilter* findRegistered(const vy_filter_t* handle, vy_error** error) const;
-  const RegisteredFilter* findNamed(const vy_filter_t* handle, const char* name) const;
-  const RegisteredFilter* findLongNamed(const vy_filter_t* handle, const std::string& name) const;
   /// Its filter, or null.
   IPrivFilter* findFilter(const vy_filter_t* handle, vy_error** error) const {
     const RegisteredFilter* const found = findRegistered(handle, error);
     return found != nullptr ? found->filter.get() : nullptr;
   }
 
+  /// The filter that gave out a list, or null.
+  IPrivFilter* findListOwner(const SchemaList* list) const;
+
   static std::weak_ptr<FilterFactory> instanceWeakPtr_;
   static std::mutex instanceMutex_;
 
   AppendOnlyList<RegisteredFilter> privateFilters_;
-  SchemaListOwners schemaListOwners_;
+  std::map<SchemaList*, std::shared_ptr<IPrivFilter>, std::less<>> schemaListOwners_;
+  mutable std::mutex schemaListMutex_;  ///< for schemaListOwners_
 };

@@ -1,8 +1,12 @@
 // The registry's operations on a handle or a schema list: each finds the filter and lets it do the work.
+#include "privfilter/FilterFactory.h"
+
+#include <algorithm>
+#include <utility>
+
 #include "d2c/HardwareD2CProcessor.h"
 #include "host/HostErrorSlot.h"
 #include "host/commonTypes.h"
-#include "privfilter/FilterFactory.h"
 
 const char* FilterFactory::getPrivateFilterName(const vy_filter_t* handle, vy_error** error) const {
   const vy_error* const former = *error;
@@ -40,6 +44,11 @@ void FilterFactory::enablePrivateFilter(const vy_filter_t* handle, bool enable, 
   if (filter != nullptr) filter->enable_filter(enable, error);
 }
 
+bool FilterFactory::isPrivateFilterEnabled(const vy_filter_t* handle, vy_error** error) const {
+  IPrivFilter* const filter = findFilter(handle, error);
+  return filter != nullptr && filter->is_filter_enabled(error);
+}
+
 vy_frame_t* FilterFactory::privateFilterProcess(const vy_filter_t* handle, const vy_frame_t* frame,
                                                 vy_error** error) const {
   IPrivFilter* const filter = findFilter(handle, error);
@@ -65,35 +74,51 @@ vy_filter_config_schema_list_t* FilterFactory::getPrivateFilterConfigSchemaList(
                                                                                 vy_error** error) {
   const RegisteredFilter* const found = findRegistered(handle, error);
   if (found == nullptr) return nullptr;
-  // Room is made before the list, so that nothing can fail once there is a list to keep track of.
-  SchemaListOwners::Room room(schemaListOwners_);
+  // The entry is made before the list, so that nothing can fail once there is a list to keep track of.
+  decltype(schemaListOwners_) fresh;
+  auto entry = fresh.extract(fresh.emplace(nullptr, found->filter).first);
   SchemaList* const list = found->filter->get_config_schema_list(handle, error);
-  room.fill(list, found->filter.get());
+  entry.key() = list;
+  const std::lock_guard<std::mutex> lock(schemaListMutex_);
+  schemaListOwners_.insert(std::move(entry));  // an entry that is there already stays
   return list;
 }
 
+IPrivFilter* FilterFactory::findListOwner(const SchemaList* list) const {
+  const std::lock_guard<std::mutex> lock(schemaListMutex_);
+  const auto entry = schemaListOwners_.find(list);
+  return entry != schemaListOwners_.end() ? entry->second.get() : nullptr;
+}
+
 std::uint32_t FilterFactory::getPrivateFilterConfigSchemaListCount(const SchemaList* list, vy_error** error) const {
-  IPrivFilter* const owner = schemaListOwners_.find(list);
+  IPrivFilter* const owner = findListOwner(list);
   return owner != nullptr ? owner->get_config_schema_list_count(list, error) : 0;
 }
 
 VYFilterConfigSchemaItem FilterFactory::getPrivateFilterConfigSchemaListItem(const SchemaList* list,
                                                                              std::uint32_t index,
                                                                              vy_error** error) const {
-  IPrivFilter* const owner = schemaListOwners_.find(list);
+  IPrivFilter* const owner = findListOwner(list);
   return owner != nullptr ? owner->get_config_schema_list_item(list, index, error) : VYFilterConfigSchemaItem{};
 }
 
-// A list is no longer noted when it is given back: from then on the host may hand out the same address again.
+// An entry goes before its list is given back: from then on the host may hand out the same address again.
 
 void FilterFactory::deleteFilterConfigSchemaList(SchemaList* list, vy_error** error) {
-  IPrivFilter* const owner = schemaListOwners_.remove(list);
-  if (owner != nullptr) owner->delete_config_schema_list(list, error);
+  std::unique_lock<std::mutex> lock(schemaListMutex_);
+  const auto entry = schemaListOwners_.extract(list);
+  lock.unlock();
+  if (!entry.empty()) entry.mapped()->delete_config_schema_list(list, error);
 }
 
 void FilterFactory::deletePrivateFilter(const vy_filter_t* handle, vy_error** error) {
-  IPrivFilter* const filter = findFilter(handle, error);
+  const IPrivFilter* const filter = findFilter(handle, error);
   if (filter == nullptr) return;
-  const auto list = schemaListOwners_.removeFirstOf(filter);
-  if (list.has_value()) filter->delete_config_schema_list(*list, error);
+  std::unique_lock<std::mutex> lock(schemaListMutex_);
+  const auto first = std::find_if(schemaListOwners_.begin(), schemaListOwners_.end(),
+                                  [filter](const auto& each) { return each.second.get() == filter; });
+  if (first == schemaListOwners_.end()) return;
+  const auto entry = schemaListOwners_.extract(first);
+  lock.unlock();
+  entry.mapped()->delete_config_schema_list(entry.key(), error);
 }

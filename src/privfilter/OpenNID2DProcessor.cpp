@@ -30,10 +30,7 @@ void OpenNID2DProcessor::set_config_value(const char* name, double value, vy_err
 
 vy_frame_t* OpenNID2DProcessor::filter_process(const vy_frame_t* frame, vy_error** error) {
   if (frame == nullptr) return nullptr;
-  if (filter_ == nullptr) {
-    reportInvalidArgument(error, "device or depth filter is nullptr", __func__);
-    return nullptr;
-  }
+  if (!checkArgument(filter_ != nullptr, "device or depth filter is nullptr", __func__, error)) return nullptr;
   HostErrorSlot slot;
   vy_frame_t* const result = processByHost(frame, slot);
   if (slot.isSet()) *error = slot.release();

@@ -6,10 +6,7 @@
 
 namespace {
 
-bool isGiven(const vy_filter_t* filter, const char* operation, vy_error** error) {
-  if (filter == nullptr) reportInvalidArgument(error, "filter is nullptr", operation);
-  return filter != nullptr;
-}
+constexpr const char* kNullFilter = "filter is nullptr";
 
 }  // namespace
 
@@ -25,7 +22,7 @@ WrappedHostFilter::~WrappedHostFilter() {
 }
 
 bool WrappedHostFilter::hasFilter(const char* operation, vy_error** error) const {
-  return isGiven(filter_, operation, error);
+  return checkArgument(filter_ != nullptr, kNullFilter, operation, error);
 }
 
 vy_frame_t* WrappedHostFilter::processByHost(const vy_frame_t* frame, HostErrorSlot& slot) {
@@ -46,7 +43,7 @@ const char* WrappedHostFilter::get_filter_name(vy_error** error) {
 
 vy_filter_config_schema_list_t* WrappedHostFilter::get_config_schema_list(const vy_filter_t* filter, vy_error** error) {
   // The handle passed in counts, not the one inside.
-  if (!isGiven(filter, __func__, error)) return nullptr;
+  if (!checkArgument(filter != nullptr, kNullFilter, __func__, error)) return nullptr;
   return vy_filter_get_config_schema_list(filter, error);
 }
 

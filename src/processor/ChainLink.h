@@ -10,9 +10,10 @@
 /// without an error gets it back.
 class ChainLink {
  public:
-  ChainLink(vy_filter_t* filter, const FilterConfig& config) noexcept : filter_(filter), config_(config) {}
+  /// Takes the record over, as a copy could run out of memory and leave the filter without an owner.
+  ChainLink(vy_filter_t* filter, FilterConfig&& config) noexcept : filter_(filter), config_(std::move(config)) {}
   ChainLink(ChainLink&& other) noexcept
-      : filter_(other.filter_), config_(other.config_), owned_(std::exchange(other.owned_, false)) {}
+      : filter_(other.filter_), config_(std::move(other.config_)), owned_(std::exchange(other.owned_, false)) {}
   ChainLink& operator=(ChainLink&&) = delete;
   ~ChainLink() { destroyFilter(); }
 

@@ -3,24 +3,23 @@
 #include <TavrixSDK.h>
 
 #include <cstdint>
-
-#include "processor/TableView.h"
+#include <string>
+#include <vector>
 
 /// One link of a filter chain: which filter, how it starts, what of it is published, and the functions that drive it.
 /// Every call on the filter goes through this table, so that a chain mixes host filters and the library's own freely.
 ///
-/// A plain value, and a small one: its name, its two lists and the texts in them stand in the constant tables of the
-/// catalogue, which outlive every record.
+/// A plain value. It owns its name and its two lists; the texts of initialArgs are the catalogue's constants.
 struct FilterConfig {
   static constexpr std::int32_t kPrivateFilter = 0;  ///< driven by the library's priv_ functions
   static constexpr std::int32_t kHostFilter = 1;     ///< driven by the host's vy_ functions
   static constexpr std::uint8_t kSwitchItem = 255;   ///< among the exposed items: the filter's on/off switch
 
-  const char* name = "";
+  std::string name;
   std::int32_t enabled = 0;  ///< starts switched on if and only if this is 1
   std::int32_t kind = 0;
-  TableView<const char*> initialArgs;    ///< given to update_config after creation; none: no such call
-  TableView<std::uint8_t> exposedItems;  ///< published items by index in the filter's schema list
+  std::vector<const char*> initialArgs;    ///< given to update_config after creation; none: no such call
+  std::vector<std::uint8_t> exposedItems;  ///< published items by index in the filter's schema list
 
   // Making and naming.
   vy_filter_t* (*create_filter)(const char* name, vy_error** error) = nullptr;

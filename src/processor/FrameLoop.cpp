@@ -6,14 +6,8 @@
 
 namespace {
 
-/// The kind of frame that went into the chain, by the host's codes.
-struct InputKind {
-  int format;
-  int pixelType;
-};
-
-bool isPacked(InputKind input) {
-  switch (input.format) {
+bool isPacked(int format) {
+  switch (format) {
     case 10:
     case 11:
     case 12:
@@ -25,21 +19,23 @@ bool isPacked(InputKind input) {
   }
 }
 
-bool hasPixelOffset(InputKind input) {
-  return input.format == 8 && input.pixelType == 0;
+bool hasPixelOffset(int format, int pixelType) {
+  return format == 8 && pixelType == 0;
 }
 
+/// The first letter alone tells most names apart, and every filter of every frame is asked.
 bool isNamed(const char* name, std::string_view wanted) {
   return name[0] == wanted[0] && name == wanted;
 }
 
-/// Some filters run for some frames only, by the name they report. The frame asked is always the one that went into the
-/// chain, whatever an earlier filter made of it. Every filter of every frame comes here, so that names are compared
-/// last: the frame, or the first letter, spares it most of them.
-bool admits(const char* name, InputKind input) {
+/// Some filters run for some frames only, by the name they report. Format and pixel type are those of the frame that
+/// went into the chain, whatever an earlier filter made of it.
+bool admits(const char* name, int format, int pixelType) {
   if (name == nullptr) return true;
-  if (!isPacked(input) && (isNamed(name, "FrameUnpacker") || isNamed(name, "TalonFrameUnpacker"))) return false;
-  return hasPixelOffset(input) || !isNamed(name, "CorvidPixelOffsetFix");
+  if (!isPacked(format) && isNamed(name, "FrameUnpacker")) return false;
+  if (!isPacked(format) && isNamed(name, "TalonFrameUnpacker")) return false;
+  if (!hasPixelOffset(format, pixelType) && isNamed(name, "CorvidPixelOffsetFix")) return false;
+  return true;
 }
 
 /// Whether this filter is switched on and takes frames like the input. Query errors stay in the slot.
@@ -50,7 +46,7 @@ bool shouldRun(const ChainLink& link, const vy_frame_t* input, HostErrorSlot& sl
   const int format = static_cast<int>(slot.call(vy_frame_get_format, input));
   const int pixelType = static_cast<int>(slot.call(vy_video_frame_get_pixel_type, input));
   const char* const name = slot.call(config.get_name, link.filter());
-  return admits(name, {format, pixelType});
+  return admits(name, format, pixelType);
 }
 
 /// How the walk over the chain ended.
@@ -88,18 +84,17 @@ vy_frame_t* BasicFrameProcessor::process(vy_frame_t* frame, vy_error** error) {
   slot.call(vy_frame_add_ref, frame);
 
   const Walk walk = runChain(filters_, frame, slot);
-  slot.callKeeping(vy_delete_frame, walk.current);
+  // The error that ended the walk is handed out before the last release, whose own error must not replace it.
+  if (walk.failed) *error = slot.release();
+  slot.call(vy_delete_frame, walk.current);
+  if (walk.result != nullptr) return walk.result;
 
-  if (walk.result != nullptr) {
-    // The caller gets the error that ended the walk, not one of the release above. An error that ended nothing is
-    // dropped.
-    if (walk.failed) *error = slot.releaseFirst();
-    return walk.result;
-  }
+  // No frame: here an error of the release does count, and the caller gets the later of the two.
   if (slot.isSet()) {
+    if (walk.failed) HostErrorSlot::discard(*error);
     *error = slot.release();
     return nullptr;
   }
-  if (walk.failed) *error = nullptr;
+  if (walk.failed && *error != nullptr) return nullptr;
   return slot.call(vy_create_frame_from_other_frame, frame, true);
 }

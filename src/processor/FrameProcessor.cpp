@@ -2,28 +2,26 @@
 #include "processor/FrameProcessor.h"
 
 #include <algorithm>
-#include <cstring>
 #include <iterator>
+#include <string_view>
 
 #include "host/HostErrorSlot.h"
-#include "processor/TextWriter.h"
 
 namespace {
 
 /// Filters that the host offers through its private creation function only.
-constexpr const char* kPrivateHostFilters[] = {"DepthResize", "OpenNIDisparityTransform"};
+constexpr std::string_view kPrivateHostFilters[] = {"DepthResize", "OpenNIDisparityTransform"};
 
-bool isPrivateHostFilter(const char* name) {
-  return std::any_of(std::begin(kPrivateHostFilters), std::end(kPrivateHostFilters),
-                     [name](const char* each) { return name[0] == each[0] && std::strcmp(name, each) == 0; });
+bool isPrivateHostFilter(const std::string& name) {
+  return std::find(std::begin(kPrivateHostFilters), std::end(kPrivateHostFilters), name) !=
+         std::end(kPrivateHostFilters);
 }
 
 void configure(const ChainLink& link, HostErrorSlot& slot) {
   const FilterConfig& config = link.config();
-  const auto count = static_cast<std::uint8_t>(config.initialArgs.size() & 0xFFU);
-  const char* arguments[0xFF];  // the host's to change
-  std::copy_n(config.initialArgs.begin(), count, arguments);
-  slot.call(config.update_config, link.filter(), count, arguments);
+  std::vector<const char*> arguments = config.initialArgs;  // the host's to change
+  const auto count = static_cast<std::uint8_t>(arguments.size() & 0xFFU);
+  slot.call(config.update_config, link.filter(), count, arguments.data());
 }
 
 }  // namespace
@@ -31,28 +29,25 @@ void configure(const ChainLink& link, HostErrorSlot& slot) {
 BasicFrameProcessor::BasicFrameProcessor(vy_device_info_t* /*deviceInfo*/, std::vector<FilterConfig> configs) {
   registerFunctionPtrs(configs);
   filters_.reserve(configs.size());
-  TextWriter schema;
-  for (const FilterConfig& config : configs) addFilter(config, schema);
-  configSchema_ = schema.take();
+  for (FilterConfig& config : configs) addFilter(std::move(config));
 }
 
 BasicFrameProcessor::~BasicFrameProcessor() {
   for (ChainLink& link : filters_) link.destroyFilter();
-  delete keys_.load(std::memory_order_relaxed);
 }
 
 /// Appends one filter to the chain and its lines to the schema, or leaves no trace of it.
-void BasicFrameProcessor::addFilter(const FilterConfig& config, TextWriter& schema) {
+void BasicFrameProcessor::addFilter(FilterConfig&& config) {
   HostErrorSlot slot;
   const auto create = isPrivateHostFilter(config.name) ? config.create_private_filter : config.create_filter;
-  vy_filter_t* const filter = slot.call(create, config.name);
+  vy_filter_t* const filter = slot.call(create, config.name.c_str());
   // What a host hands out together with an error is not ours to delete.
   if (slot.isSet()) return;
 
   // Into its place at once: from here on the chain owns the filter.
-  ChainLink& link = filters_.emplace_back(filter, config);
-  if (!config.initialArgs.empty()) configure(link, slot);
-  if (!slot.isSet()) slot.call(config.enable, filter, config.enabled == 1);
+  ChainLink& link = filters_.emplace_back(filter, std::move(config));
+  if (!link.config().initialArgs.empty()) configure(link, slot);
+  if (!slot.isSet()) slot.call(link.config().enable, filter, link.config().enabled == 1);
   if (slot.isSet()) {
     link.destroyFilter(slot);
     filters_.pop_back();
@@ -60,14 +55,14 @@ void BasicFrameProcessor::addFilter(const FilterConfig& config, TextWriter& sche
   }
 
   // After the initial configuration: the schema text tells the values in force.
-  generateFilterConfigSchemaCsv(filter, config, schema);
+  configSchema_ += generateFilterConfigSchemaCsv(filter, link.config());
 }
 
 const char* BasicFrameProcessor::getConfigSchema(vy_error** /*error*/) {
   return configSchema_.c_str();
 }
 
-std::pair<vy_filter_t*, const FilterConfig&> BasicFrameProcessor::getFilter(std::string_view name) const {
+std::pair<vy_filter_t*, const FilterConfig&> BasicFrameProcessor::getFilter(const std::string& name) const {
   static const FilterConfig kBlank;
   for (const ChainLink& link : filters_) {
     HostErrorSlot slot;

@@ -2,17 +2,13 @@
 
 #include <TavrixSDK.h>
 
-#include <atomic>
 #include <cstdint>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "processor/ChainLink.h"
 #include "processor/FilterConfig.h"
-
-class TextWriter;
 
 /// What the exported functions know of a processor. Destroyed through its concrete type only, by the shared owner that
 /// was made for that type, and therefore without a destructor of its own.
@@ -46,35 +42,32 @@ class BasicFrameProcessor : public IFrameProcessor {
   static void registerFunctionPtrs(std::vector<FilterConfig>& configs);
 
   /// The first filter of the chain that reports this name, with its record; a null filter with a blank record if none.
-  std::pair<vy_filter_t*, const FilterConfig&> getFilter(std::string_view name) const;
+  std::pair<vy_filter_t*, const FilterConfig&> getFilter(const std::string& name) const;
 
-  /// Appends the schema lines of one filter; what fails on the way is left out silently.
-  static void generateFilterConfigSchemaCsv(vy_filter_t* filter, const FilterConfig& config, TextWriter& lines);
+  /// The schema lines of one filter; what fails on the way is left out silently.
+  static std::string generateFilterConfigSchemaCsv(vy_filter_t* filter, const FilterConfig& config);
 
   /// A text in the canonical form of a configuration value type; empty for a type that is none.
   static std::string convertConfigValueString(const std::string& value, VYFilterConfigValueType type);
 
-  /// The pieces of a text between separators, empty ones included; always at least one. They lie in the text.
-  static std::vector<std::string_view> splitString(std::string_view text, char separator);
-  static std::vector<std::string_view> splitString(std::string&& text, char separator) = delete;
+  /// The pieces of a text between separators, empty ones included; always at least one.
+  static std::vector<std::string> splitString(const std::string& text, char separator);
 
  protected:
   const std::vector<ChainLink>& filters() const { return filters_; }
 
  private:
-  /// The first column of a schema line. The name lies in the schema text.
+  /// The first column of a schema line.
   struct SettingKey {
-    std::string_view filterName;
+    std::string filterName;
     std::uint8_t item;
   };
 
-  static std::vector<SettingKey> parseKeys(std::string_view schema);
-  const std::vector<SettingKey>& keys();
-  void addFilter(const FilterConfig& config, TextWriter& schema);
+  static std::vector<SettingKey> parseKeys(const std::string& schema);
+  void addFilter(FilterConfig&& config);
 
   std::vector<ChainLink> filters_;
   std::string configSchema_;
-  std::atomic<const std::vector<SettingKey>*> keys_{nullptr};  ///< owned; null until they are asked for
 };
 
 /// The depth sensor's processor, which also hands hardware D2C parameters to the private filters of its chain.

@@ -4,18 +4,18 @@
 #include "processor/FilterConfig.h"
 
 /// A filter's schema list, obtained and given back through the filter's record. Errors of giving back are absorbed.
-class SchemaList {
+class ScopedSchemaList {
  public:
-  /// Asks for the list; on failure the error lands in `*error`, and there is nothing to give back. A list may be null
+  /// Asks for the list. If that fails, the error is in `*error` and there is nothing to give back. A list may be null
   /// without an error: the record's functions know what to make of it.
-  SchemaList(const vy_filter_t* filter, const FilterConfig& config, vy_error** error)
+  ScopedSchemaList(const vy_filter_t* filter, const FilterConfig& config, vy_error** error)
       : config_(config),
         formerError_(*error),
         list_(config.get_config_schema_list(filter, error)),
         obtained_(*error == formerError_) {}
-  SchemaList(const SchemaList&) = delete;
-  SchemaList& operator=(const SchemaList&) = delete;
-  ~SchemaList() {
+  ScopedSchemaList(const ScopedSchemaList&) = delete;
+  ScopedSchemaList& operator=(const ScopedSchemaList&) = delete;
+  ~ScopedSchemaList() {
     if (obtained_) HostErrorSlot().call(config_.delete_config_schema_list, list_);
   }
 
