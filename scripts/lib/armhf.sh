@@ -7,7 +7,7 @@ armhf_packages=(g++-arm-linux-gnueabihf qemu-user)
 
 # Libraries for the target; CLI11 has headers alone but is for any machine.
 armhf_target_packages=(
-  libc6-dev libstdc++-12-dev libfmt-dev libcli11-dev libpng-dev libgd-dev libpugixml-dev libgtest-dev libgmock-dev
+  libc6-dev libstdc++-12-dev libfmt-dev libcli11-dev libpng++-dev libgd-dev libpugixml-dev libgtest-dev libgmock-dev
 )
 
 # Fills build/armhf-sysroot with the target's libraries, unpacked and not installed: the packages of two architectures

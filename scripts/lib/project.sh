@@ -15,7 +15,7 @@ export CCACHE_BASEDIR=$project_dir CCACHE_NOHASHDIR=1
 build_packages=(
   g++ cmake ninja-build pkg-config
   git # read at build time: the library carries its commit identifier
-  libfmt-dev libcli11-dev libpng-dev libgd-dev libpugixml-dev
+  libfmt-dev libcli11-dev libpng++-dev libgd-dev libpugixml-dev
   libgtest-dev libgmock-dev
   locales # a test compiles one with decimal commas
 )

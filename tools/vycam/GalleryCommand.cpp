@@ -14,7 +14,7 @@ constexpr int kPictureWidth = 480;
 
 std::string writePicture(const Picture& picture, OutputFolder& folder, const std::string& stem, const char* role) {
   std::string name = fmt::format("images/{}-{}.png", stem, role);
-  picture.write(folder.pathFor(name), kPictureWidth);
+  folder.write(name, picture.png(kPictureWidth));
   return name;
 }
 
@@ -62,7 +62,7 @@ void makeGallery(const Library& library, const std::string& outputFolder) {
       }
     }
   }
-  writeGalleryPage(families, library->getCommitHash(), folder.pathFor("index.html"));
+  folder.write("index.html", galleryPage(families, library->getCommitHash()));
   folder.commit();
   fmt::print("{} streams of {} families: open {}\n", streams, families.size(), (folder.path() / "index.html").string());
 }

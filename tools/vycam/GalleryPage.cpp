@@ -3,8 +3,7 @@
 #include <fmt/format.h>
 
 #include <pugixml.hpp>
-
-#include "Failure.h"
+#include <sstream>
 
 namespace vycam {
 namespace {
@@ -202,8 +201,7 @@ void addIntroduction(Node body, const std::vector<GalleryFamily>& families) {
 
 }  // namespace
 
-void writeGalleryPage(const std::vector<GalleryFamily>& families, const std::string& revision,
-                      const std::string& path) {
+std::string galleryPage(const std::vector<GalleryFamily>& families, const std::string& revision) {
   pugi::xml_document page;
   page.append_child(pugi::node_doctype).set_value("html");
   Node html = page.append_child("html");
@@ -223,9 +221,9 @@ void writeGalleryPage(const std::vector<GalleryFamily>& families, const std::str
     }
   }
   add(body, "footer", fmt::format("Made by vycam {} with the library of revision {}.", VYCAM_VERSION, revision));
-  if (!page.save_file(path.c_str(), " ", pugi::format_default | pugi::format_no_declaration, pugi::encoding_utf8)) {
-    throw Failure(fmt::format("cannot write the page {}", path));
-  }
+  std::ostringstream text;
+  page.save(text, " ", pugi::format_default | pugi::format_no_declaration, pugi::encoding_utf8);
+  return text.str();
 }
 
 }  // namespace vycam

@@ -23,7 +23,7 @@ struct GalleryFamily {
   std::vector<GalleryEntry> entries;
 };
 
-/// Writes the page; `revision` is the library's commit identifier.
-void writeGalleryPage(const std::vector<GalleryFamily>& families, const std::string& revision, const std::string& path);
+/// The text of the page; `revision` is the library's commit identifier.
+std::string galleryPage(const std::vector<GalleryFamily>& families, const std::string& revision);
 
 }  // namespace vycam

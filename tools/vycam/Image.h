@@ -15,6 +15,7 @@ struct GreyImage {
 
 /// Reads a 16-bit grey PNG; a file that is none is a Failure that says what it is.
 GreyImage readGreyPng(const std::string& path);
-void writeGreyPng(const GreyImage& image, const std::string& path);
+/// The bytes of a PNG file.
+std::string greyPng(const GreyImage& image);
 
 }  // namespace vycam

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <fstream>
 #include <system_error>
 
 #include "Failure.h"
@@ -62,15 +63,20 @@ OutputFolder::~OutputFolder() {
   }
 }
 
-std::string OutputFolder::pathFor(const std::string& name) {
+void OutputFolder::write(const std::string& name, const std::string& bytes) {
   const fs::path file = staging_ / name;
   std::error_code error;
   fs::create_directories(file.parent_path(), error);
   if (error) {
     refuse(path_, error.message());
   }
+  std::ofstream stream(file, std::ios::binary);
+  stream << bytes;
+  stream.close();
+  if (!stream) {
+    refuse(path_, std::generic_category().message(errno));
+  }
   names_.push_back(name);
-  return file.string();
 }
 
 void OutputFolder::commit() {

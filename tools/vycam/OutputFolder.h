@@ -17,8 +17,8 @@ class OutputFolder {
   OutputFolder& operator=(const OutputFolder&) = delete;
   ~OutputFolder();
 
-  /// Where to write the file that is to be called `name`, which may lie in a subfolder.
-  std::string pathFor(const std::string& name);
+  /// Writes the file `name`, which may lie in a subfolder.
+  void write(const std::string& name, const std::string& bytes);
   /// Moves all files into place; those of the same names that lie there are replaced.
   void commit();
 

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdio>
 
 #include "Failure.h"
 
@@ -185,7 +184,7 @@ void Picture::drawScale(gdImage* canvas, int top, const Scale& scale) {
   }
 }
 
-void Picture::write(const std::string& path, int maxWidth) const {
+std::string Picture::png(int maxWidth) const {
   const int imageWidth = gdImageSX(image_.get());
   const int imageHeight = gdImageSY(image_.get());
   const bool isReduced = maxWidth > 0 && imageWidth > maxWidth;
@@ -205,12 +204,10 @@ void Picture::write(const std::string& path, int maxWidth) const {
   }
   int size = 0;
   const std::unique_ptr<void, void (*)(void*)> bytes(gdImagePngPtrEx(canvas.get(), &size, kCompression), gdFree);
-  std::FILE* const file = std::fopen(path.c_str(), "wb");
-  const bool isWritten = file != nullptr && bytes != nullptr &&
-                         std::fwrite(bytes.get(), 1, static_cast<size_t>(size), file) == static_cast<size_t>(size);
-  if (file == nullptr || std::fclose(file) != 0 || !isWritten) {
-    throw Failure(fmt::format("cannot write the picture {}", path));
+  if (bytes == nullptr) {
+    throw Failure(fmt::format("no memory for a picture of {}x{}", width, gdImageSY(canvas.get())));
   }
+  return {static_cast<const char*>(bytes.get()), static_cast<size_t>(size)};
 }
 
 }  // namespace vycam

@@ -38,8 +38,9 @@ class Picture {
   /// Three bytes per pixel, without a scale.
   static Picture ofColours(uint32_t width, uint32_t height, const std::vector<uint8_t>& rgb);
 
-  /// Writes a PNG, with the image (not the scale) reduced to `maxWidth` where it is wider; 0 = never reduced.
-  void write(const std::string& path, int maxWidth = 0) const;
+  /// The bytes of a PNG file, with the image (not the scale) reduced to `maxWidth` where it is wider; 0 = never
+  /// reduced.
+  std::string png(int maxWidth = 0) const;
 
  private:
   struct Destroy {

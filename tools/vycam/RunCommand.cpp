@@ -33,11 +33,11 @@ StreamOptions optionsFrom(const RunArguments& arguments) {
 
 void writeFiles(const StreamResult& result, const vysim_family& family, OutputFolder& folder) {
   const StreamPictures pictures = paint(result, family);
-  pictures.raw->write(folder.pathFor("raw.png"));
-  pictures.output->write(folder.pathFor("output.png"));
+  folder.write("raw.png", pictures.raw->png());
+  folder.write("output.png", pictures.output->png());
   if (pictures.truth) {
-    pictures.truth->write(folder.pathFor("truth.png"));
-    writeGreyPng(greyPixels(result.output.get()), folder.pathFor("output16.png"));
+    folder.write("truth.png", pictures.truth->png());
+    folder.write("output16.png", greyPng(greyPixels(result.output.get())));
   }
   folder.commit();
 }
