@@ -1,10 +1,10 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """What scripts/bench and scripts/check-cost do with the measurements.
 
 report.py merge  CALLGRIND_DIR COUNTS [TIMES] -> figures as JSON on the standard output
 report.py table  FIGURES                      -> the table
-report.py draw   FIGURES IMAGES_DIR           -> the pictures
 report.py record FIGURES RECORDED             -> writes the figures that later ones are held against
+report.py draw   RECORDED IMAGES_DIR          -> the pictures of the README
 report.py check  FIGURES RECORDED             -> fails when a case costs more than they allow
 """
 import json
@@ -12,13 +12,6 @@ import pathlib
 import sys
 
 GROWTH_ALLOWED = 0.03
-
-# What the same work (a filter that does nothing) costs per filter and frame elsewhere: instructions by callgrind.
-PEERS = [
-    ("depth-camera SDK, processing blocks", 627, 1373),
-    ("video filter graph, null filter", 904, 904),
-    ("media framework, identity element", 1209, 1372),
-]
 
 
 def read_instructions(folder):
@@ -99,94 +92,35 @@ def per_filter(figures, side, first=4, last=64):
     return (at(last) - at(first)) / (last - first)
 
 
-class Plot:
-    """A chart with straight scales, or logarithmic ones."""
+def draw(recorded, folder):
+    """The pictures of recorded figures. The same figures give the same bytes: texts stay texts, nothing has a date."""
+    import matplotlib  # here, as only pictures need it
+    import matplotlib.pyplot as plot
 
-    LEFT, TOP, WIDTH, HEIGHT = 78, 58, 430, 270
+    matplotlib.rcParams.update({"svg.fonttype": "none", "svg.hashsalt": "cost", "font.family": "sans-serif"})
 
-    def __init__(self, title, x_label, y_label, x_range, y_range, logarithmic):
-        import math
+    def picture(name, title, x_label, y_label, floor_label, cases, scale):
+        figure, axes = plot.subplots(figsize=(8.8, 3.9))
+        for side, label, style in (("instructions", "this library", "o-"), ("floor", floor_label, "s--")):
+            axes.plot(list(cases), [recorded[case][side] for case in cases.values()], style, label=label)
+        axes.set(title=title, xlabel=x_label, ylabel=y_label, xscale=scale, yscale=scale)
+        axes.set_xticks(list(cases))
+        axes.set_ylim(bottom=0 if scale == "linear" else None)
+        for axis in (axes.xaxis, axes.yaxis):
+            axis.set_major_formatter("{x:,.0f}")
+        axes.minorticks_off()
+        axes.grid(axis="y")
+        axes.legend()
+        figure.tight_layout()
+        figure.savefig(pathlib.Path(folder) / name, metadata={"Creator": None, "Date": None})
 
-        self.scale = math.log10 if logarithmic else (lambda value: value)
-        self.x_range, self.y_range = x_range, y_range
-        self.parts = [
-            '<svg xmlns="http://www.w3.org/2000/svg" width="880" height="390" viewBox="0 0 880 390" '
-            'font-family="sans-serif" font-size="12" fill="#222">',
-            '<rect width="880" height="390" fill="#fff"/>',
-            f'<text x="{self.LEFT}" y="28" font-size="16">{title}</text>',
-            f'<text x="{self.LEFT + self.WIDTH / 2}" y="{self.TOP + self.HEIGHT + 42}" text-anchor="middle">{x_label}</text>',
-            f'<text x="{self.LEFT}" y="{self.TOP - 12}" fill="#555">{y_label}</text>',
-        ]
-
-    def x(self, value):
-        low, high = map(self.scale, self.x_range)
-        return self.LEFT + self.WIDTH * (self.scale(value) - low) / (high - low)
-
-    def y(self, value):
-        low, high = map(self.scale, self.y_range)
-        return self.TOP + self.HEIGHT * (1 - (self.scale(value) - low) / (high - low))
-
-    def ticks(self, x_values, y_values):
-        for value in y_values:
-            at = self.y(value)
-            self.parts.append(
-                f'<line x1="{self.LEFT}" x2="{self.LEFT + self.WIDTH}" y1="{at:.1f}" y2="{at:.1f}" stroke="#ddd"/>'
-                f'<text x="{self.LEFT - 8}" y="{at + 4:.1f}" text-anchor="end">{value:,}</text>'
-            )
-        for value in x_values:
-            self.parts.append(
-                f'<text x="{self.x(value):.1f}" y="{self.TOP + self.HEIGHT + 20}" text-anchor="middle">{value:,}</text>'
-            )
-
-    def band(self, label, lower, upper, colour):
-        """Two lines, given as points, the room between them, and a label at the end."""
-        points = lower + upper[::-1]
-        path = " ".join(f"{self.x(x):.1f},{self.y(y):.1f}" for x, y in points)
-        self.parts.append(f'<polygon points="{path}" fill="{colour}" stroke="{colour}" opacity="0.35"/>')
-        self.label(label, (lower[-1][0], (lower[-1][1] + upper[-1][1]) / 2), colour)
-
-    def line(self, label, points, colour, dashes=""):
-        path = " ".join(f"{self.x(x):.1f},{self.y(y):.1f}" for x, y in points)
-        self.parts.append(
-            f'<polyline points="{path}" fill="none" stroke="{colour}" stroke-width="2" stroke-dasharray="{dashes}"/>'
-        )
-        for x, y in points:
-            self.parts.append(f'<circle cx="{self.x(x):.1f}" cy="{self.y(y):.1f}" r="3" fill="{colour}"/>')
-        self.label(label, points[-1], colour)
-
-    def label(self, text, point, colour):
-        """At the end of a line, below the label before it if that is too near: give lines from top to bottom."""
-        at = max(self.y(point[1]) + 4, getattr(self, "last_label", 0) + 15)
-        self.last_label = at
-        self.parts.append(f'<text x="{self.x(point[0]) + 9:.1f}" y="{at:.1f}" fill="{colour}">{text}</text>')
-
-    def write(self, path):
-        pathlib.Path(path).write_text("\n".join(self.parts + ["</svg>", ""]), encoding="utf-8")
-
-
-def draw(figures, folder):
-    pathlib.Path(folder).mkdir(parents=True, exist_ok=True)
-    lengths = [0, 1, 4, 8, 16]
-    plot = Plot("What a frame costs besides the work of the filters", "running filters in the chain",
-                "instructions for a frame", (0, 16), (0, 24000), False)
-    plot.ticks(lengths, range(0, 24001, 4000))
-    for (name, low, high), colour in reversed(list(zip(PEERS, ["#b8860b", "#7b4fa3", "#b03a2e"]))):
-        label = f"{name}: {low:,}" + (f" to {high:,}" if low != high else "")
-        plot.band(label, [(0, 0), (16, 16 * low)], [(0, 0), (16, 16 * high)], colour)
-    # With no filter at all the input is copied, by the host; both lines start there.
-    for side, label, colour, dashes in (("library", "this library", "#1f6fb2", ""), ("floor", "floor: the host calls alone", "#333", "5 4")):
-        points = [(length, figures[f"length/{length}"][side]["instructions"]) for length in lengths]
-        plot.line(f"{label}: {per_filter(figures, side):.0f} a filter", points, colour, dashes)
-    plot.write(pathlib.Path(folder) / "cost-chain-length.svg")
-
-    sizes = [1, 2, 10, 100, 1000]
-    plot = Plot("What one operation on a private filter costs", "private filters registered (the last one is meant)",
-                "instructions for an operation", (1, 1000), (10, 100000), True)
-    plot.ticks(sizes, [10, 100, 1000, 10000, 100000])
-    for side, label, colour, dashes in (("library", "this library", "#1f6fb2", ""), ("floor", "floor: the names that must be asked", "#333", "5 4")):
-        points = [(size, figures[f"operation/registry-{size}"][side]["instructions"]) for size in sizes]
-        plot.line(label, points, colour, dashes)
-    plot.write(pathlib.Path(folder) / "cost-registry-size.svg")
+    picture("cost-chain-length.svg", "What a frame costs besides the work of the filters",
+            "running filters in the chain (with none, the host copies the frame)", "instructions for a frame", "floor: the host calls alone",
+            {length: f"length/{length}" for length in (0, 1, 4, 8, 16)}, "linear")
+    picture("cost-registry-size.svg", "What one operation on a private filter costs",
+            "private filters registered (the last one is meant)", "instructions for an operation",
+            "floor: the names that must be asked", {size: f"operation/registry-{size}" for size in (1, 2, 10, 100, 1000)},
+            "log")
 
 
 def recordable(figures):

@@ -37,5 +37,5 @@ count_costs() {
 }
 
 bench_report() {
-  python3 "$project_dir/bench/report.py" "$@"
+  /usr/bin/python3 "$project_dir/bench/report.py" "$@" # another Python would not have Debian's libraries
 }
