@@ -3,7 +3,7 @@
 
 report.py merge  CALLGRIND_DIR COUNTS [TIMES] -> figures as JSON on the standard output
 report.py table  FIGURES                      -> the table
-report.py record FIGURES RECORDED             -> writes the figures that later ones are held against
+report.py record FIGURES RECORDED             -> writes the figures that later ones are compared with
 report.py draw   RECORDED IMAGES_DIR          -> the pictures of the README
 report.py check  FIGURES RECORDED             -> fails when a case costs more than they allow
 """
@@ -15,7 +15,7 @@ GROWTH_ALLOWED = 0.03
 
 
 def read_instructions(folder):
-    """Instructions of each dump by its trigger, `case/side`."""
+    """The instructions of each dump, by the dump's trigger `case/side`."""
     totals = {}
     for dump in pathlib.Path(folder).glob("callgrind.out.*"):
         title, total = None, None
@@ -56,7 +56,7 @@ def merge(folder, counts, times=None):
 
 
 def own_allocations(entry):
-    """Those of the library: the floor makes the same host calls, so what the host allocates is in both."""
+    """The library's own: the floor makes the same host calls, so the host's allocations are in both."""
     return entry["library"]["allocations"] - entry["floor"]["allocations"]
 
 
@@ -71,7 +71,7 @@ def table(figures):
         ratio = above = allocations = "-"
         if "instructions" in entry["library"]:
             ours, floor = entry["library"]["instructions"], entry["floor"]["instructions"]
-            # A floor of a few instructions is the loop around nothing: no ratio.
+            # No ratio to a floor of a few instructions, which is the loop around nothing.
             ratio = f"{ours / floor:.2f}" if floor > 10 else "-"
             above = f"{ours - floor:,}"
             allocations = f"{own_allocations(entry):g}"
@@ -115,12 +115,12 @@ def draw(recorded, folder):
         figure.savefig(pathlib.Path(folder) / name, metadata={"Creator": None, "Date": None})
 
     picture("cost-chain-length.svg", "What a frame costs besides the work of the filters",
-            "running filters in the chain (with none, the host copies the frame)", "instructions for a frame", "floor: the host calls alone",
-            {length: f"length/{length}" for length in (0, 1, 4, 8, 16)}, "linear")
+            "running filters in the chain (with none, the host copies the frame)", "instructions for a frame",
+            "floor: the host calls alone", {length: f"length/{length}" for length in (0, 1, 4, 8, 16)}, "linear")
     picture("cost-registry-size.svg", "What one operation on a private filter costs",
             "private filters registered (the last one is meant)", "instructions for an operation",
-            "floor: the names that must be asked", {size: f"operation/registry-{size}" for size in (1, 2, 10, 100, 1000)},
-            "log")
+            "floor: the names that must be asked",
+            {size: f"operation/registry-{size}" for size in (1, 2, 10, 100, 1000)}, "log")
 
 
 def recordable(figures):

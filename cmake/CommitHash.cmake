@@ -1,12 +1,12 @@
-# Run at every build: writes the checkout's commit identifier (seven characters) into a header, which is touched only
-# when it changes. A source folder that is not the top of a git checkout of its own gives seven zeros: a checkout that
-# merely contains an unpacked copy of the sources says nothing about them.
+# Writes the checkout's commit identifier (seven characters) into a header at every build. The header is touched only
+# when the identifier changes. A source folder that is not the top of a git checkout gives seven zeros: a checkout that
+# merely contains a copy of the sources says nothing about them.
 #
 #   cmake -DSOURCE_DIR=... -DTEMPLATE=... -DOUTPUT=... -P CommitHash.cmake
 set(COMMIT_HASH 0000000)
 find_program(GIT_COMMAND git)
 if(GIT_COMMAND)
-  # The checkout may belong to another user than the one who builds; only its name is read.
+  # The checkout may belong to another user; git refuses it unless it is declared safe.
   set(git ${GIT_COMMAND} -c safe.directory=* -C ${SOURCE_DIR})
   execute_process(COMMAND ${git} rev-parse --show-toplevel HEAD
                   OUTPUT_VARIABLE answer ERROR_QUIET RESULT_VARIABLE status OUTPUT_STRIP_TRAILING_WHITESPACE)

@@ -1,6 +1,6 @@
 # Finds the host SDK below TavrixSDK_ROOT: its header folder with TavrixSDK.h and its library libTavrixSDK.so.
 # Defines TavrixSDK::TavrixSDK.
-# The folder is meant as it stands, when cross-building too.
+# The folder is taken as given, not looked up in a sysroot, when cross-building.
 find_path(TavrixSDK_INCLUDE_DIR TavrixSDK.h PATH_SUFFIXES include include/TavrixSDK NO_CMAKE_FIND_ROOT_PATH)
 find_library(TavrixSDK_LIBRARY TavrixSDK NO_CMAKE_FIND_ROOT_PATH)
 include(FindPackageHandleStandardArgs)

@@ -5,7 +5,7 @@
 #   tools           vycam                                                   vycam
 #   simulated_host  libTavrixSDK.so that works without hardware, headers    tavrix-sdk-simulated
 #
-# A build against a host SDK of one's own has the first two.
+# A build against a host SDK has the first two.
 include(CMakePackageConfigHelpers)
 
 set(cmake_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/VyFrameProcessor)
@@ -16,7 +16,7 @@ set(generated_dir ${PROJECT_BINARY_DIR}/packaging)
 install(TARGETS vy_frame_processor EXPORT VyFrameProcessorTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development)
 
-# ---- What one needs to build against it
+# ---- What programs need to build against it
 
 install(FILES ${PROJECT_SOURCE_DIR}/include/vy_frame_processor.h ${PROJECT_SOURCE_DIR}/include/vy_private_filter.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
@@ -31,7 +31,7 @@ install(FILES ${generated_dir}/VyFrameProcessorConfig.cmake ${generated_dir}/VyF
   ${PROJECT_SOURCE_DIR}/cmake/FindTavrixSDK.cmake
   DESTINATION ${cmake_package_dir} COMPONENT development)
 
-# Paths relative to the file itself: the folder may be moved, or be the root of another machine.
+# Paths are relative to the file itself: the folder may be moved, or be the root of another machine.
 file(RELATIVE_PATH prefix_from_pkgconfig ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 string(REGEX REPLACE "/$" "" prefix_from_pkgconfig ${prefix_from_pkgconfig})
 configure_file(${PROJECT_SOURCE_DIR}/cmake/vy_frame_processor.pc.in ${generated_dir}/vy_frame_processor.pc @ONLY)
@@ -66,17 +66,16 @@ set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/packages)
 set(CPACK_PACKAGE_NAME vy-frame-processor)
 set(CPACK_PACKAGE_CONTACT "maintainers of vy_frame_processor")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each package has one of its own
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each package has its own
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION libs)
 if(CMAKE_LIBRARY_ARCHITECTURE STREQUAL "arm-linux-gnueabihf")
-  set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE armhf) # CPack would take that of the machine it runs on
+  set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE armhf) # CPack would take the build machine's
 endif()
 
-# Written by hand: what provides libTavrixSDK.so is the site's affair, so there is no package that dpkg-shlibdeps could
-# name for it; and it knows nothing of another architecture. scripts/check-packages holds the versions against what the
-# files ask for.
+# Dependencies are written by hand: dpkg-shlibdeps would fail for libTavrixSDK.so, which each site provides in its own
+# way, and for another architecture. scripts/check-packages compares the versions with what the files need.
 set(language_depends "libgcc-s1 (>= 4.2), libstdc++6 (>= 11)")
 set(library_depends "libc6 (>= 2.32), ${language_depends}")
 set(same_version "(= ${PROJECT_VERSION})")
@@ -109,7 +108,7 @@ writes pictures and figures.")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${CPACK_DEBIAN_RUNTIME_PACKAGE_NAME} ${same_version}, tavrix-sdk-simulated\
  ${same_version}, libc6 (>= 2.34), ${language_depends}, libfmt9, libgd3, libpng16-16, libpugixml1v5")
 
-# Packages with a shared library have the loader's cache renewed.
+# Packages with a shared library renew the loader's cache.
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/debian/triggers)
 set(CPACK_DEBIAN_SIMULATED_HOST_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/debian/triggers)
 

@@ -6,5 +6,5 @@ target_compile_options(vyfp_flags INTERFACE
   # The host's records are packed: a pointer to a member may be misaligned, which 32-bit ARM traps on.
   -Werror=address-of-packed-member $<IF:$<C_COMPILER_ID:GNU>,-Werror=cast-align=strict,-Werror=cast-align>
   $<$<BOOL:${VYFP_WERROR}>:-Werror>
-  # A fused multiply-add rounds once where two operations round twice: results would depend on the target.
+  # A fused multiply-add rounds once, two operations round twice: results would depend on the target.
   -ffp-contract=off)

@@ -1,5 +1,5 @@
-# Cross-builds for 32-bit ARM (Debian armhf) with Debian's compiler for it. What the project links against comes from a
-# folder of its own, build/armhf-sysroot, which scripts/lib/armhf.sh fills; qemu-user runs what was built.
+# Cross-builds for 32-bit ARM (Debian armhf) with Debian's cross-compiler. The libraries come from build/armhf-sysroot,
+# which scripts/lib/armhf.sh fills; qemu-user runs what was built.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR arm)
 set(CMAKE_LIBRARY_ARCHITECTURE arm-linux-gnueabihf)

@@ -5,13 +5,13 @@
 # shellcheck disable=SC2034 # used by the scripts that source this file
 armhf_packages=(g++-arm-linux-gnueabihf qemu-user)
 
-# Libraries for the target; CLI11 has headers alone but is for any machine.
+# Libraries for the target. CLI11 and png++ have only headers, which the cross-compiler reads from here, too.
 armhf_target_packages=(
   libc6-dev libstdc++-12-dev libfmt-dev libcli11-dev libpng++-dev libgd-dev libpugixml-dev libgtest-dev libgmock-dev
 )
 
-# Fills build/armhf-sysroot with the target's libraries, unpacked and not installed: the packages of two architectures
-# have to be of the same version when both are installed, and an archive in the middle of an update does not have that.
+# Unpacks the target's libraries into build/armhf-sysroot. They are not installed: apt demands the same version for all
+# architectures, which an archive does not have in the middle of an update.
 armhf_sysroot() {
   local root=$project_dir/build/armhf-sysroot
   local wanted="${armhf_target_packages[*]}"
@@ -30,7 +30,7 @@ armhf_sysroot() {
   for package in "$apt_dir"/cache/archives/*.deb; do
     dpkg-deb -x "$package" "$root" || fail "cannot unpack ${package##*/}"
   done
-  # Links that lead to the root folder would leave the sysroot.
+  # Absolute links would lead out of the sysroot.
   local link
   while IFS= read -r -d '' link; do
     ln -sfn "$root$(readlink "$link")" "$link"

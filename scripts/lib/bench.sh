@@ -5,7 +5,7 @@
 # shellcheck disable=SC2034 # used by the scripts that source this file
 bench_packages=(libbenchmark-dev valgrind python3)
 
-# Builds the benchmarks in build/bench: the release preset, by GCC, and none of the tests.
+# Builds the benchmarks in build/bench: as the release preset, with GCC, without tests.
 build_bench() {
   local quiet=()
   say "building in build/bench"
@@ -18,13 +18,13 @@ build_bench() {
   )
 }
 
-# Counts instructions and allocations of all cases into a folder: counts, and the dumps of callgrind.
+# Counts instructions and allocations of all cases. Writes into a folder: counts, and callgrind's dumps.
 #   count_costs FOLDER
 count_costs() {
   local folder=$1
   say "counting instructions and allocations"
-  # Counts must not depend on the machine: nothing of the environment lies on the stack, symbols are bound before, and
-  # the C library's text functions are those that every x86-64 processor runs.
+  # Counts must not depend on the machine: the environment, which lies on the stack, is empty, symbols are bound at
+  # start, and the C library uses the text functions that every x86-64 processor has.
   (
     cd "$project_dir/build/bench/bin" || exit
     env -i PATH="$PATH" LD_BIND_NOW=1 GLIBC_TUNABLES=glibc.cpu.hwcaps=-AVX2,-AVX512VL,-SSE4_2 \

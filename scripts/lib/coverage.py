@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Holds what the tests do not reach against the list of exceptions.
+"""Compares what the tests do not reach with the list of exceptions.
 
 coverage.py COVERAGE_JSON EXCEPTIONS_TOML
 

@@ -17,9 +17,9 @@ PROJECT = pathlib.Path(__file__).resolve().parents[2]
 WORK = PROJECT / "build" / "mutate"
 TREE = WORK / "tree"
 BUILD, SANITIZED_BUILD = WORK / "build", WORK / "sanitized"
-# The quickest first: most faults end there.
+# The quickest first: it catches most faults.
 PROGRAMS = ["vyfp_object_tests", "vyfp_library_tests", "vyfp_allocation_sweep_tests", "vyfp_fault_sweep_tests"]
-LONGEST_RUN = 120  # seconds; a fault may well make a program hang
+LONGEST_RUN = 120  # seconds; a fault may make a program hang
 
 
 def run(command, **options):
@@ -39,18 +39,18 @@ def copy_checkout():
         source = PROJECT / name
         if source.is_file():
             (TREE / name).parent.mkdir(parents=True, exist_ok=True)
-            shutil.copy(source, TREE / name)  # with new times: an earlier run may have left objects of a fault
+            shutil.copy(source, TREE / name)  # with new times, as objects with a fault may be left from an earlier run
 
 
 def configure(build, flags):
     launcher = ["-DCMAKE_CXX_COMPILER_LAUNCHER=ccache", "-DCMAKE_C_COMPILER_LAUNCHER=ccache"]
-    # A mistake is found as well without optimisation, and sooner.
+    # Without optimisation: the copy builds faster and tests find the same faults.
     demand(["cmake", "-G", "Ninja", "-S", TREE, "-B", build, "-DCMAKE_BUILD_TYPE=Debug", f"-DCMAKE_CXX_FLAGS={flags}",
             *(launcher if shutil.which("ccache") else [])], "configuring the copy")
 
 
 def catcher(sanitized_test=None):
-    """What catches the fault that is in the tree now; None if nothing does."""
+    """The program that catches the fault that is in the tree now; None if none does."""
     build, programs, options = BUILD, PROGRAMS, []
     if sanitized_test:
         build, programs, options = SANITIZED_BUILD, ["vyfp_library_tests"], [f"--gtest_filter={sanitized_test}"]

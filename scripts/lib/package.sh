@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# The build that packages are made of, for one target. Sourced after scripts/lib/project.sh by the scripts that look at
-# this build: its size, its ABI, its packages.
+# The build that packages are made from, for one target. The scripts that check its size, ABI and packages source this
+# file after scripts/lib/project.sh.
 # shellcheck disable=SC2034,SC2154 # these variables are for the scripts that source this file, or from project.sh
 
 # shellcheck source=scripts/lib/armhf.sh
@@ -34,7 +34,7 @@ use_target() {
   library=$build/lib/libvy_frame_processor.so
 }
 
-# Installs what the target's build needs, and the further packages that are named, and builds.
+# Installs what the target's build needs and the further packages given, and builds.
 build_package_preset() {
   install_packages "${build_packages[@]}" "$@"
   if [ "$target" = armhf ]; then
@@ -44,7 +44,7 @@ build_package_preset() {
   build_preset "$preset"
 }
 
-# The highest version of a symbol family (GLIBC, GLIBCXX, CXXABI, GCC) that a file asks for; nothing if it asks for none.
+# Prints the highest version of a symbol family (GLIBC, GLIBCXX, CXXABI, GCC) that a file needs; nothing if none.
 #   highest_version FILE FAMILY
 highest_version() {
   readelf --version-info --wide "$1" | sed -n '/needs section/,$p' | { grep -o "Name: $2_[0-9.]*" || true; } |

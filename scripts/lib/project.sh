@@ -1,13 +1,12 @@
 # shellcheck shell=bash
-# What the project's scripts share: installing packages, configuring and building. Sourced by scripts/demo, scripts/test
-# and .ci/run; works from any current folder.
+# What the project's scripts share: installing packages, configuring and building. Works from any current folder.
 
 project_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 log_dir=$project_dir/build/logs
 
-# Of the precompiled headers that the tests are built with, ccache knows the contents; times say nothing about them.
+# The tests use a precompiled header; ccache must compare its contents, not its times.
 export CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
-# Paths below the checkout count relative to it, so that another checkout finds what this one has compiled.
+# Paths are taken relative to the checkout, so that another checkout can use what this one has compiled.
 export CCACHE_BASEDIR=$project_dir CCACHE_NOHASHDIR=1
 
 # Debian packages that the default build and its tests need.
@@ -17,7 +16,7 @@ build_packages=(
   git # read at build time: the library carries its commit identifier
   libfmt-dev libcli11-dev libpng++-dev libgd-dev libpugixml-dev
   libgtest-dev libgmock-dev
-  locales # a test compiles one with decimal commas
+  locales # a test compiles a locale with decimal commas
 )
 
 say() { printf '== %s\n' "$*"; }
@@ -26,7 +25,7 @@ fail() {
   exit 1
 }
 
-# Runs a command with its output in a log, which is shown only when the command fails.
+# Runs a command with its output in a log. Shows the log only when the command fails.
 #   logged NAME COMMAND...
 logged() {
   local log=$log_dir/$1.log
@@ -45,7 +44,7 @@ apt_get() {
   as_root env DEBIAN_FRONTEND=noninteractive apt-get -qq -o DPkg::Lock::Timeout=300 -o Acquire::Retries=3 "$@"
 }
 
-# Installs those of the named Debian packages that are missing; with none missing it only asks the package database.
+# Installs those of the given Debian packages that are missing. Needs neither root nor network when none is missing.
 install_packages() {
   local package missing=()
   if ! command -v dpkg-query >/dev/null; then
@@ -61,7 +60,7 @@ install_packages() {
     fail "these packages are missing, and installing them takes root or sudo: ${missing[*]}"
   fi
   say "installing ${missing[*]}"
-  # One unreachable package source need not matter: whether the packages can be had shows in the next step.
+  # A package source that cannot be reached may not matter; the next step shows it.
   (logged apt-update apt_get update) || say "going on with the package lists that are there"
   logged apt-install apt_get install -y --no-install-recommends "${missing[@]}"
 }
@@ -71,9 +70,9 @@ build_preset() {
   local preset=$1 fresh=() quiet=()
   local cache=$project_dir/build/$preset/CMakeCache.txt
   say "building in build/$preset"
-  # A build folder that was copied along with its checkout still points at the old place.
+  # A build folder that was copied with its checkout still refers to the old place.
   if [ -f "$cache" ] && ! grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$project_dir" "$cache"; then fresh=(--fresh); fi
-  [ -t 1 ] || quiet=(--quiet) # on a terminal ninja keeps to one line
+  [ -t 1 ] || quiet=(--quiet) # on a terminal, ninja's progress takes one line
   (
     cd "$project_dir" || exit
     if command -v ccache >/dev/null; then export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache; fi
@@ -82,7 +81,7 @@ build_preset() {
   )
 }
 
-# Runs the tests of a built preset. Shows what fails and, as the last lines, ctest's summary.
+# Runs the tests of a built preset. Shows failures and, as the last lines, ctest's summary.
 test_preset() {
   say "running the tests of build/$1"
   cd "$project_dir" || exit

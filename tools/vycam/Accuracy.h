@@ -1,4 +1,4 @@
-// How good depth images are, held against the true scene.
+// The accuracy of depth images, compared with the true scene.
 #pragma once
 
 #include <cstdint>
@@ -22,7 +22,7 @@ class Accuracy {
   uint64_t pixels_ = 0;
   uint64_t valid_ = 0;
   uint64_t compared_ = 0;
-  std::vector<uint64_t> errorCounts_ = std::vector<uint64_t>(0x10000);  // by millimetres
+  std::vector<uint64_t> errorCounts_ = std::vector<uint64_t>(0x10000);  // index: error in millimetres
 };
 
 }  // namespace vycam

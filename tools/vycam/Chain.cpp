@@ -10,7 +10,7 @@
 namespace vycam {
 namespace {
 
-/// A chain's link while its calls are read.
+/// A link of the chain whose calls are being read.
 struct ObservedLink {
   ChainLink link;
   bool isPrivate = false;
@@ -21,7 +21,7 @@ bool startsWith(std::string_view text, std::string_view start) {
   return text.substr(0, start.size()) == start;
 }
 
-/// The texts in quotes of a record, in order.
+/// The quoted texts of a record, in order.
 std::vector<std::string> quotedTexts(std::string_view record) {
   std::vector<std::string> texts;
   for (size_t open = record.find('"'); open != std::string_view::npos;) {
@@ -35,7 +35,7 @@ std::vector<std::string> quotedTexts(std::string_view record) {
   return texts;
 }
 
-// The library makes, configures and switches one filter after the other, so a call concerns the filter made last.
+// The library makes, configures and switches the filters one after the other, so each call concerns the newest filter.
 std::vector<ObservedLink> observe(const std::vector<std::string>& calls) {
   std::vector<ObservedLink> links;
   for (const std::string& record : calls) {
@@ -52,17 +52,17 @@ std::vector<ObservedLink> observe(const std::vector<std::string>& calls) {
       links.back().link.enabled = record.find("enable: true") != std::string::npos;
       links.back().wasSwitched = true;
     } else if (startsWith(record, "vy_delete_filter(")) {
-      links.pop_back();  // the library drops a filter that it could not set up
+      links.pop_back();  // the library drops a filter whose setup failed
     }
   }
-  // A public filter that was never switched was not made either.
+  // The library switches every public filter that it could make.
   links.erase(std::remove_if(links.begin(), links.end(),
                              [](const ObservedLink& observed) { return !observed.isPrivate && !observed.wasSwitched; }),
               links.end());
   return links;
 }
 
-/// The filters that the schema names but the host did not make under that name: the library's own, in chain order.
+/// The library's own filters in chain order: the schema names them, but the host made none of that name.
 std::vector<std::string> ownFilters(const std::vector<ObservedLink>& links, const Schema& schema) {
   std::vector<std::string> own;
   for (const SchemaRow& row : schema) {
@@ -103,7 +103,7 @@ Chain chainFromCalls(const std::vector<std::string>& calls, const Schema& schema
   for (const ObservedLink& observed : links) {
     ChainLink link = observed.link;
     if (observed.isPrivate && nextOwn < own.size()) {
-      // The library keeps the switch of its own filters to itself; the schema shows how it stands at the start.
+      // No host call shows the switches of the library's own filters; the schema has their initial state.
       link.name = own[nextOwn++];
       const SchemaRow* const row = findRow(schema, link.name + "#255");
       link.enabled = row != nullptr && row->value == "1";

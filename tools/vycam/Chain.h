@@ -1,4 +1,4 @@
-// Which filters the library put into a chain, seen from outside: by the host calls it makes while it builds one.
+// The filters of a chain, seen from outside: through the host calls that the library makes while it builds the chain.
 #pragma once
 
 #include <string>
@@ -9,8 +9,8 @@
 namespace vycam {
 
 struct ChainLink {
-  std::string name;      ///< the filter as the library calls it
-  std::string hostName;  ///< the host's filter that does the work: another one for the library's own filters
+  std::string name;      ///< the library's name of the filter
+  std::string hostName;  ///< the host filter that does the work; the library's own filters wrap one of another name
   std::vector<std::string> arguments;
   bool enabled = false;
 
@@ -19,7 +19,7 @@ struct ChainLink {
 
 using Chain = std::vector<ChainLink>;
 
-/// Records host calls from its making until its end; one at a time, as the host has one record of calls.
+/// Records host calls while it lives. Only one may live at a time, as the host has one record of calls.
 class CallRecording {
  public:
   CallRecording();

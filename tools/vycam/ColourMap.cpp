@@ -7,7 +7,7 @@
 namespace vycam {
 namespace {
 
-// From warm to cool, every step clearly another hue, so that neighbouring depths can be told apart.
+// From warm to cool. Each step has another hue, so that neighbouring depths can be told apart.
 constexpr Colour kWarmToCool[] = {{165, 26, 38},   {216, 72, 43},   {244, 128, 62},  {253, 186, 86},
                                   {250, 229, 133}, {200, 228, 146}, {127, 199, 155}, {66, 160, 168},
                                   {52, 113, 171},  {66, 74, 156},   {94, 60, 146}};

@@ -11,10 +11,10 @@ struct Colour {
 
 enum class Palette { WarmToCool, Grey };
 
-/// The colour of a place on the palette, 0 to 1; places outside take the colour of the end.
+/// The colour of a place on the palette, 0 to 1. A place outside has the colour of the nearer end.
 Colour colourAt(Palette palette, double place);
 
-/// What stands for "no measurement": neutral and darker than every colour of the depth palettes.
+/// The colour of "no measurement": neutral, and darker than every colour of the depth palettes.
 constexpr Colour kNoMeasurement{34, 34, 38};
 
 }  // namespace vycam

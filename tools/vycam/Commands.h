@@ -1,4 +1,4 @@
-// The four commands. Each prints its result on stdout and throws a Failure when it cannot be had.
+// The four commands. Each prints its result on stdout and throws a Failure when it has none.
 #pragma once
 
 #include <string>

@@ -14,7 +14,7 @@ std::string idText(unsigned vid, unsigned pid) {
   return fmt::format("{:04X}:{:04X}", vid, pid);
 }
 
-/// The ids of a list that the host hands over.
+/// The product ids of a list that the host hands over.
 std::vector<std::string> listedIds(int listType) {
   constexpr int kRecordSize = 4;
   std::vector<std::string> ids;

@@ -19,7 +19,7 @@ struct SensorChain {
 
 struct FamilyChains {
   const vysim_family* family = nullptr;
-  std::vector<std::string> recognisedBy;  ///< one text a way: ids the library knows, ids the host hands over
+  std::vector<std::string> recognisedBy;  ///< a text for the ids the library knows, one for those the host hands over
   std::vector<SensorChain> sensors;
 };
 

@@ -11,7 +11,7 @@
 
 namespace vycam {
 
-/// A frame's format and size, for people: "1280x800, 12-bit packed, disparity".
+/// Size, format and pixel type of a frame; describe() gives "1280x800, 12-bit packed, disparity".
 struct FrameFacts {
   uint32_t width = 0, height = 0;
   VYFormat format = VY_FORMAT_UNKNOWN;
@@ -22,10 +22,10 @@ struct FrameFacts {
 
 FrameFacts factsOf(const vy_frame_t* frame);
 
-/// True for formats that have one 8-bit or 16-bit number, or three bytes of colour, per pixel.
+/// True for formats with one 8-bit or 16-bit number, or three bytes of colour, per pixel.
 bool isPlain(VYFormat format);
 
-/// A frame with plain pixels: the frame itself, or what the unpacking filter of its chain makes of it.
+/// A frame with plain pixels: the frame itself, or the output of its chain's unpacking filter.
 Frame decodeForView(const vy_frame_t* frame, const Chain& chain);
 
 /// The numbers of a plain frame with one channel.

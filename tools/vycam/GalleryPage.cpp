@@ -10,8 +10,7 @@ namespace {
 
 using Node = pugi::xml_node;
 
-// No "<", ">" or "&" in here: the page is read both as XML and as HTML, which disagree on how to write them in a style.
-// style.
+// The style has no "<", ">" or "&": XML and HTML disagree on how to write them here, and the page is read as both.
 constexpr const char* kStyle = R"(
 :root { --paper: #f6f6f3; --card: #ffffff; --ink: #26272b; --soft: #6c6f78; --line: #dcdcd6; --accent: #1f6f8b; }
 @media (prefers-color-scheme: dark) {
@@ -59,7 +58,7 @@ td.n, th.n { text-align: right; font-variant-numeric: tabular-nums; }
 footer { padding-top: 24px; padding-bottom: 48px; font-size: 13px; color: var(--soft); }
 )";
 
-/// Appends an element with a text; an empty text gives an element that still has content, as HTML wants it.
+/// Appends an element with a text. An empty text becomes a dash, as HTML elements need content.
 Node add(Node parent, const char* name, const std::string& text) {
   Node node = parent.append_child(name);
   node.text().set(text.empty() ? "\xE2\x80\x93" : text.c_str());
@@ -190,8 +189,7 @@ void addIntroduction(Node body, const std::vector<GalleryFamily>& families) {
   add(header, "p",
       "For every sensor of every camera family: the chain that the library builds, a frame as the camera sends it, the "
       "frame that comes out, and for depth what the camera would ideally have seen. Dashed boxes are filters that "
-      "start "
-      "switched off. Warm colours are near, cool colours far, dark is where nothing was measured.");
+      "start switched off. Warm colours are near, cool colours far, dark is where nothing was measured.");
   Node bar = body.append_child("nav").append_child("div");
   for (const GalleryFamily& family : families) {
     Node link = add(bar, "a", family.chains.family->name);

@@ -18,7 +18,7 @@ static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "pixels in memory are t
 
 constexpr uint32_t kLargestSide = 16384;
 
-/// Throws png::error. Warnings, which libpng would print, are dropped: they name nothing that changes grey pixels.
+/// Throws png::error. It drops warnings, which libpng would print: they concern nothing that changes grey pixels.
 class Reader : public png::reader<std::istream> {
  public:
   explicit Reader(std::istream& file) : reader(file) {

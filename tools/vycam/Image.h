@@ -13,7 +13,7 @@ struct GreyImage {
   std::vector<uint16_t> pixels;  ///< row by row
 };
 
-/// Reads a 16-bit grey PNG; a file that is none is a Failure that says what it is.
+/// Reads a 16-bit grey PNG, its numbers exactly as stored. Any other file is a Failure that says what the file is.
 GreyImage readGreyPng(const std::string& path);
 /// The bytes of a PNG file.
 std::string greyPng(const GreyImage& image);

@@ -14,7 +14,7 @@ namespace {
 
 constexpr const char* kDefaultName = "libvy_frame_processor.so.1";
 
-/// The list types that the library takes product ids for.
+/// The types of product-id lists that the library accepts.
 constexpr int kListTypes[] = {0, 3, 6};
 
 template <class Function>
@@ -25,8 +25,8 @@ void resolve(void* handle, const std::string& path, const char* name, Function& 
   }
 }
 
-/// The library in the folder beside the program's. The loader looks there by itself, except where something stands
-/// between the program and dlopen(), as memory checkers do: then the program's own search path does not count.
+/// The library in the `lib` folder beside the program's folder. The loader looks there by itself, but not under a
+/// memory checker that intercepts dlopen(): the program's own search path is ignored then.
 std::string besideProgram() {
   std::error_code error;
   const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
@@ -77,7 +77,7 @@ void Library::resolveFunctions(const std::string& path) {
   resolve(handle_, path, "vy_get_commit_hash", f.getCommitHash);
 }
 
-// A host does this once at start, before it opens cameras.
+// As a host does once at its start, before it opens cameras.
 void Library::handOverProductLists() const {
   for (const int type : kListTypes) {
     const uint8_t* data = nullptr;

@@ -26,10 +26,10 @@ struct LibraryFunctions {
   decltype(&vy_get_commit_hash) getCommitHash;
 };
 
-/// The loaded library. It stays loaded until this object is gone, which therefore outlives everything made through it.
+/// Keeps the library loaded while it lives, so it must outlive everything made through the library.
 class Library {
  public:
-  /// Loads the library from `path`, or when that is empty from where the loader finds it beside the program.
+  /// Loads the library from `path`; an empty path means the library beside the program.
   explicit Library(const std::string& path);
   Library(const Library&) = delete;
   Library& operator=(const Library&) = delete;

@@ -14,7 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// The first folder on the way to `path` that is missing; empty if none is.
+/// The topmost folder of `path` that is missing; empty if none is.
 fs::path firstMissing(const fs::path& path) {
   fs::path walked;
   for (const fs::path& part : fs::absolute(path).lexically_normal()) {
@@ -80,7 +80,7 @@ void OutputFolder::write(const std::string& name, const std::string& bytes) {
 }
 
 void OutputFolder::commit() {
-  // Whatever can go wrong with folders goes wrong before the first file is moved.
+  // Folders are made and checked before the first file is moved.
   for (const std::string& name : names_) {
     const fs::path target = path_ / name;
     std::error_code error;

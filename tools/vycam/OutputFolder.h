@@ -7,11 +7,11 @@
 
 namespace vycam {
 
-/// Files are written into a hidden folder inside the output folder and moved into place at the end. Without commit(),
-/// everything that was made disappears again, the output folder itself included if it was not there before.
+/// Writes files into a hidden folder inside the output folder; commit() moves them into place. Without commit(), the
+/// destructor removes everything that was made, including the output folder itself if it was missing before.
 class OutputFolder {
  public:
-  /// Makes the folder if it is missing. One that cannot be written is a Failure.
+  /// Makes the folder if it is missing. A folder that cannot be written to is a Failure.
   explicit OutputFolder(const std::string& path);
   OutputFolder(const OutputFolder&) = delete;
   OutputFolder& operator=(const OutputFolder&) = delete;
@@ -19,7 +19,7 @@ class OutputFolder {
 
   /// Writes the file `name`, which may lie in a subfolder.
   void write(const std::string& name, const std::string& bytes);
-  /// Moves all files into place; those of the same names that lie there are replaced.
+  /// Moves all files into place. Existing files of the same names are replaced.
   void commit();
 
   const std::filesystem::path& path() const { return path_; }

@@ -21,15 +21,15 @@ constexpr int kBarTop = 23;
 constexpr int kBarHeight = 12;
 constexpr int kTickLength = 4;
 constexpr int kLabelTop = kBarTop + kBarHeight + kTickLength + 1;
-constexpr int kTickDistance = 64;     // at least; room for a label of six digits
-constexpr int kSmallestCanvas = 320;  // room for the scale's texts
+constexpr int kTickDistance = 64;     // at least: a label of six digits fits
+constexpr int kSmallestCanvas = 320;  // the scale's texts fit
 
 constexpr Colour kPaper{250, 250, 248};
 constexpr Colour kInk{40, 40, 44};
 
 constexpr double kOutermostShare = 0.01;
 
-constexpr int kCompression = 4;  // of 9; more takes several times as long for a few hundredths of the size
+constexpr int kCompression = 4;  // of 9; a higher level takes several times as long and saves a few percent
 
 int gdColour(Colour colour) {
   return gdTrueColor(colour.red, colour.green, colour.blue);
@@ -64,7 +64,7 @@ std::vector<double> tickNumbers(const Scale& scale, double distance) {
   std::vector<double> ticks;
   double place = 0;
   while (ticks.size() < kMostTicks) {
-    // How much the numbers change over the distance says how round the next one can be.
+    // The more the numbers change over the distance, the rounder the next one can be.
     const double here = scale.numberAt(place);
     const double step = roundStep(std::fabs(scale.numberAt(place + distance) - here));
     const double tick = scale.isReciprocal ? std::floor(here / step) * step : std::ceil(here / step) * step;
@@ -98,7 +98,7 @@ Scale scaleFor(const std::vector<const GreyImage*>& images, const std::string& t
       ++counts[pixel];
     }
   }
-  counts[0] = 0;  // no measurement, or black, neither of which should stretch the scale
+  counts[0] = 0;  // no measurement, or black: neither may stretch the scale
   for (const uint64_t count : counts) {
     all += count;
   }

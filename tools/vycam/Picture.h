@@ -1,4 +1,4 @@
-// Pictures for people: numbers as colours, with a scale that tells which colour is which number.
+// Pictures for people: numbers as colours, with a scale that shows which colour means which number.
 #pragma once
 
 #include <gd.h>
@@ -13,8 +13,8 @@
 
 namespace vycam {
 
-/// Which place of the palette a number has. Disparities go by their reciprocals, from the largest to the smallest: so
-/// they get the colours of the depths that they stand for.
+/// Gives each number its place on the palette. Disparities are placed by their reciprocals, from the largest to the
+/// smallest, so that they have the colours of the depths they stand for.
 struct Scale {
   double low = 1;
   double high = 2;
@@ -23,7 +23,7 @@ struct Scale {
   std::string title;          ///< "depth in mm"
   bool zeroIsMissing = true;  ///< a pixel of 0 is no measurement
 
-  /// 0 to 1 for the numbers between the ends.
+  /// 0 to 1 for a number between the ends.
   double placeOf(double number) const;
   double numberAt(double place) const;
 };

@@ -33,7 +33,7 @@ class Processor {
   const Schema& schema() const { return schema_; }
   const std::string& schemaText() const { return schemaText_; }
 
-  /// Sends all settings: these, and the rest as the schema shows them. Nothing is sent when there are none.
+  /// Sends `settings`, and the schema's values for all others. Sends nothing when `settings` is empty.
   void apply(const std::vector<std::string>& settings);
   void setHardwareD2C(const VYCameraIntrinsic& intrinsic, const HardwareD2C& parameters);
   Frame process(vy_frame_t* frame);
@@ -61,7 +61,8 @@ class Context {
   std::unique_ptr<vy_frame_processor_context_t, ContextDelete> handle_;
 };
 
-/// A device with the ids of a family's first product and no camera behind it: enough for what the library knows.
+/// A device with the ids of a family's first product but no camera: enough for the library to build the family's
+/// chains.
 Device makeDevice(const vysim_family& family);
 
 }  // namespace vycam

@@ -12,7 +12,7 @@ class Progress {
   Progress(std::string label, unsigned steps);
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
-  /// Clears the bar away, so that what is printed next stands alone.
+  /// Clears the bar away.
   ~Progress();
 
   /// One step is done. `unit` names the steps in the rate shown: "frames/s".

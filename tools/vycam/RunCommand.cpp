@@ -42,7 +42,7 @@ void writeFiles(const StreamResult& result, const vysim_family& family, OutputFo
   folder.commit();
 }
 
-/// The switches as they stood during the run.
+/// The chain with its switches as they stood during the run.
 Chain chainDuringRun(const StreamResult& result, const StreamOptions& options) {
   Chain chain = result.chain;
   for (ChainLink& link : chain) {

@@ -35,7 +35,7 @@ bool isNumber(const std::string& text) {
   return !text.empty() && end == text.c_str() + text.size() && std::isfinite(number);
 }
 
-// The library reads a text that is no number as 0, so a slip of the finger has to be caught here.
+// The library would read a text that is no number as 0, so typing errors are caught here.
 void checkValue(const SchemaRow& row, const std::string& value) {
   if (row.isSwitch() || row.type == "boolean") {
     if (value != "0" && value != "1") {

@@ -21,14 +21,14 @@ struct SchemaRow {
 
 using Schema = std::vector<SchemaRow>;
 
-/// A Failure if a line does not have the seven columns.
+/// Reads a schema text. A line without the seven columns is a Failure.
 Schema parseSchema(std::string_view text);
 
 /// The row of that key, or null.
 const SchemaRow* findRow(const Schema& schema, std::string_view key);
 
-/// One value per row: those of `settings` ("FILTER#ITEM=VALUE"), and for all others the value that the schema shows. A
-/// setting that the schema lacks and a value that is no number are Failures.
+/// One value per row: from `settings` ("FILTER#ITEM=VALUE") where it is set there, else from the schema. A setting that
+/// the schema lacks is a Failure, and so is a value that is no number.
 std::vector<std::string> valuesFor(const Schema& schema, const std::vector<std::string>& settings);
 
 }  // namespace vycam

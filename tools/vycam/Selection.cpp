@@ -17,7 +17,7 @@ struct SensorName {
   const char* name;
 };
 
-// Number 9 has no published name, so it goes by its number.
+// Sensor type 9 has no published name, so its number stands for it.
 const SensorName kSensorNames[] = {
     {VY_SENSOR_DEPTH, "depth"},     {VY_SENSOR_COLOR, "color"},       {VY_SENSOR_IR, "ir"},
     {VY_SENSOR_IR_LEFT, "ir-left"}, {VY_SENSOR_IR_RIGHT, "ir-right"}, {VY_SENSOR_9, "9"},

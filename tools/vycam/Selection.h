@@ -20,16 +20,16 @@ std::vector<const vysim_family*> allFamilies();
 /// The family of that name; an unknown one is a Failure that lists the known ones.
 const vysim_family& parseFamily(const std::string& name);
 
-/// Every sensor type that a library may have a chain for.
+/// Every sensor type that the library may have a chain for.
 std::vector<VYSensorType> allSensors();
 /// The sensor of that name or number; an unknown one is a Failure that lists the known ones.
 VYSensorType parseSensor(const std::string& name);
 std::string sensorName(VYSensorType sensor);
 
-/// "640x480".
+/// Reads "640x480".
 FrameSize parseFrameSize(const std::string& text);
 
-/// The stream a family's cameras deliver for a sensor, or null.
+/// The stream that a family's cameras deliver for a sensor, or null.
 const vysim_stream* findStream(const vysim_family& family, VYSensorType sensor);
 
 }  // namespace vycam

@@ -87,7 +87,7 @@ StreamResult runStream(const Library& library, const StreamOptions& options, Pro
     }
     progress.step("frames/s");
   }
-  result.time = timing.report();  // before the decoder for the raw picture adds to the host's clock
+  result.time = timing.report();  // taken now: decoding the raw picture would add to the host's clock
   result.rawFacts = factsOf(raw.get());
   result.outputFacts = factsOf(result.output.get());
   result.raw = decodeForView(raw.get(), result.chain);
@@ -121,7 +121,7 @@ StreamPictures paintDepth(const StreamResult& result, const vysim_family& family
   const GreyImage output = greyPixels(result.output.get());
   pictures.raw = paintRaw(result, family);
   if (result.outputFacts.pixelType != VY_PIXEL_DEPTH) {
-    // The conversion to depth was switched off: there is nothing that the truth could share a scale with.
+    // The conversion to depth is switched off, so output and truth have no common scale.
     const Scale own = disparityScale(output, "output: disparity");
     const Scale truth = scaleFor({&*result.truth}, "truth: depth in mm");
     pictures.output = Picture::ofNumbers(output, own);

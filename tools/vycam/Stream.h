@@ -28,7 +28,7 @@ struct StreamOptions {
   std::optional<HardwareD2C> hardwareD2C;
 };
 
-/// What a run made; the images are those of the last frame.
+/// The results of a run; the images are those of the last frame.
 struct StreamResult {
   Chain chain;
   Schema schema;

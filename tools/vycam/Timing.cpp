@@ -16,8 +16,8 @@ double nanosecondsSince(Clock::time_point begin) {
   return static_cast<double>(std::chrono::duration_cast<std::chrono::nanoseconds>(Clock::now() - begin).count());
 }
 
-/// What a timed host call costs beyond the time that the host's clock reports for it: a cheap call, made many times.
-/// The quickest of several rounds counts, as whatever disturbs a round makes it slower.
+/// What a timed host call costs beyond the time that the host's clock reports, measured by many cheap calls. The
+/// quickest round counts, as disturbances only make a round slower.
 double measureClockCost() {
   constexpr int kRounds = 5;
   constexpr int kCallsPerRound = 4000;

@@ -26,10 +26,10 @@ struct TimeReport {
   std::vector<FilterTime> byFilter;
 };
 
-/// Times frames; one at a time, for the host's clock is there once.
+/// Times frames. Only one may live at a time, as the host has one clock.
 class Timing {
  public:
-  /// Finds out what the host's clock costs, and starts it.
+  /// Measures what the host's clock costs, and starts the clock.
   Timing();
   Timing(const Timing&) = delete;
   Timing& operator=(const Timing&) = delete;
