@@ -124,7 +124,7 @@ VY_FRAME_PROCESSOR_API const char* vy_frame_processor_get_config_schema(vy_frame
 
 /// Sets all published settings: one text per line of the schema, in the order of the lines. A text that strtol() reads
 /// as 1 switches a filter on, any other off; every other setting is what strtod() reads, 0 for a text that is no
-/// number. Values are not held against the published range here: the filter decides. Each value goes to the first
+/// number. Values are not compared with the published range: the filter decides. Each value goes to the first
 /// filter that reports the name of its key; one for an item that the filter does not have is skipped. A "#", a "," or a
 /// line feed in a filter's name garbles the lines, and so may a line feed in a description: std::invalid_argument or
 /// std::out_of_range may be thrown then, before anything is set.
