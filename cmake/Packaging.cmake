@@ -1,9 +1,11 @@
 # What `cmake --install` puts where, by component, and the Debian packages that CPack makes of the components.
 #
 #   runtime         the library                                             libvy-frame-processor1
-#   development     headers, CMake package, pkg-config file, examples       libvy-frame-processor-dev
+#   development     headers, CMake package, pkg-config file, documents,     libvy-frame-processor-dev
+#                   examples
 #   tools           vycam                                                   vycam
-#   simulated_host  libTavrixSDK.so that works without hardware, headers    tavrix-sdk-simulated
+#   simulated_host  libTavrixSDK.so that works without hardware, headers,   tavrix-sdk-simulated
+#                   its document
 #
 # A build against a host SDK has the first two.
 include(CMakePackageConfigHelpers)
@@ -39,7 +41,12 @@ install(FILES ${generated_dir}/vy_frame_processor.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 
 set(development_doc_dir ${CMAKE_INSTALL_DATAROOTDIR}/doc/libvy-frame-processor-dev)
-install(FILES ${PROJECT_SOURCE_DIR}/docs/integration.md DESTINATION ${development_doc_dir} COMPONENT development)
+# Folders as in the sources, so that the links among the documents lead somewhere; scripts/check-documents tries them.
+set(docs_dir ${PROJECT_SOURCE_DIR}/docs)
+install(FILES ${docs_dir}/integration.md ${docs_dir}/catalogue.md ${docs_dir}/settings.md ${docs_dir}/hardware-d2c.md
+  DESTINATION ${development_doc_dir}/docs COMPONENT development)
+install(FILES ${docs_dir}/images/lifetimes.svg ${docs_dir}/images/hardware-d2c-states.svg
+  DESTINATION ${development_doc_dir}/docs/images COMPONENT development)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${development_doc_dir} COMPONENT development)
 
 # ---- What needs the simulated host
@@ -50,6 +57,8 @@ if(TARGET tavrix_sdk)
   install(TARGETS tavrix_sdk LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT simulated_host)
   install(FILES ${PROJECT_SOURCE_DIR}/simhost/include/TavrixSDK.h ${PROJECT_SOURCE_DIR}/simhost/include/tavrix_sim.h
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT simulated_host)
+  install(FILES ${docs_dir}/simulated-host.md
+    DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/tavrix-sdk-simulated/docs COMPONENT simulated_host)
 endif()
 if(TARGET vycam)
   list(APPEND components tools)
@@ -90,7 +99,8 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS "tavrix-sdk-simulated")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libvy-frame-processor-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Frame processing extension of the Tavrix SDK - development files
-Headers, CMake package, pkg-config file, the guide to integration and an example.")
+Headers, CMake package, pkg-config file, the guides for a host's engineers and an
+example.")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${CPACK_DEBIAN_RUNTIME_PACKAGE_NAME} ${same_version}")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS "tavrix-sdk-simulated, pkg-config, cmake")
 

@@ -8,13 +8,16 @@
 ///    stores a host error object in it, which the caller deletes with vy_delete_error(); on success the slot is not
 ///    touched unless the function says otherwise. An error object that lies in the slot already is overwritten, not
 ///    deleted.
-///  - Errors of the library's own have status 1, exception type 4 and the failing function's name. Errors of host calls
-///    made on the way arrive in the same slot unchanged.
+///  - Errors of the library's own have status 1, exception type 4 and the failing function's name. Errors of the
+///    library's own filters name the operation that failed instead, and have type 9 where the operation is not offered.
+///    Errors of host calls made on the way arrive in the same slot unchanged.
 ///  - A null handle is an error, in the destroy functions too: "NULL pointer passed for argument".
-///  - Texts are C strings of bytes; numbers in texts follow the C library's current numeric locale.
-///  - No function catches exceptions: when memory runs out, std::bad_alloc reaches the caller, and what was half built
-///    is released. The destroy functions and frames on their way need no memory (unless a
-///    host names one of its filters with more than 255 characters).
+///  - Texts are C strings of bytes; numbers in texts follow the C library's current numeric locale. Only the scale that
+///    the host's "DepthResize" is configured with always has a point.
+///  - When memory runs out, std::bad_alloc reaches the caller, and what was half built is released. There are two
+///    exceptions: a filter of the library's own that cannot be made for want of memory is left out of its chain, and
+///    nothing is thrown while a filter is deleted. The destroy functions and frames on their way need no memory, unless
+///    a host names one of its filters with more than 255 characters. Other exceptions are named where they may come.
 ///  - The library starts no thread and calls the host only from within a call of its own. It holds no lock meanwhile.
 ///
 /// Thread words used below: *reentrant* means that calls on different handles may run at the same time; *thread-bound*
@@ -63,7 +66,7 @@ VY_FRAME_PROCESSOR_API vy_frame_processor_context_t* vy_create_frame_processor_c
 VY_FRAME_PROCESSOR_API void vy_destroy_frame_processor_context(vy_frame_processor_context_t* context, vy_error** error);
 
 /// Makes the processor of one sensor stream: creates, configures and switches the filters of the chain. A filter that
-/// the host cannot build is left out silently. Each call makes a new, independent processor.
+/// cannot be created, configured or switched is left out silently. Each call makes a new, independent processor.
 ///
 /// @param context      The camera's context.
 /// @param sensor_type  The sensor. One without a chain is not an error: the result is a handle without a processor, on
@@ -76,8 +79,8 @@ VY_FRAME_PROCESSOR_API vy_frame_processor_t* vy_create_frame_processor(vy_frame_
                                                                        VYSensorType sensor_type, vy_error** error);
 
 /// Destroys a processor and the host filters of its chain. The library's own filters (HardwareD2CProcessor, and the
-/// Special OpenNI family's DisparityTransform) are kept until the last context of the process is gone, so that each
-/// processor made adds to what is kept.
+/// Special OpenNI family's DisparityTransform) are kept until the last context of the process is gone. Each processor
+/// made adds to what is kept, and makes frames and settings of chains with such filters slower until then.
 ///
 /// @param processor  The handle; invalid afterwards.
 /// @param error      Error slot. Null handle.
@@ -89,23 +92,27 @@ VY_FRAME_PROCESSOR_API void vy_destroy_frame_processor(vy_frame_processor_t* pro
 /// Sends a frame through the enabled filters of the chain.
 ///
 /// @param processor  The processor.
-/// @param frame      The frame; lent for the call, its reference count is the same afterwards.
+/// @param frame      The frame; lent for the call. Its reference count is the same afterwards, unless the host's own
+///                   vy_frame_add_ref() or vy_delete_frame() reported an error on the way.
 /// @param error      Error slot. Null handle, empty handle or null frame; or the error of the filter that failed, which
 ///                   ends the chain. A filter that gives neither frame nor error also ends it and sets *error to null.
 /// @return A frame with one reference that the caller owns (vy_delete_frame()): the last filter's output, or a copy of
-///         `frame` when no filter ran, and when a filter gave neither frame nor error, whatever those before it
-///         produced. Null with the error of a filter that failed, or of a query that failed when no filter ran. A frame
-///         *and* an error when a filter returns both, or when an error that came up between two filters ends the chain:
-///         the frame is the caller's then, too. Null without an error when the host fails to make the copy.
+///         `frame` when no filter ran. A copy of `frame`, too, when a filter gave neither frame nor error: what those
+///         before it made is dropped. Null with the error of a filter that failed, or of a query that failed when no
+///         filter ran. A frame *and* an error when a filter returns both, or when an error that came up between two
+///         filters ends the chain: the frame is the caller's then, too. Null without an error when the host fails to
+///         make the copy.
 ///
 /// Thread-bound as far as the filters of the chain are.
 VY_FRAME_PROCESSOR_API vy_frame_t* vy_frame_processor_process_frame(vy_frame_processor_t* processor, vy_frame_t* frame,
                                                                     vy_error** error);
 
 /// The settings of the chain as CSV text without a header, one line a setting, columns separated by a comma and a
-/// space: key (filter name, "#", item index; index 255 is the filter's on/off switch), type ("integer", "float",
-/// "boolean"), minimum, maximum, step, value when the processor was made, description. The value of a boolean item, and
-/// its range, always read 0; a switch line shows 0, 1, 1 and whether the filter starts switched on.
+/// space: key (the name that the filter reports, "#", item index; index 255 is the filter's on/off switch), type
+/// ("integer", "float", "boolean"), minimum, maximum, step, value when the processor was made, description. Nothing is
+/// quoted: the description may hold ", " itself. Integers are plain, floats have six decimals. The value of a boolean
+/// item, and its range, always read 0; a switch line shows 0, 1, 1 and whether the filter starts switched on. A setting
+/// that the filter fails to tell about is not listed. Values that were set later do not show.
 ///
 /// @param processor  The processor.
 /// @param error      Error slot. Null or empty handle.
@@ -117,14 +124,15 @@ VY_FRAME_PROCESSOR_API const char* vy_frame_processor_get_config_schema(vy_frame
 
 /// Sets all published settings: one text per line of the schema, in the order of the lines. A text that strtol() reads
 /// as 1 switches a filter on, any other off; every other setting is what strtod() reads, 0 for a text that is no
-/// number. Values are not held against the published range here: the filter decides. A filter whose name or description
-/// holds
-/// "#" or a line feed garbles the lines, and std::invalid_argument or std::out_of_range may be thrown before anything
-/// is set.
+/// number. Values are not compared with the published range: the filter decides. Each value goes to the first
+/// filter that reports the name of its key; one for an item that the filter does not have is skipped. A "#", a "," or a
+/// line feed in a filter's name garbles the lines, and so may a line feed in a description: std::invalid_argument or
+/// std::out_of_range may be thrown then, before anything is set.
 ///
 /// @param processor  The processor.
 /// @param argc       How many texts there are; not consulted.
-/// @param argv       The texts; at least as many as the schema has lines. Lent for the call.
+/// @param argv       The texts; at least as many as the schema has lines. Neither it nor any text may be null. Lent for
+///                   the call.
 /// @param error      Error slot. Null or empty handle; or the error of the first filter that refuses a value: settings
 ///                   before it stay applied, those after it are not touched.
 ///
@@ -133,8 +141,11 @@ VY_FRAME_PROCESSOR_API void vy_frame_processor_update_config(vy_frame_processor_
                                                              const char** argv, vy_error** error);
 
 /// Hands hardware depth-to-colour parameters to the library's own filters in a depth processor's chain. The hardware
-/// D2C filter uses them from its next frame on; it starts switched off (setting "HardwareD2CProcessor#255"). On a
-/// processor of another sensor, or a chain without such a filter, the call does nothing and reports nothing.
+/// D2C filter starts switched off (setting "HardwareD2CProcessor#255"). From its next frame on it uses the parameters,
+/// and stamps them on what it puts out, with zero distortion and an identity extrinsic to colour. Switched on without
+/// parameters it stamps zeros. The output size is derived from that next frame: when the frame size changes later, hand
+/// the parameters over again. On a processor of another sensor, or a chain without such a filter, the call does nothing
+/// and reports nothing. Parameters that "DepthResize" refuses are not reported either.
 ///
 /// @param processor      The processor.
 /// @param intrinsic      Intrinsics to stamp on output frames, in pixels of the output.
@@ -145,8 +156,7 @@ VY_FRAME_PROCESSOR_API void vy_frame_processor_update_config(vy_frame_processor_
 /// @param pad_right      Border columns on the second side, likewise.
 /// @param pad_bottom     Border rows on the second side, likewise.
 /// @param apply_scale    True: frames come out at the scaled size. False: frames keep their size where the numbers
-/// allow
-///                       it, and the scale goes into the intrinsics and borders instead.
+///                       allow it, and the scale goes into the intrinsics and borders instead.
 /// @param reserved_flag  Kept with the parameters; without effect.
 /// @param error          Error slot. Null or empty handle.
 ///
@@ -160,8 +170,8 @@ VY_FRAME_PROCESSOR_API void vy_frame_processor_set_hardware_d2c_params(
 ///
 /// @param type   0: the Talon family, 3: Mirel, 6: Pellan. Any other type does nothing and reports nothing.
 /// @param data   Records of 4 bytes: vendor id, then product id, 16 bits each, little-endian. Copied.
-/// @param size   Bytes of `data`; an incomplete last record is ignored. A negative size of a known type throws
-///               std::length_error and leaves the list as it was.
+/// @param size   Bytes of `data`; an incomplete last record is ignored, so that 1 to 3 bytes empty the list. A negative
+///               size of a known type throws std::length_error and leaves the list as it was.
 /// @param error  Error slot. Null data or size 0, whatever the type: "Fail to set device info data".
 ///
 /// Not at the same time as itself or vy_create_frame_processor_context().

@@ -1,10 +1,11 @@
 /// The functions that drive the library's own filters, "HardwareD2CProcessor" and "DisparityTransform", with the shapes
 /// of the host's filter functions, so that a chain can hold either kind.
 ///
-/// Conventions are those of vy_frame_processor.h. A null handle or list is reported ("filter is nullptr", "config
-/// schema list is nullptr") under the function's own name; errors of the filters come under the name of the operation
-/// that failed. The result of a failed call is null, 0, false or a record of zero bytes, except where noted. These
-/// functions have C++ linkage.
+/// A host needs none of them. Conventions are those of vy_frame_processor.h. A null handle or list is reported ("filter
+/// is nullptr", "config schema list is nullptr") under the function's own name. Errors of the filters come under the
+/// name of the operation that failed ("filter_process", "setHardwareD2CParams", "getPrivateFilterName" and others),
+/// with exception type 9 where the hardware D2C filter does not offer the operation, 4 otherwise. The result of a
+/// failed call is null, 0, false or a record of zero bytes, except where noted. These functions have C++ linkage.
 ///
 /// A handle is what priv_create_filter() returned: the host filter inside the library's filter. It stays valid, deleted
 /// or not, until the last frame processor context of the process is gone; without a context it is dead at once. A live
@@ -23,7 +24,7 @@
 /// Makes a filter of the library by name. Both functions do the same and differ in the name they report errors under.
 /// @return The filter's handle, kept alive by the library. Null with "Failed to create filter,filter not found" for a
 ///         name that is not one of ours (or null), and with "Create filter failed" when the host cannot make the filter
-///         inside. Never throws.
+///         inside or memory runs out. Never throws.
 VY_FRAME_PROCESSOR_API vy_filter_t* priv_create_filter(const char* name, vy_error** error);
 VY_FRAME_PROCESSOR_API vy_filter_t* priv_create_private_filter(const char* name, vy_error** error);
 
@@ -42,7 +43,8 @@ VY_FRAME_PROCESSOR_API vy_filter_config_schema_list_t* priv_filter_get_config_sc
 VY_FRAME_PROCESSOR_API void priv_filter_delete_config_schema_list(vy_filter_config_schema_list_t* list,
                                                                   vy_error** error);
 
-/// Configures the filter from argc texts, lent for the call. The hardware D2C filter refuses any.
+/// Configures the filter from argc texts, lent for the call. The hardware D2C filter refuses any: "the number of params
+/// error", exception type 9.
 VY_FRAME_PROCESSOR_API void priv_filter_update_config(vy_filter_t* filter, uint8_t argc, const char** argv,
                                                       vy_error** error);
 /// Reads or writes one configuration item by name. The hardware D2C filter has none: 0 and no effect.
@@ -50,7 +52,8 @@ VY_FRAME_PROCESSOR_API double priv_filter_get_config_value(const vy_filter_t* fi
                                                            vy_error** error);
 VY_FRAME_PROCESSOR_API void priv_filter_set_config_value(vy_filter_t* filter, const char* name, double value,
                                                          vy_error** error);
-/// Resets the filter's state; the hardware D2C filter forgets its parameters (all zero).
+/// Resets the filter's state; the hardware D2C filter forgets its parameters: from then on it stamps zeros, until it
+/// gets others.
 VY_FRAME_PROCESSOR_API void priv_filter_reset(vy_filter_t* filter, vy_error** error);
 
 /// The filter's own switch, off at first. The host filter inside is not told.
@@ -59,7 +62,9 @@ VY_FRAME_PROCESSOR_API bool priv_filter_is_enabled(const vy_filter_t* filter, vy
 
 /// Runs the filter on a frame, which stays the caller's.
 /// @return A new reference that the caller owns. Null for a null frame (no error), and with the error when the host
-/// filter fails. A frame and an error when the hardware D2C filter cannot stamp its result.
+///         filter fails; a frame that came with it is released. A frame and an error when the hardware D2C filter
+///         cannot stamp its result. When the host filter gives neither, null: without an error from the disparity
+///         filter, with that of vy_frame_get_stream_profile() from the hardware D2C filter.
 VY_FRAME_PROCESSOR_API vy_frame_t* priv_filter_process(vy_filter_t* filter, const vy_frame_t* frame, vy_error** error);
 
 /// Length of a schema list that the disparity filter gave out; 0 for any other.
