@@ -212,7 +212,7 @@ void floor_delete_chain(const floor_chain* chain) {
   vy_error* error = NULL;
   for (const floor_link* link = chain->links; link != chain->links + chain->count; ++link) {
     if (link->is_own) {
-      floor_lookup(chain->registry, link->looked_up); /* the registry keeps the filter */
+      floor_lookup(chain->registry, link->looked_up);  // the registry keeps the filter
     } else {
       host.delete_filter(link->filter, &error);
     }
