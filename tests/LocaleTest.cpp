@@ -1,28 +1,19 @@
 // A host whose locale writes decimal commas: the resize arguments keep their point, all other numbers follow it.
-#include <clocale>
-#include <cstdlib>
-#include <filesystem>
-
 #include "d2c/HardwareD2CParams.h"
 #include "processor/FrameProcessor.h"
+#include "support/CommaLocale.h"
 #include "support/HostTest.h"
 
 namespace {
 
-/// With German numbers, from a locale that is compiled for the test where the system has none.
 class LocaleTest : public HostTest {
  protected:
   void SetUp() override {
-    if (std::setlocale(LC_NUMERIC, "de_DE.UTF-8") != nullptr) return;
-    const std::string folder = testing::TempDir() + "vyfp-locales";
-    std::filesystem::create_directories(folder);
-    const std::string command = "localedef -i de_DE -f UTF-8 '" + folder + "/de_DE.UTF-8' 2>/dev/null";
-    setenv("LOCPATH", folder.c_str(), 1);
-    if (std::system(command.c_str()) != 0 || std::setlocale(LC_NUMERIC, "de_DE.UTF-8") == nullptr) {
-      GTEST_SKIP() << "no German locale here: install the package locales";
-    }
+    if (!locale_.isSet()) GTEST_SKIP() << "no German locale here: install the package locales";
   }
-  void TearDown() override { std::setlocale(LC_NUMERIC, "C"); }
+
+ private:
+  const CommaLocale locale_;
 };
 
 TEST_F(LocaleTest, TheScaleKeepsItsPoint) {

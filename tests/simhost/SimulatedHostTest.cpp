@@ -7,6 +7,7 @@
 #include <thread>
 #include <vector>
 
+#include "support/CommaLocale.h"
 #include "tavrix_sim.h"
 
 namespace {
@@ -136,7 +137,7 @@ TEST_F(SimulatedHost, RefusesNullWrongAndDeadHandles) {
   }
   auto* deadFrame = static_cast<vy_frame_t*>(dead[VYSIM_FRAME]);
   EXPECT_EQ(vysim_frame_get_ref_count(deadFrame), 0);
-  for (int i = 0; i < 200; ++i) vy_delete_frame(makeFrame(), nullptr);  // it stays dead while others come and go
+  for (int i = 0; i < 256; ++i) vy_delete_frame(makeFrame(), nullptr);  // it stays dead while others come and go
   Slot slot;
   EXPECT_EQ(vy_video_frame_get_width(deadFrame, slot), 0U);
   EXPECT_EQ(slot.message(), "frame is dead: frame#2 was deleted before");
@@ -279,6 +280,20 @@ TEST_F(SimulatedHost, FiltersRefuseSettingsThatMakeNoSense) {
     vy_delete_filter_config_schema_list(list, nullptr);
     vy_delete_filter(filter, nullptr);
   }
+}
+
+TEST_F(SimulatedHost, ArgumentTextsHaveAPointWhateverTheLocale) {
+  const CommaLocale locale;
+  if (!locale.isSet()) GTEST_SKIP() << "no German locale here: install the package locales";
+  vy_filter_t* resize = makeFilter("DepthResize", true);
+  for (const auto& [scale, isNumber] : {std::pair("1.500000000", true), std::pair("0,5", false)}) {
+    const char* arguments[] = {"64", "48", scale, "0", "0", "0", "0"};
+    Slot slot;
+    vy_filter_update_config(resize, 7, arguments, slot);
+    EXPECT_EQ(slot.error == nullptr, isNumber) << slot.message();
+    EXPECT_EQ(vy_filter_get_config_value(resize, "Scale", nullptr), 1.5) << "after " << scale;
+  }
+  vy_delete_filter(resize, nullptr);
 }
 
 TEST_F(SimulatedHost, FiltersRefuseFramesThatTheyCannotWorkOn) {

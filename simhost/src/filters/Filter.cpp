@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <clocale>
 #include <cmath>
 #include <cstdlib>
 
@@ -27,10 +28,12 @@ std::vector<double> defaultsOf(const Schema& schema) {
   return values;
 }
 
+/// Reads a number with a decimal point, whatever the thread's locale is.
 double parseNumber(const std::string& filter, const SchemaItem& item, const char* text) {
+  static const locale_t kPointLocale = newlocale(LC_ALL_MASK, "C", nullptr);
   char* end = nullptr;
-  const double number = text != nullptr ? std::strtod(text, &end) : 0;
-  if ((text == nullptr) || end == text || *end != '\0') {
+  const double number = text != nullptr ? strtod_l(text, &end, kPointLocale) : 0;
+  if (text == nullptr || end == text || *end != '\0') {
     throw Failure(ExceptionType::invalidValue, fmt::format("{}: {} must be a number but is {}", filter, item.name,
                                                            text != nullptr ? fmt::format("\"{}\"", text) : "null"));
   }
