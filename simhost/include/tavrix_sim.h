@@ -39,7 +39,7 @@ typedef struct vysim_family {
   uint16_t vid;
   const uint16_t* pids;
   size_t pid_count;
-  int list_type;  ///< data type for which the host hands these ids to vy_set_device_info_data(); -1 = not at all
+  int list_type;  ///< type of the host's product-id list of the family, see vysim_device_list(); -1 = none
   const vysim_stream* streams;
   size_t stream_count;
   float focal_length_px;  ///< of the native depth stream

@@ -11,7 +11,7 @@
 namespace tavrix {
 namespace {
 
-/// The numbers of a packed record that begins with floats, as nobody may point at a member of it.
+/// Copies the floats that a packed record begins with, as no reference may be bound to them.
 std::vector<float> floatsOf(const void* record, size_t count) {
   std::vector<float> values(count);
   std::memcpy(values.data(), record, count * sizeof(float));

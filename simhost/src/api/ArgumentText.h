@@ -7,7 +7,7 @@
 
 namespace tavrix {
 
-/// An argument of an exported function, by name, for records and error objects.
+/// An argument of an exported function and its name, for records and error objects.
 template <typename Value>
 struct Argument {
   const char* name;
@@ -25,7 +25,7 @@ struct TextList {
   const char* const* texts;
 };
 
-/// Anything behind a handle: `FrameMirror#3`, `frame#1`, `frame#1 (dead)`, `null`.
+/// The text of a handle: `FrameMirror#3`, `frame#1`, `frame#1 (dead)`, `null`.
 std::string describeHandle(const void* handle);
 
 inline std::string describe(const vy_error* value) {
@@ -62,7 +62,7 @@ std::string describe(const VYCameraIntrinsic& value);
 std::string describe(const VYCameraDistortion& value);
 std::string describe(const VYExtrinsic& value);
 
-/// Appends `name: value`, after a comma where something stands before it.
+/// Appends `name: value`, with a comma before it where the text is not empty.
 void appendArgument(std::string& text, const char* name, const std::string& value);
 
 template <typename... Value>

@@ -8,14 +8,14 @@
 
 namespace tavrix {
 
-/// Stores a new error object in a slot, whatever the slot holds; a null slot drops it.
+/// Stores a new error object in a slot, over whatever the slot holds. Does nothing where the slot is null.
 void storeError(vy_error** slot, const char* function, const std::string& arguments, int exceptionType,
                 const char* message) noexcept;
 /// The same for the exception being handled.
 void storeCurrentException(vy_error** slot, const char* function, const ArgumentText& text) noexcept;
 void storeInjectedError(vy_error** slot, const char* function, const ArgumentText& text) noexcept;
 
-/// Stores an injected error when the call ends, or rather the call's own error where there is one.
+/// Stores an error when the call ends: the call's own, or an injected one where the call succeeded.
 class InjectedErrorAtEnd {
  public:
   InjectedErrorAtEnd(vy_error** slot, const char* function, ArgumentText text)
@@ -32,8 +32,8 @@ class InjectedErrorAtEnd {
   ArgumentText text_;
 };
 
-/// What is rarely needed stays out of the functions that every frame runs through. It takes bodies and arguments as
-/// copies, and bodies capture by value: nothing has to lie in memory then while nobody watches and nothing fails.
+// Code that is rarely needed stays out of the functions that every frame runs through. It takes bodies and arguments by
+// value, and bodies capture by value, so that they stay in registers while nobody watches and nothing fails.
 #define TAVRIX_OUT_OF_LINE __attribute__((noinline, cold))
 #define TAVRIX_IN_LINE inline __attribute__((always_inline))
 
@@ -42,7 +42,7 @@ TAVRIX_OUT_OF_LINE void storeException(const char* function, vy_error** slot, Ar
   storeCurrentException(slot, function, [&] { return argumentText(arguments...); });
 }
 
-/// Body of an exported vysim_ function: exceptions become an error object and the neutral value of the result.
+/// Runs the body of a vysim_ function. An exception becomes an error object and the neutral value of the result.
 template <typename Body, typename... Value>
 TAVRIX_IN_LINE auto guarded(const char* function, vy_error** slot, Body&& body, Argument<Value>... arguments) {
   using Result = decltype(body());
@@ -71,14 +71,14 @@ TAVRIX_OUT_OF_LINE auto watchedCall(const char* function, vy_error** slot, Body 
   return guarded(function, slot, body, arguments...);
 }
 
-/// Body of an exported vy_ function that has an error slot: as above, and under watch.
+/// Runs the body of a vy_ function that has an error slot: as guarded(), and watched.
 template <typename Body, typename... Value>
 TAVRIX_IN_LINE auto call(const char* function, vy_error** slot, Body&& body, Argument<Value>... arguments) {
   if (Watch::isOn()) return watchedCall(function, slot, body, arguments...);
   return guarded(function, slot, body, arguments...);
 }
 
-/// Body of an exported vy_ function without an error slot: watched, and failed only by orders that name it.
+/// Runs the body of a vy_ function without an error slot: watched, but only orders that name it let it fail.
 template <typename Body, typename... Value>
 auto callWithoutSlot(const char* function, Body&& body, Argument<Value>... arguments) {
   using Result = decltype(body());

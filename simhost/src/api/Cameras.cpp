@@ -15,7 +15,7 @@ using tavrix::resolve;
 
 namespace {
 
-/// The camera itself is locked inside, so that a handle to a const one will do.
+/// A const handle will do, as the camera locks itself.
 Camera& cameraOf(const vysim_camera* camera) {
   return resolve<Camera>(camera, "camera");
 }

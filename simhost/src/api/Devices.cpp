@@ -1,4 +1,4 @@
-// Exported functions of devices and what they say of themselves.
+// Exported functions of devices and device infos.
 #include "api/Call.h"
 #include "core/Device.h"
 

@@ -1,4 +1,4 @@
-// Exported functions of error objects. A null error is allowed everywhere and says nothing.
+// Exported functions of error objects. A null error is allowed everywhere.
 #include "api/Call.h"
 #include "core/HostError.h"
 
@@ -9,7 +9,7 @@ using tavrix::Ref;
 
 namespace {
 
-/// A field of an error; the neutral value for a null or dead one, as there is no slot to complain in.
+/// A field of an error. There is no slot for failures, so a null or dead error has the neutral value.
 template <typename Read>
 auto readError(const char* function, const vy_error* error, Read&& read) {
   return callWithoutSlot(
@@ -38,7 +38,7 @@ vy_error* vy_create_error(int status, const char* message, const char* function,
 }
 
 void vy_delete_error(vy_error* error) {
-  if (error == nullptr) return;  // nothing happens, so nothing is counted or recorded either
+  if (error == nullptr) return;  // not counted or recorded, as nothing happens
   callWithoutSlot(
       __func__, [&] { Ref<HostError>::release(error, "error"); }, arg("error", error));
 }

@@ -24,7 +24,7 @@ vy_filter_t* createFilter(const char* function, const char* name, bool isPrivate
       arg("name", name));
 }
 
-/// Runs a filter and books the time that it took, whatever comes of it.
+/// Runs a filter and notes the time that it took, even where it fails.
 TAVRIX_OUT_OF_LINE vy_frame_t* processTimed(Filter& filter, const tavrix::FrameLoan& input, vy_error** error) {
   struct Stopwatch {
     const Filter& filter;

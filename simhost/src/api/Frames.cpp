@@ -16,13 +16,13 @@ using tavrix::resolve;
 namespace {
 
 FrameRef makeZeroFrame(const FrameShape& shape, std::shared_ptr<tavrix::StreamProfile> profile, uint32_t number) {
-  tavrix::frameBytes(shape);
   if (shape.format != VY_FORMAT_RLE) {
     FrameRef frame = tavrix::makeFrame(shape, std::move(profile), number);
     std::memset(frame->data(), 0, frame->size());
     return frame;
   }
-  // Nothing but zero bytes would be no frame in this format.
+  tavrix::frameBytes(shape);  // throws for a size out of range
+  // Zero bytes are not a valid frame of this format.
   const std::vector<uint16_t> zeros(static_cast<size_t>(shape.width) * shape.height);
   const std::vector<uint8_t> bytes = tavrix::pixel::compressRuns(zeros.data(), zeros.size());
   FrameRef frame = tavrix::makeFrame(shape, std::move(profile), number, bytes.size());
@@ -98,7 +98,6 @@ vy_frame_t* vysim_create_frame(uint32_t width, uint32_t height, VYFormat format,
       __func__, error,
       [=] {
         const FrameShape shape{width, height, format, pixel_type};
-        tavrix::frameBytes(shape);  // a size that cannot be has no pinhole either
         auto profile = std::make_shared<tavrix::StreamProfile>(
             streamTypeOf(pixel_type), tavrix::plainIntrinsic(width, height), tavrix::Calibration{});
         return makeZeroFrame(shape, std::move(profile), 0).detach();

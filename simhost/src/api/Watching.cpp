@@ -19,9 +19,11 @@ void vysim_record_start(void) {
 void vysim_record_stop(void) {
   Watch::switchOff(Watch::kRecord);
 }
+
 size_t vysim_record_count(void) {
   return tavrix::records::count();
 }
+
 const char* vysim_record_at(size_t index) {
   return tavrix::records::at(index);
 }
@@ -42,12 +44,15 @@ void vysim_timing_start(void) {
 void vysim_timing_stop(void) {
   Watch::switchOff(Watch::kTiming);
 }
+
 size_t vysim_timing_filter_count(void) {
   return tavrix::timing::filterCount();
 }
+
 vysim_filter_time vysim_timing_filter_at(size_t index) {
   return tavrix::timing::filterAt(index);
 }
+
 void vysim_timing_total(uint64_t* calls, uint64_t* nanoseconds) {
   tavrix::timing::total(calls, nanoseconds);
 }
@@ -59,9 +64,11 @@ void vysim_fail_call(const char* function, uint64_t nth, vysim_fault fault) {
 void vysim_fail_clear(void) {
   tavrix::faults::clear();
 }
+
 uint64_t vysim_fail_count(void) {
   return tavrix::faults::doneCount();
 }
+
 uint64_t vysim_call_count(const char* function) {
   return tavrix::callCounts::of(function);
 }

@@ -16,9 +16,10 @@ namespace {
 
 constexpr uint32_t kLargestSide = 4096;
 constexpr uint32_t kLargestImageSide = 16384;
-// Where an output pixel lies just between two of the camera's, filters take the later one; rounding must not hide that.
+// Filters take the later of two camera pixels where an output pixel lies just between them. This much, added to the
+// place, keeps rounding errors from giving the earlier one.
 constexpr double kTie = 1e-9;
-constexpr float kColourRightMm = 22;  // the colour lens sits between the two others
+constexpr float kColourRightMm = 22;  // the colour lens sits between the lenses of a pair
 
 const vysim_stream& nativeDepthStream(const Family& family) {
   const vysim_stream* end = family.shown.streams + family.shown.stream_count;
@@ -60,7 +61,7 @@ std::unique_ptr<Scene> sceneOf(const vysim_camera_options& options) {
                                      : makeRoomScene();
 }
 
-/// Where a sensor sits, to the right of the depth sensor, which sees what the left lens sees.
+/// How far right of the depth sensor a sensor sits, in millimetres. The depth sensor sees what the left lens sees.
 float placeOf(VYSensorType sensor, const Family& family) {
   if (sensor == VY_SENSOR_COLOR) return kColourRightMm;
   return sensor == VY_SENSOR_IR_RIGHT ? family.shown.baseline_mm : 0.0F;
@@ -124,7 +125,7 @@ Camera::Stream Camera::makeStream(const vysim_stream& native, const vysim_camera
     stream.shown.width = options.width;
     stream.shown.height = options.height;
   }
-  // Other sizes than the native one show the same field of view.
+  // Every size shows the native field of view.
   const auto width = static_cast<float>(stream.shown.width);
   const auto height = static_cast<float>(stream.shown.height);
   const bool isColour = native.sensor == VY_SENSOR_COLOR;
@@ -145,7 +146,7 @@ Camera::Stream Camera::makeStream(const vysim_stream& native, const vysim_camera
   return stream;
 }
 
-/// Tells every profile where the other sensors are: all look the same way, side by side.
+/// Tells every profile where the other sensors are. All sit side by side and look the same way.
 void Camera::connectStreams() {
   for (const Stream& from : streams_) {
     for (const Stream& to : streams_) {
@@ -181,7 +182,7 @@ FrameRef Camera::makeColourFrame(const Stream& stream, uint32_t number) {
 }
 
 FrameRef Camera::makeInfraredFrame(const Stream& stream, uint32_t number) {
-  // The projector sits between the lenses of a pair, or at the end of the baseline where there is one lens only.
+  // The projector sits between the lenses of a pair, or at the end of the baseline where there is only one lens.
   const double side = stream.shown.sensor == VY_SENSOR_IR_RIGHT ? -0.5 : stream.shown.sensor == VY_SENSOR_IR ? 1 : 0.5;
   InfraredSensor sensor;
   sensor.dotScale = static_cast<double>(stream.view.lens.fx) * calibration_.baselineMm * side;
@@ -263,7 +264,7 @@ void Camera::truth(const Frame& frame, uint16_t* depthMm) {
   const PixelMap& map = frame.pixelMap();
   for (uint32_t y = 0; y < frame.height(); ++y) {
     for (uint32_t x = 0; x < frame.width(); ++x) {
-      // Half a pixel on, so that cutting off the fraction gives the pixel in which the place lies.
+      // Half a pixel is added, so that the whole part is the pixel in which the place lies.
       const double cameraX = map.cameraX(x, y) + 0.5 + kTie;
       const double cameraY = map.cameraY(x, y) + 0.5 + kTie;
       const bool isInside =

@@ -12,13 +12,13 @@
 
 namespace tavrix {
 
-/// A virtual camera: looks at a scene and makes the frames that its family delivers.
+/// A virtual camera. It looks at a scene and makes the frames of its family.
 class Camera {
  public:
   using Handle = vysim_camera;
   static constexpr Kind kKind = Kind::camera;
 
-  /// Throws Failure for options that make no sense.
+  /// Throws Failure for options out of range.
   Camera(const Family& family, const vysim_camera_options& options);
 
   const Ref<Device>& device() const { return device_; }
@@ -47,9 +47,9 @@ class Camera {
   FrameRef makeInfraredFrame(const Stream& stream, uint32_t number);
   FrameRef makeDepthFrame(const Stream& stream, uint32_t number);
   void addFlaws(const Stream& stream, uint32_t number);
-  /// A frame of the pixels in `pixels_`, encoded as the stream is.
+  /// Makes a frame of the pixels in `pixels_`, encoded as the stream demands.
   FrameRef encode(const Stream& stream, uint32_t number, pixel::BitOrder order) const;
-  /// True depth as the depth sensor could measure it, in `truth_`.
+  /// Fills `truth_` with the true depth, as far as the depth sensor can measure it.
   void renderTruth(const Stream& depthStream, uint32_t number);
 
   const Family& family_;
@@ -60,7 +60,7 @@ class Camera {
   const Ref<Device> device_;
   std::vector<Stream> streams_;
 
-  std::mutex mutex_;  // for what follows, and the streams' numbers
+  std::mutex mutex_;  // for what follows and for the streams' numbers
   std::vector<uint16_t> truth_;
   bool hasTruth_ = false;
   uint32_t truthNumber_ = 0;

@@ -9,8 +9,7 @@ namespace {
 
 constexpr uint16_t kVendor = 0x3E71;
 
-// Product ids. Those of the first three families are what the host hands over as lists; but for 416B, which belongs to
-// the Pellan family without being told.
+// Product ids. The host has lists of those of the first three families, without 416B.
 constexpr uint16_t kTalonIds[] = {0x0351, 0x0355};
 constexpr uint16_t kMirelIds[] = {0x0361, 0x0362};
 constexpr uint16_t kPellanIds[] = {0x0371, 0x0372, 0x416B};
@@ -43,8 +42,6 @@ constexpr auto kDepth = VY_PIXEL_DEPTH;
 constexpr auto kIntensity = VY_PIXEL_INTENSITY;
 constexpr auto kColor = VY_PIXEL_COLOR;
 
-const VYSensorType kSensor9 = static_cast<VYSensorType>(9);  // in use without a published name
-
 const vysim_stream kTalonStreams[] = {
     {VY_SENSOR_DEPTH, 848, 480, VY_FORMAT_Y14, kDisparity, kLsb14},
     {VY_SENSOR_COLOR, 1280, 720, VY_FORMAT_RGB, kColor, kRgb},
@@ -62,7 +59,7 @@ const vysim_stream kPellanStreams[] = {
     {VY_SENSOR_COLOR, 1280, 720, VY_FORMAT_RGB, kColor, kRgb},
     {VY_SENSOR_IR_LEFT, 1280, 800, VY_FORMAT_Y8, kIntensity, kGrey},
     {VY_SENSOR_IR_RIGHT, 1280, 800, VY_FORMAT_Y8, kIntensity, kGrey},
-    {kSensor9, 1280, 800, VY_FORMAT_Y8, kIntensity, kGrey},
+    {VY_SENSOR_9, 1280, 800, VY_FORMAT_Y8, kIntensity, kGrey},
 };
 const vysim_stream kCorvidStreams[] = {
     {VY_SENSOR_DEPTH, 1280, 800, VY_FORMAT_Y16, kDisparity, kLateWords},
@@ -99,7 +96,7 @@ const vysim_stream kNormalOpenNiStreams[] = {
 
 constexpr int kNoList = -1;
 
-/// What a family has of its own; the rest follows from it.
+/// See vysim_family.
 struct Optics {
   float focalLengthPx, baselineMm;
   int subPixelBits;
@@ -124,9 +121,8 @@ std::vector<Family> makeFamilies() {
   const auto msb = pixel::BitOrder::msbFirst;
   const auto lsb = pixel::BitOrder::lsbFirst;
   const auto mipi = pixel::BitOrder::mipi;
-  // Focal length, baseline and fraction bits are chosen so that the nearest depth of interest, half a metre, just fits
-  // the bits. Then: bit order, largest raw value, speckle size and difference, depth scale and offset, raster offset,
-  // and whether infrared images are mirrored, which the chains of those families put right.
+  // Focal length, baseline and fraction bits are such that the disparity of half a metre, the nearest depth of
+  // interest, just fits the bits of a pixel. The numbers behind them stand in the order of Family's members.
   return {
       {shown("Talon", kTalonIds, 0, kTalonStreams, {430, 50, 8}), lsb, 16383, 25, 256, 0.985, 12, 0},
       {shown("Mirel", kMirelIds, 3, kMirelStreams, {920, 55, 5}), msb, 4095, 25, 512, 1, 0, 0},

@@ -9,8 +9,8 @@ namespace {
 
 enum Purpose : uint32_t { kDot = 200, kNoise };
 
-/// Light of the dot pattern at a place of the projector's image: cells of some pixels, in most of them one dot. Places
-/// may be left of the image's edge, by less than its width.
+/// Light of the dot pattern at a place of the projector's image. The image is divided into square cells, most of which
+/// hold one dot. `place` may be negative, down to -65536.
 int dotAt(int place, uint32_t row, uint32_t cell) {
   const auto column = static_cast<uint32_t>(place + 65536);
   const uint32_t bits = hash(column / cell, row / cell, kDot);
@@ -27,7 +27,7 @@ void makeInfraredPicture(const Scene& scene, const View& view, uint32_t frameNum
   const uint32_t width = view.lens.width;
   const size_t count = static_cast<size_t>(width) * view.lens.height;
   scratch.resize(count);
-  // Depth is needed to place the dots; it waits where the picture goes.
+  // The depth, which places the dots, waits in `pixels` until the picture overwrites it.
   scene.render(view, frameNumber, {pixels, scratch.data(), nullptr});
   const uint32_t cell = 4 + width / 800;
   const uint32_t seed = hash(frameNumber, sensor.sensorCode, kNoise);

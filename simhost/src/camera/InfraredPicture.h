@@ -7,15 +7,15 @@
 
 namespace tavrix {
 
-/// What an infrared sensor has of its own.
+/// Properties of an infrared sensor.
 struct InfraredSensor {
-  double dotScale;      ///< disparity in pixels * depth of the projector's dots, as this sensor sees it; 0 = no dots
+  double dotScale;      ///< disparity of a projected dot in pixels, times its depth in millimetres; 0 = no dots
   uint16_t largest;     ///< brightness
   bool isClean;         ///< no noise
-  uint32_t sensorCode;  ///< tells the noise of one sensor from that of another
+  uint32_t sensorCode;  ///< gives each sensor a noise of its own
 };
 
-/// Makes an infrared image: the scene by lamp light, with projected dots, and noise. Reuses `scratch`.
+/// Makes an infrared image: the scene by lamp light, projected dots, and noise. `scratch` keeps memory between calls.
 void makeInfraredPicture(const Scene& scene, const View& view, uint32_t frameNumber, const InfraredSensor& sensor,
                          uint16_t* pixels, std::vector<uint8_t>& scratch);
 

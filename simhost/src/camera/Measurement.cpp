@@ -5,7 +5,7 @@
 namespace tavrix {
 namespace {
 
-// The chains' filters drop what is farther, unless they are set otherwise.
+// The filters of the chains drop what is farther, unless they are set otherwise.
 constexpr double kFarthestMm = 10000;
 
 }  // namespace
@@ -27,10 +27,10 @@ uint16_t Measurement::convert(int depthMm, int largestRaw) const {
   if (!isStereo_) return static_cast<uint16_t>(depthMm);
   const double believed = believedDepth(depthMm);
   if (believed < 1) return 0;
-  const double raw = std::floor(scale_ / believed + 0.5) - calibration_.disparityOffset;
+  const double raw = std::floor(scale_ / believed + 0.5);
   if (raw < 1 || raw > largestRaw) return 0;
-  // Rounded to the next step the depth may lie beyond what the filters keep.
-  const double back = std::floor(scale_ / (raw + calibration_.disparityOffset) + 0.5);
+  // The rounded disparity may stand for a depth beyond what the filters keep.
+  const double back = std::floor(scale_ / raw + 0.5);
   return back > kFarthestMm ? uint16_t{0} : static_cast<uint16_t>(raw);
 }
 
@@ -48,7 +48,7 @@ double Measurement::toleranceMm(uint16_t depthMm) const {
   if (!isStereo_) return kRounding;
   const double believed = believedDepth(depthMm);
   if (believed < 1) return kRounding;
-  // The step on the far side is the wider one. Less than half a step of disparity means infinitely far.
+  // Half a step less of disparity makes a larger difference than half a step more, and may mean infinitely far.
   const double raw = scale_ / believed;
   const double farthest = raw > 0.5 ? scale_ / (raw - 0.5) : 65535;
   const double measured = farthest - believed + kRounding;

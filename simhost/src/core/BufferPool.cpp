@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::align_val_t kAlignment{64};
 constexpr size_t kGranule = 4096;
-// A chain holds a handful of frames at a time; more than this waits only after a burst.
+// A chain holds a handful of frames at a time. Only a burst leaves more buffers idle.
 constexpr size_t kMostIdle = 32;
 
 struct IdleBuffer {
@@ -34,7 +34,7 @@ size_t roundUp(size_t size) {
   return (size + kGranule - 1) / kGranule * kGranule;
 }
 
-/// The warmest idle buffer of exactly that capacity, or none.
+/// Takes the idle buffer of a capacity that was used last, as it is the warmest; null where there is none.
 uint8_t* takeIdle(size_t capacity) {
   Pool& all = pool();
   const std::lock_guard<std::mutex> lock(all.mutex);
@@ -47,7 +47,7 @@ uint8_t* takeIdle(size_t capacity) {
   return nullptr;
 }
 
-/// Hands a buffer to the pool; what it has to give up for that, or null.
+/// Hands a buffer to the pool. Returns the buffer that the pool gives up for it, or null.
 uint8_t* giveBack(const IdleBuffer& buffer) {
   Pool& all = pool();
   const std::lock_guard<std::mutex> lock(all.mutex);

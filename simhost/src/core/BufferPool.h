@@ -5,8 +5,8 @@
 
 namespace tavrix {
 
-/// Bytes for pixels, aligned to a cache line, from a pool of those that dead frames gave back. What is in them is left
-/// over from their last use.
+/// Memory for pixels, aligned to a cache line. It comes from a pool that takes back the memory of dead frames, so it
+/// holds what its last user left in it.
 class PixelBuffer {
  public:
   explicit PixelBuffer(size_t size);

@@ -5,10 +5,10 @@
 namespace tavrix {
 namespace {
 
-// Sizes that a camera could have; the intrinsic holds them in 16 signed bits.
+// Pixels. An intrinsic holds sizes in 16 signed bits.
 constexpr uint32_t kLargestSide = 16384;
 
-/// How the pixels of a format lie in a row: groups of pixels, each group in whole bytes or the row rounded up to them.
+/// How the pixels of a format lie in a row. Every row takes whole bytes.
 struct Layout {
   VYFormat format;
   const char* name;
@@ -28,7 +28,7 @@ constexpr Layout kLayouts[] = {
     {VY_FORMAT_RLE, "16-bit run-length compressed", 0, 1},
 };
 
-// Frames of codes without a meaning can be made, to see what becomes of them; they hold a word a pixel.
+// Tests make frames of codes without a meaning, to see what filters do with them.
 constexpr Layout kUnknownLayout{VY_FORMAT_UNKNOWN, "unknown", 16, 1};
 
 const Layout& layoutOf(VYFormat format) {

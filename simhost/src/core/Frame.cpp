@@ -25,7 +25,7 @@ FrameRef makeFrame(const FrameShape& shape, std::shared_ptr<StreamProfile> profi
 }
 
 FrameRef makeOutput(const Frame& input, const FrameShape& shape, size_t bytes) {
-  // Its own profile: who sets an intrinsic on an output does not mean the other frames of the camera.
+  // The output has a profile of its own, so that an intrinsic set there does not show on other frames.
   FrameRef output = makeFrame(shape, std::make_shared<StreamProfile>(*input.profile()), input.number(), bytes);
   output->setPixelMap(input.pixelMap());
   return output;
@@ -34,7 +34,7 @@ FrameRef makeOutput(const Frame& input, const FrameShape& shape, size_t bytes) {
 void placeOutput(Frame& output, const Frame& input, const PixelMap& step) {
   output.setPixelMap(input.pixelMap().after(step));
 
-  // The inverse of the step takes the principal point and the focal lengths along.
+  // The intrinsic moves as the pixels do, by the inverse of the step.
   const double determinant = step.xx * step.yy - step.xy * step.yx;
   const double inverseXx = step.yy / determinant;
   const double inverseXy = -step.xy / determinant;

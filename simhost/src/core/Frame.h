@@ -9,15 +9,15 @@
 
 namespace tavrix {
 
-/// Where the pixels of a frame come from: an affine map from the centre of a pixel of the frame (whole numbers) to the
-/// place in the camera's image. The identity for raw frames.
+/// Where the pixels of a frame come from: an affine map to places in the camera's image. Whole numbers are centres of
+/// pixels. Raw frames have the identity.
 struct PixelMap {
   double xx = 1, xy = 0, x0 = 0;
   double yx = 0, yy = 1, y0 = 0;
 
   double cameraX(double x, double y) const { return xx * x + xy * y + x0; }
   double cameraY(double x, double y) const { return yx * x + yy * y + y0; }
-  /// The map of an output whose pixels lie in this map's frame where `step` says.
+  /// The map of an output of this map's frame, where `step` maps the output's pixels to those of the frame.
   PixelMap after(const PixelMap& step) const;
 };
 
@@ -28,10 +28,10 @@ struct FrameShape {
   VYPixelType pixelType = VY_PIXEL_DISPARITY;
 };
 
-/// Bytes of a frame. Throws Failure for a shape that cannot be; 0 for run-length compressed ones, which vary.
+/// Bytes of a frame; 0 for a run-length compressed one, whose size varies. Throws Failure for a size out of range.
 size_t frameBytes(const FrameShape& shape);
 
-/// Bytes of one pixel for Y16, Y8 and RGB; 0 for formats whose pixels have no bytes of their own.
+/// Bytes of a pixel of Y16, Y8 and RGB; 0 for the other formats, whose pixels share bytes.
 size_t bytesPerPixel(VYFormat format);
 
 /// "12-bit packed"; "unknown" for a code that means nothing here.
@@ -45,7 +45,7 @@ class Frame {
   using Handle = vy_frame_t;
   static constexpr Kind kKind = Kind::frame;
 
-  /// Pixels hold whatever was there before.
+  /// The pixels are not set.
   Frame(const FrameShape& shape, size_t bytes, std::shared_ptr<StreamProfile> profile, uint32_t number);
 
   const FrameShape& shape() const { return shape_; }
@@ -75,17 +75,18 @@ class Frame {
 using FrameRef = Ref<Frame>;
 using FrameLoan = Loan<Frame>;
 
-/// A frame of unset pixels; `bytes` 0 = as many as the shape needs.
+/// Makes a frame without setting its pixels. `bytes` 0 = as many as the shape needs.
 FrameRef makeFrame(const FrameShape& shape, std::shared_ptr<StreamProfile> profile, uint32_t number, size_t bytes = 0);
 
-/// A frame for what a filter makes of `input`: its number and pixel map, a copy of its profile, unset pixels.
+/// Makes a frame for a filter's output, with the input's number and pixel map and a copy of its profile. The pixels are
+/// not set.
 FrameRef makeOutput(const Frame& input, const FrameShape& shape, size_t bytes = 0);
 
-/// Notes on an output, just made by makeOutput(), that its pixels lie in the input where `step` says: composes the
-/// pixel map and adapts the intrinsic. The axes of `step` may be swapped, mirrored and scaled, not slanted.
+/// Adapts pixel map and intrinsic of an output of makeOutput(), where `step` maps its pixels to those of the input. A
+/// step may swap, mirror and scale the axes, but not slant them.
 void placeOutput(Frame& output, const Frame& input, const PixelMap& step);
 
-/// The same frame once more, with pixels and profile of its own.
+/// Copies a frame with its pixels and its profile.
 FrameRef copyFrame(const Frame& input);
 
 }  // namespace tavrix

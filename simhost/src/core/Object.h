@@ -13,7 +13,7 @@
 
 namespace tavrix {
 
-/// Kinds of objects behind handles: those of vysim_kind, and those that nobody counts.
+/// Kinds of objects behind handles: those of vysim_kind, and cameras, which vysim_live_count() leaves out.
 enum class Kind : uint32_t {
   device = VYSIM_DEVICE,
   deviceInfo = VYSIM_DEVICE_INFO,
@@ -29,8 +29,8 @@ enum class Kind : uint32_t {
 /// "frame", "stream_profile" ...
 const char* kindName(Kind kind);
 
-/// What every handle points at. Headers are made once and never go away, so that a handle can be asked whether its
-/// object is alive however long it is dead; the object itself lies behind the header and comes and goes.
+/// What every handle points at. A header is never freed, so that the handle of a dead object can be read and refused.
+/// The object lies behind its header, which serves one object after the other.
 struct ObjectHeader {
   static constexpr uint32_t kMark = 0x7A57C0DE;
 
@@ -51,7 +51,7 @@ struct ObjectHeader {
     }
     return false;
   }
-  /// Drops a reference; what is left, or -1 when the object was dead already.
+  /// Drops a reference. Returns how many are left, or -1 where the object was dead already.
   int32_t release() {
     int32_t count = references.load(std::memory_order_relaxed);
     while (count > 0) {
@@ -63,18 +63,19 @@ struct ObjectHeader {
   }
 };
 
-/// Throws the Failure that tells what is wrong with a handle of which an object of `expected` kind was wanted.
+/// Throws the Failure that tells why a handle is not that of a living object of the `expected` kind.
 [[noreturn]] void refuseHandle(const ObjectHeader* header, Kind expected, const char* argument);
 
-/// The dead of one kind, reused in the order in which they died, and only when enough others have died since.
+/// The slots of one kind whose objects are dead. They are reused in the order in which their objects died.
 class Graveyard {
  public:
-  /// The slot that has been dead longest, or null when a new one has to be made.
+  /// Takes the slot that has been dead longest; null where a new one has to be made.
   ObjectHeader* takeOldest() noexcept;
-  /// Puts a slot that holds no object in line.
+  /// Puts a slot without an object at the end of the queue.
   void putBack(ObjectHeader* slot) noexcept;
-  /// Marks a slot as holding a living object with one reference, or as having lost it.
+  /// Marks a slot as holding a living object with one reference.
   void birth(ObjectHeader* slot) noexcept;
+  /// Puts a slot whose object has just died at the end of the queue.
   void bury(ObjectHeader* slot) noexcept;
 
   size_t liveCount() const { return live_.load(std::memory_order_relaxed); }
@@ -83,7 +84,8 @@ class Graveyard {
   static Graveyard& of(Kind kind);
 
  private:
-  // A use after delete is found as long as the slot waits here.
+  // Slots that always wait. A use after delete is found until this many others of the kind have died. More would find
+  // it for longer, but cost memory and fresh allocations.
   static constexpr size_t kQuarantine = 256;
 
   std::mutex mutex_;
@@ -94,7 +96,7 @@ class Graveyard {
   std::atomic<uint32_t> serials_{0};
 };
 
-/// Header and room for an object. Never freed: dead slots stay reachable through the graveyard.
+/// A header and room for an object. Slots are never freed; the graveyard keeps the dead ones.
 template <typename T>
 struct Slot {
   ObjectHeader header{T::kKind};
@@ -113,7 +115,7 @@ T& resolve(const typename T::Handle* handle, const char* argument) {
   return *slot->object();
 }
 
-/// One reference to an object. Move-only; a further reference is asked for by name.
+/// One reference to an object. It cannot be copied: share() and retain() add a reference.
 template <typename T>
 class Ref {
  public:
@@ -137,22 +139,21 @@ class Ref {
   static Ref make(Arg&&... arguments);
   /// Takes over a reference that the caller owns.
   static Ref adopt(Handle* handle) { return Ref(slotOf(handle)); }
-  /// A reference more to the object of a handle; throws Failure when that is dead.
+  /// Adds a reference to the object of a handle. Throws Failure as resolve() does.
   static Ref retain(const Handle* handle, const char* argument);
-  /// Drops the reference that a handle stands for; throws Failure when the object is dead.
+  /// Drops the reference that a handle stands for. Throws Failure as resolve() does.
   static void release(const Handle* handle, const char* argument);
 
-  /// References held on an object; throws Failure when it is dead.
+  /// How many references are held on an object. Throws Failure as resolve() does.
   static int32_t count(const Handle* handle, const char* argument) {
     resolve<T>(handle, argument);
     return slotOf(handle)->header.references.load(std::memory_order_relaxed);
   }
 
-  explicit operator bool() const { return slot_ != nullptr; }
   T& operator*() const { return *slot_->object(); }
   T* operator->() const { return slot_->object(); }
 
-  /// The handle, the reference staying here.
+  /// The handle. The reference stays here.
   Handle* handle() const { return reinterpret_cast<Handle*>(slot_); }
   /// The handle together with the reference.
   Handle* detach() { return reinterpret_cast<Handle*>(std::exchange(slot_, nullptr)); }
@@ -172,13 +173,13 @@ class Ref {
   Slot<T>* slot_ = nullptr;
 };
 
-/// Use of an object for the length of a call, under the reference of the caller: the count stays as it is.
+/// An object for the length of a call. The caller's reference keeps it alive, so the count need not change.
 template <typename T>
 class Loan {
  public:
   using Handle = typename T::Handle;
 
-  /// Throws Failure unless the handle's object is alive and of the right kind.
+  /// Throws Failure as resolve() does.
   Loan(const Handle* handle, const char* argument) : handle_(handle), object_(resolve<T>(handle, argument)) {}
 
   const T& operator*() const { return object_; }

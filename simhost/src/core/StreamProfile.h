@@ -10,18 +10,17 @@
 
 namespace tavrix {
 
-/// What the host knows of the sensor behind a stream. Geometry filters leave it alone: it describes the raw stream.
+/// What the host knows of the sensor behind a stream. It describes the raw stream, so geometry filters leave it alone.
 struct Calibration {
   double focalLengthPx = 0;
-  double baselineMm = 0;    ///< 0 where the stream does not carry disparity
-  int subPixelBits = 0;     ///< fraction bits of the raw disparity
-  int disparityOffset = 0;  ///< raw steps to add to a raw disparity
-  double depthScale = 1;    ///< depth-to-depth correction: true = measured * scale + offset
+  double baselineMm = 0;  ///< 0 where the stream does not carry disparity
+  int subPixelBits = 0;   ///< fraction bits of the raw disparity
+  double depthScale = 1;  ///< depth-to-depth correction: true = measured * scale + offset
   double depthOffsetMm = 0;
   uint32_t rasterOffset = 0;  ///< pixels by which the image is read out late
 };
 
-/// Description of a stream, shared by frames. The settable part is locked, as several threads may hold its frames.
+/// The description of a stream, shared by frames. What can be set is locked, as several threads may hold frames of it.
 class StreamProfile {
  public:
   StreamProfile(VYStreamType type, const VYCameraIntrinsic& intrinsic, const Calibration& calibration);
@@ -57,7 +56,7 @@ struct ProfileHandle {
   std::shared_ptr<StreamProfile> profile;
 };
 
-/// A pinhole that looks straight ahead, 60 degrees or so wide, for an image of a size.
+/// A pinhole for an image of a size. It looks straight ahead and is about 60 degrees wide.
 VYCameraIntrinsic plainIntrinsic(uint32_t width, uint32_t height);
 
 }  // namespace tavrix

@@ -3,8 +3,11 @@
 #include <fmt/core.h>
 
 #include <algorithm>
+#include <iterator>
 #include <map>
 #include <mutex>
+#include <optional>
+#include <string>
 
 #include "filters/DefinedFilter.h"
 #include "filters/DisparityFilters.h"
@@ -54,6 +57,7 @@ std::optional<vysim_filter_definition> findDefinition(const char* name) {
   return found->second;
 }
 
+/// Throws Failure where a private filter is asked for as a public one, or the reverse.
 void checkWay(const char* name, bool filterIsPrivate, bool askedForPrivate) {
   if (filterIsPrivate == askedForPrivate) return;
   throw Failure(ExceptionType::notFound,

@@ -8,7 +8,8 @@
 /// All filters that can be created by name: those of the host, and those that a test or a tool defined.
 namespace tavrix::catalogue {
 
-/// Throws Failure for a name that is unknown, or that belongs to the other way of creation.
+/// Makes a filter. Throws Failure for an unknown name, and where a private filter is asked for as a public one or the
+/// reverse.
 std::unique_ptr<Filter> create(const char* name, bool isPrivate);
 void define(const vysim_filter_definition& definition);
 void dropDefinitions();

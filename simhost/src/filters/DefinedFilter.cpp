@@ -28,7 +28,7 @@ void DefinedFilter::updateConfig(size_t /*count*/, const char* const* /*texts*/)
 FrameRef DefinedFilter::process(const FrameLoan& input, vy_error** error) {
   if (definition_.process == nullptr) return input.share();
   if (error != nullptr) return FrameRef::adopt(definition_.process(definition_.user, input.handle(), error));
-  vy_error* unwanted = nullptr;  // definitions may rely on a slot
+  vy_error* unwanted = nullptr;  // definitions are promised a slot
   FrameRef output = FrameRef::adopt(definition_.process(definition_.user, input.handle(), &unwanted));
   if (unwanted != nullptr) Ref<HostError>::adopt(unwanted).reset();
   return output;

@@ -5,13 +5,13 @@
 
 namespace tavrix {
 
-/// A filter made from a definition that a test or a tool gave.
+/// A filter from the definition of a test or a tool.
 class DefinedFilter final : public Filter {
  public:
   explicit DefinedFilter(const vysim_filter_definition& definition);
 
   const char* reportedName() const override;
-  /// The host does not know what the arguments mean: all are welcome, and none is kept.
+  /// Ignores the arguments, as the host does not know what they mean.
   void updateConfig(size_t count, const char* const* texts) override;
   FrameRef process(const FrameLoan& input, vy_error** error) override;
 

@@ -25,7 +25,7 @@ enum Item : size_t {
   kItemCount
 };
 
-// In the order of Item. The public filter offers the first items only, the OpenNI kind all of them.
+// In the order of Item. The public filter offers the first four items, the OpenNI kind all of them.
 constexpr SchemaItem kItems[kItemCount] = {
     {"DepthUnit", kFloat, 0.1, 10, 0.1, 1, "millimetres that one step of the output stands for"},
     {"MinDisparity", kInt, 1, 65535, 1, 1, "smallest disparity that counts as a measurement, in raw steps"},
@@ -61,9 +61,9 @@ class DisparityTransform final : public Filter {
   }
 
  private:
-  /// A live value, or the default of an item that this filter does not offer.
+  /// A live value; the default of an item that this filter does not offer.
   double offered(Item item) const { return item < schema().size() ? setting(item) : kItems[item].def; }
-  /// A live value that stands for the camera's own when it is 0.
+  /// A live value; the camera's own where it is 0.
   double overriding(Item item, double camera) const { return offered(item) != 0 ? offered(item) : camera; }
 
   pixel::DisparityParameters parametersFor(const Calibration& calibration) const {
@@ -77,7 +77,7 @@ class DisparityTransform final : public Filter {
                       name(), calibration.focalLengthPx, calibration.baselineMm));
     }
     parameters.subPixelBits = static_cast<int>(overriding(kSubPixelBits, calibration.subPixelBits));
-    parameters.disparityOffset = calibration.disparityOffset + static_cast<int>(offered(kDisparityOffset));
+    parameters.disparityOffset = static_cast<int>(offered(kDisparityOffset));
     parameters.unitMm = offered(kDepthUnit);
     parameters.minDisparity = static_cast<uint16_t>(offered(kMinDisparity));
     parameters.minDepthMm = offered(kMinDepth);

@@ -6,7 +6,7 @@
 
 namespace tavrix {
 
-/// Disparity to depth in millimetres; the OpenNI kind lets every parameter be set.
+/// Disparity to depth. The OpenNI kind offers every parameter as an item.
 std::unique_ptr<Filter> makeDisparityTransform(const std::string& name);
 std::unique_ptr<Filter> makeOpenNiDisparityTransform(const std::string& name);
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <vector>
@@ -10,7 +11,8 @@
 
 namespace tavrix {
 
-/// A configuration item of a filter. Texts are static, or as long-lived as the definition that they come from.
+/// A configuration item of a filter: a VYFilterConfigSchemaItem that is not packed, so that references can be bound to
+/// its members. Texts are static, or belong to the definition of the filter.
 struct SchemaItem {
   const char* name;
   VYFilterConfigValueType type;
@@ -20,7 +22,7 @@ struct SchemaItem {
 
 using Schema = std::vector<SchemaItem>;
 
-/// A filter: a named set of live values, and what it does to frames. One filter is for one thread at a time.
+/// A filter: live values of configuration items, and what it does to frames. One filter is for one thread at a time.
 class Filter {
  public:
   Filter(std::string name, Schema schema);
@@ -28,31 +30,32 @@ class Filter {
   Filter(const Filter&) = delete;
   Filter& operator=(const Filter&) = delete;
 
-  /// The name that it was created by, and the one that it goes by (null is possible).
+  /// The name that it was created by.
   const std::string& name() const { return name_; }
+  /// The name that it gives itself.
   virtual const char* reportedName() const { return name_.c_str(); }
 
   bool isEnabled() const { return enabled_; }
   void enable(bool enabled) { enabled_ = enabled; }
 
   const Schema& schema() const { return schema_; }
-  /// The schema as text: a line an item, `name,type,min,max,step,default,description`.
+  /// The schema as text, a line an item: `name,type,min,max,step,default,description`.
   const char* schemaText();
 
   double value(const char* item) const;
   void setValue(const char* item, double value);
-  /// Takes one text an item, in the order of the schema: either all of them make sense, or nothing changes.
+  /// Takes a text for each item, in the order of the schema. Throws Failure, and changes nothing, where one is refused.
   virtual void updateConfig(size_t count, const char* const* texts);
-  /// Back to how it was made; the switch stays as it is.
+  /// Puts all values back to their defaults. The switch stays as it is.
   void reset();
 
-  /// Makes the output. Never changes the input; may return it once more where nothing is to do. `error` is for filters
-  /// that get an error object from elsewhere; those of the host throw Failure.
+  /// Makes the output. Where nothing is to do, the input itself may be the output. The host's filters throw Failure;
+  /// `error` is for filters from outside, which make error objects.
   virtual FrameRef process(const FrameLoan& input, vy_error** error) = 0;
 
  protected:
   double setting(size_t item) const { return values_[item]; }
-  /// Throws Failure when values, each of them within its range, do not go together.
+  /// Throws Failure where values that are each within their range do not go together.
   virtual void checkTogether(const std::vector<double>&) const {}
 
  private:

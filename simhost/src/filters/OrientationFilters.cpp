@@ -9,7 +9,7 @@ void requireWholeBytes(const Filter& filter, const Frame& frame) {
   requireFormat(filter, frame, {VY_FORMAT_Y16, VY_FORMAT_Y8, VY_FORMAT_RGB}, "Y16, Y8 and RGB frames");
 }
 
-/// Where the pixels of an image of a size, turned clockwise, lie in the image.
+/// Maps the pixels of an image that was turned clockwise to those of the image before, which has the given size.
 PixelMap turnStep(int degrees, uint32_t width, uint32_t height) {
   const double right = width - 1.0;
   const double bottom = height - 1.0;

@@ -48,7 +48,7 @@ class NoiseRemoval final : public Filter {
   }
 
  private:
-  /// The limit for the frame's size: an island covers as many pixels more or less as the image has.
+  /// The limit for the frame's size: the same share of the image's area as at the reference size.
   uint32_t sizeLimit(const Frame& frame) const {
     const double area = static_cast<double>(frame.width()) * frame.height();
     const double limit = setting(0) * area / (setting(2) * setting(3)) + 0.5;

@@ -14,7 +14,7 @@ constexpr double kLargestSide = 16384;
 
 enum Item : size_t { kWidth, kHeight, kScale, kLeft, kRight, kTop, kBottom };
 
-// In the order of the arguments of the configuration. Sizes of 0 are the state before any configuration.
+// In the order of the configuration's arguments. Both sizes are 0 before the first configuration.
 const Schema kItems = {
     {"OutputWidth", kInt, 0, kLargestSide, 1, 0, "width of the output in pixels; 0 passes frames on as they are"},
     {"OutputHeight", kInt, 0, kLargestSide, 1, 0, "height of the output in pixels; 0 passes frames on as they are"},
@@ -31,7 +31,7 @@ class DepthResize final : public Filter {
 
   FrameRef process(const FrameLoan& input, vy_error** /*error*/) override {
     requireFormat(*this, *input, {VY_FORMAT_Y16}, "Y16 frames");
-    // A copy, as clients set intrinsics on what this filter returns.
+    // Clients set intrinsics on the output, so it must not be the input.
     if (setting(kWidth) == 0 && setting(kHeight) == 0) return copyFrame(*input);
     checkTogether({setting(kWidth), setting(kHeight), setting(kScale)});
     checkSide("wide", input->width(), setting(kWidth), setting(kLeft), setting(kRight));
@@ -64,8 +64,8 @@ class DepthResize final : public Filter {
   }
 
  private:
-  /// The scaled frame and the borders must make up the output. A pixel more or less comes from the rounding of the
-  /// scale in the text of the configuration.
+  /// Throws Failure unless the scaled frame and the borders make up the output. One pixel of difference is allowed, as
+  /// the scale has been rounded to become a text.
   void checkSide(const char* side, uint32_t input, double output, double before, double after) const {
     const double scaled = std::floor(input * setting(kScale));
     if (std::abs(scaled + before + after - output) <= 1) return;
@@ -76,7 +76,7 @@ class DepthResize final : public Filter {
                     name(), output, side, input, side, setting(kScale), before, after, scaled + before + after));
   }
 
-  /// Where the centres of output pixels lie in the input.
+  /// Maps output pixels to places in the input.
   PixelMap step() const {
     const double inverse = 1 / setting(kScale);
     const double x0 = (0.5 - setting(kLeft)) * inverse - 0.5;

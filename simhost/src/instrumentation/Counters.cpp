@@ -22,7 +22,7 @@ struct FilterTime {
 
 struct Times {
   std::mutex mutex;
-  std::deque<FilterTime> filters;  // a deque, as the names given out stay where they are while it grows
+  std::deque<FilterTime> filters;  // a deque, so that names given out stay where they are while it grows
   uint64_t calls = 0;
   uint64_t nanoseconds = 0;
 };

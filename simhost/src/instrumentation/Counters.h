@@ -11,7 +11,7 @@ namespace tavrix {
 namespace callCounts {
 
 void add(const char* function, bool canFail);
-/// Of one function, or of all that can fail (null).
+/// How often a function was called; null: any function that can fail.
 uint64_t of(const char* function);
 void clear();
 

@@ -47,7 +47,7 @@ std::optional<vysim_fault> onCall(const char* function, bool canFail) {
     if (each->callsLeft > 1) {
       --each->callsLeft;
     } else if (due == orders.waiting.end()) {
-      due = each;  // any other order due at this call stays due for the next one
+      due = each;  // another order that is due now waits for the next call
     }
   }
   if (due == orders.waiting.end()) return std::nullopt;

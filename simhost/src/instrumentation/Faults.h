@@ -9,7 +9,7 @@
 namespace tavrix::faults {
 
 void order(const char* function, uint64_t nth, vysim_fault fault);
-/// What a call that is just made has to suffer, if anything; advances every order that it counts for.
+/// The fault of a call that is just made, if it is to have one. Counts the call for every waiting order.
 std::optional<vysim_fault> onCall(const char* function, bool canFail);
 void clear();
 void clearDoneCount();

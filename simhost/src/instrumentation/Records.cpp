@@ -8,7 +8,7 @@ namespace {
 
 struct Records {
   std::mutex mutex;
-  std::deque<std::string> texts;  // a deque, as its elements stay where they are while it grows
+  std::deque<std::string> texts;  // a deque, so that texts given out stay where they are while it grows
 };
 
 Records& all() {

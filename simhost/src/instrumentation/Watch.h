@@ -11,11 +11,11 @@
 
 namespace tavrix {
 
-/// Makes the text of a call's arguments, when somebody wants it.
+/// Makes the text of a call's arguments.
 using ArgumentText = std::function<std::string()>;
 
-/// The watch over one call of a host function: counts, records, times it, and says whether it has to go wrong. Calls
-/// ask isOn() first, so that nothing of this costs more than one load while nobody watches.
+/// Watches one call of a host function: counts, records and times it, and tells whether it has to go wrong. Calls ask
+/// isOn() first, so that watching costs one load while nobody wants it.
 class Watch {
  public:
   enum Reason : uint32_t { kRecord = 1, kCount = 2, kFaults = 4, kTiming = 8 };
@@ -39,7 +39,7 @@ class Watch {
   }
 
   std::optional<vysim_fault> fault_;
-  std::optional<std::chrono::steady_clock::time_point> start_;  // of the outermost timed call of the thread
+  std::optional<std::chrono::steady_clock::time_point> start_;  // set for the outermost timed call of a thread
 };
 
 }  // namespace tavrix

@@ -15,7 +15,7 @@ uint16_t convert(const DisparityParameters& parameters, int raw) {
   const int disparity = raw + parameters.disparityOffset;
   if (raw == 0 || raw < parameters.minDisparity || disparity <= 0) return parameters.holeValue;
 
-  double depth = depthOfDisparity(parameters, disparity);
+  double depth = parameters.focalLengthPx * parameters.baselineMm * (1 << parameters.subPixelBits) / disparity;
   const double millimetres = roundHalfUp(depth);
   if (millimetres < parameters.minDepthMm) return parameters.holeValue;
   if (millimetres > parameters.maxDepthMm) {
@@ -33,10 +33,6 @@ bool DisparityParameters::operator==(const DisparityParameters& other) const {
          disparityOffset == other.disparityOffset && minDisparity == other.minDisparity && unitMm == other.unitMm &&
          minDepthMm == other.minDepthMm && maxDepthMm == other.maxDepthMm && holeValue == other.holeValue &&
          keepFar == other.keepFar;
-}
-
-double depthOfDisparity(const DisparityParameters& parameters, int raw) {
-  return parameters.focalLengthPx * parameters.baselineMm * (1 << parameters.subPixelBits) / raw;
 }
 
 void DisparityTable::update(const DisparityParameters& parameters) {

@@ -17,7 +17,7 @@ void mirrorRow(const uint8_t* input, uint8_t* output, size_t width) {
   for (size_t x = 0; x < width; ++x) copyPixel<kBytes>(last - x * kBytes, output + x * kBytes);
 }
 
-// Pixels of a tile side: small enough for rows of the one image and columns of the other to stay in the cache.
+// Side of a tile in pixels. Rows of one image and columns of the other stay in the cache together.
 constexpr uint32_t kTile = 32;
 
 /// Steps in bytes from an output pixel's source to that of its right and its lower neighbour.
@@ -54,7 +54,7 @@ void turn(const uint8_t* input, uint8_t* output, uint32_t width, uint32_t height
 
 constexpr uint32_t kNoSource = UINT32_MAX;
 
-/// Index in the input, `size` long, of the pixel in which the centre of an output pixel lies.
+/// Index of the input pixel, of `size` in a row or column, in which the centre of an output pixel lies.
 uint32_t sourceIndex(uint32_t output, int border, double scale, uint32_t scaledSize, uint32_t size) {
   const int64_t inScaled = static_cast<int64_t>(output) - border;
   if (inScaled < 0 || inScaled >= scaledSize) return kNoSource;
@@ -62,7 +62,7 @@ uint32_t sourceIndex(uint32_t output, int border, double scale, uint32_t scaledS
   return std::min(index, size - 1);
 }
 
-/// Whole pixels of a scaled side. Single precision, as those who compute the output's size for it do.
+/// Whole pixels of a scaled side, in single precision, as the frame processor library computes the output's size.
 uint32_t scaledSize(uint32_t size, double scale) {
   const float scaled = static_cast<float>(size) * static_cast<float>(scale);
   return scaled < 65536.0F ? static_cast<uint32_t>(scaled) : 65536;
@@ -93,7 +93,7 @@ void rotate(const uint8_t* input, uint8_t* output, uint32_t width, uint32_t heig
   if (degrees == 0) {
     std::memcpy(output, input, static_cast<size_t>(width) * height * bytesPerPixel);
   } else if (degrees == 180) {
-    // The same as reversing the image as one long row.
+    // Turned by 180 degrees, the image is itself as one long row, reversed.
     mirror(input, output, width * height, 1, bytesPerPixel);
   } else {
     const bool clockwise = degrees == 90;

@@ -19,11 +19,11 @@ struct ResizeParameters {
   uint32_t outputWidth = 0;
   uint32_t outputHeight = 0;
   double scale = 1;  ///< above 0
-  int left = 0;      ///< empty columns before the scaled image; columns cut off it where negative
-  int top = 0;       ///< the same for rows
+  int left = 0;      ///< empty columns left of the scaled image; negative: columns cut off
+  int top = 0;       ///< the same for rows above it
 };
 
-/// Memory of resize(), kept by the caller from one image to the next.
+/// Memory that resize() reuses from one image to the next.
 struct ResizeScratch {
   std::vector<uint32_t> columns;
 };

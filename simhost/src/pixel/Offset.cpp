@@ -6,7 +6,7 @@
 namespace tavrix::pixel {
 namespace {
 
-/// Pixels of an image, and of those that are still there after a shift.
+/// How many pixels an image has, and how many a shift loses and keeps.
 struct Extent {
   Extent(uint32_t width, uint32_t height, uint32_t shift)
       : all(static_cast<size_t>(width) * height), lost(std::min<size_t>(shift, all)), kept(all - lost) {}

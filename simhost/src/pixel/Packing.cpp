@@ -35,7 +35,7 @@ Bytes8 spreadLsb(Bytes8 word) {
   return (pairs & kFirst) | (pairs >> kBits & kFirst) << 16;
 }
 
-/// The same for pixels the first of which has the highest bits.
+/// The same where the first pixel has the highest bits.
 template <int kBits>
 Bytes8 spreadMsb(Bytes8 word) {
   const Bytes8 pairs = (word >> (2 * kBits) & lowBits(2 * kBits)) | (word & lowBits(2 * kBits)) << 32;
@@ -43,7 +43,7 @@ Bytes8 spreadMsb(Bytes8 word) {
   return (pairs >> kBits & kFirst) | (pairs & kFirst) << 16;
 }
 
-/// Unpacks whole groups, as many as can be read eight bytes at a time before `end`; returns the pixels done.
+/// Unpacks whole groups, as long as eight bytes can be read at a time before `end`. Returns how many pixels are done.
 template <int kBits, bool kMsbFirst>
 uint32_t unpackGroups(const uint8_t* bytes, const uint8_t* end, uint16_t* pixels, uint32_t width) {
   constexpr int kSecondByte = 4 * kBits / 8;
@@ -97,7 +97,7 @@ uint32_t packGroups(const uint16_t* pixels, uint8_t* bytes, uint32_t width) {
   return done;
 }
 
-/// The fast way for the sizes that cameras use; the slow way does what these leave.
+/// Unpacks whole groups of the pixel sizes that cameras use. Returns how many pixels are done.
 uint32_t unpackFast(Packing packing, const uint8_t* bytes, const uint8_t* end, uint16_t* pixels, uint32_t width) {
   const bool msb = packing.order == BitOrder::msbFirst;
   switch (packing.bits) {
@@ -134,7 +134,7 @@ uint32_t packFast(Packing packing, const uint16_t* pixels, uint8_t* bytes, uint3
   }
 }
 
-/// Unpacks pixels from the start of a byte on, byte by byte.
+/// Unpacks pixels of any size, byte by byte, from the start of a byte on.
 void unpackSlowly(Packing packing, const uint8_t* bytes, uint16_t* pixels, uint32_t width) {
   uint32_t buffer = 0;
   int held = 0;

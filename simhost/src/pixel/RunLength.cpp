@@ -8,10 +8,10 @@ namespace {
 
 constexpr size_t kLongestRecord = 0x7FFF;
 constexpr unsigned kLiteralMark = 0x8000;
-// A shorter run inside of other pixels would cost as much as it saves.
+// Shorter runs stay with the pixels around them, as their record would cost as much as it saves.
 constexpr size_t kShortestRun = 3;
 
-// Words are little-endian in the data, as pixels are in memory on every target of this system.
+// The data's words are little-endian, as is the memory of every target of this system.
 void appendWords(std::vector<uint8_t>& bytes, const uint16_t* words, size_t count) {
   const size_t size = bytes.size();
   bytes.resize(size + count * sizeof(uint16_t));
@@ -43,7 +43,7 @@ std::string atByte(size_t position) {
 
 std::vector<uint8_t> compressRuns(const uint16_t* pixels, size_t count) {
   std::vector<uint8_t> bytes;
-  // The worst case, all literals, so that the vector never moves.
+  // Room for the worst case, all literals, so that the vector never moves.
   bytes.reserve((count + count / kLongestRecord + 1) * sizeof(uint16_t));
   size_t literals = 0;
   for (size_t i = 0; i < count;) {

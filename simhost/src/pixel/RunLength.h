@@ -7,14 +7,14 @@
 
 namespace tavrix::pixel {
 
-// Run-length code of 16-bit pixels. The data is a sequence of little-endian 16-bit words, made of records that start
-// with a control word: its low 15 bits are a count, never 0. With the top bit clear one word follows, a pixel that is
-// repeated `count` times; with the top bit set `count` words follow, which are the pixels. Records cross rows; they end
-// when all pixels of the image are told.
+// Run-length code of 16-bit pixels. The data is a sequence of records of little-endian 16-bit words. A record begins
+// with a control word, whose low 15 bits are a count, never 0. With the top bit clear, one word follows: a pixel that
+// is repeated that many times. With the top bit set, that many words follow: the pixels themselves. A record may cross
+// rows; the last one ends with the image.
 
 std::vector<uint8_t> compressRuns(const uint16_t* pixels, size_t count);
 
-/// Fills `pixels` with exactly `count` pixels. Returns what is wrong with the data, or an empty text; pixels after a
+/// Fills `pixels` with `count` pixels. Returns an empty text, or what is wrong with the data; the pixels after the
 /// fault are left as they were.
 std::string decompressRuns(const uint8_t* bytes, size_t size, uint16_t* pixels, size_t count);
 

@@ -41,7 +41,7 @@ void unite(std::vector<Run>& runs, uint32_t a, uint32_t b) {
   runs[first].size += runs[second].size;
 }
 
-/// Whether some pixels of a run and of one in the row above, one over the other, belong together.
+/// Whether a pixel of a run belongs together with the pixel above it, in a run of the row above.
 bool touch(const uint16_t* pixels, const Run& above, const Run& run, uint32_t width, int maxDifference) {
   const uint32_t begin = std::max(above.begin + width, run.begin);
   const uint32_t end = std::min(above.end + width, run.end);
@@ -62,7 +62,7 @@ void uniteRows(const uint16_t* pixels, std::vector<Run>& runs, uint32_t above, u
     if (firstAbove != firstOfRow && touch(pixels, runs[above], runs[row], width, maxDifference)) {
       unite(runs, firstAbove, firstOfRow);
     }
-    // On to the pair that overlaps next: whichever run ends first is done with.
+    // The run that ends first overlaps no further run.
     if (runs[above].end + width < runs[row].end) {
       ++above;
     } else {
@@ -85,7 +85,7 @@ void removeSpeckles(uint16_t* pixels, uint32_t width, uint32_t height, uint32_t 
     uniteRows(pixels, runs, above, row, width, maxDifference);
     above = row;
   }
-  // An island's first run comes before its others, so one step leads from each run to it.
+  // The parent of a run comes before it and already points at the island's first run, so one step leads there.
   for (Run& run : runs) {
     run.parent = runs[run.parent].parent;
     if (runs[run.parent].size <= maxSize) std::fill(pixels + run.begin, pixels + run.end, uint16_t{0});

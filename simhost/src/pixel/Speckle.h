@@ -5,11 +5,11 @@
 
 namespace tavrix::pixel {
 
-/// Memory of removeSpeckles(), kept by the caller from one image to the next.
+/// Memory that removeSpeckles() reuses from one image to the next.
 struct SpeckleScratch {
   struct Run {
     uint32_t begin, end;  ///< pixels of the image, counted row by row
-    uint32_t parent;      ///< a run of the same island that comes earlier; this one where it is the island's first
+    uint32_t parent;      ///< an earlier run of the same island; the run itself where it is the island's first
     uint32_t size;        ///< pixels of the island, kept in its first run
   };
   std::vector<Run> runs;

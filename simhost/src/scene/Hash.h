@@ -4,7 +4,7 @@
 
 namespace tavrix {
 
-/// Bits that look random and are the same for the same value on every target.
+/// Random-looking bits. The same value gives the same bits on every target.
 constexpr uint32_t hash(uint32_t value) {
   value ^= value >> 16;
   value *= 0x7FEB352DU;
@@ -14,7 +14,7 @@ constexpr uint32_t hash(uint32_t value) {
   return value;
 }
 
-/// The same for a place, or any two numbers, and what the bits are for.
+/// The same for two numbers. Bits for another purpose are other bits.
 constexpr uint32_t hash(uint32_t a, uint32_t b, uint32_t purpose) {
   return hash(a + hash(b + hash(purpose)));
 }

@@ -37,19 +37,19 @@ class ImageScene final : public Scene {
 
   uint16_t at(uint32_t x, uint32_t y) const { return depth_[static_cast<size_t>(y) * width_ + x]; }
 
-  /// Slope between two places `steps` pixels apart, nearly 0 to 1; 0 over a hole or an edge.
+  /// Slope between two places `steps` pixels apart, between -1 and 1; 0 over a hole or an edge.
   static float slope(int before, int after, int depth, float steps) {
     if (before == 0 || after == 0 || std::abs(after - before) > depth / 8) return 0;
-    // A surface at 45 degrees changes by depth / focal length a pixel; focal lengths are near 500 pixels here.
+    // The depth of a surface at 45 degrees changes by depth / focal length a pixel. Focal lengths are near 500.
     const float steep = static_cast<float>(after - before) * 500.0F / (static_cast<float>(depth) * steps);
     return steep / std::sqrt(1 + steep * steep);
   }
 
-  /// The image has no brightness of its own: surfaces are shaded by their slopes, and darker far away.
+  /// Shade of a place. Surfaces are shaded by their slopes and darker far away, as the image has no brightness.
   int shadeAt(uint32_t x, uint32_t y) const {
     const int depth = at(x, y);
     if (depth == 0) return 12;
-    const uint32_t reach = 1 + width_ / 200;  // far enough for the noise of the image not to show
+    const uint32_t reach = 1 + width_ / 200;  // so far that the noise of the image does not show
     const auto steps = static_cast<float>(2 * reach);
     const float across = slope(at(x > reach ? x - reach : 0, y), at(std::min(x + reach, width_ - 1), y), depth, steps);
     const float down = slope(at(x, y > reach ? y - reach : 0), at(x, std::min(y + reach, height_ - 1)), depth, steps);

@@ -7,7 +7,7 @@
 
 namespace tavrix {
 
-/// Millimetres: x to the right, y down, z forward. Or a colour: red, green, blue from 0 to 1.
+/// A place in millimetres (x to the right, y down, z forward), or a colour (red, green and blue, from 0 to 1).
 struct Vector {
   float x, y, z;
 };
@@ -44,7 +44,7 @@ enum class Pattern { plain, wood, stripes, checker };
 struct Body {
   Shape shape;
   Vector centre;
-  Vector half;  ///< half the sides of a box; for the round shapes x is the radius, for a cylinder y half the height
+  Vector half;  ///< of a box: half its sides; of a round shape: x is the radius, and y half the height of a cylinder
   Turn turn;
   Vector colour;
   Pattern pattern;
@@ -63,7 +63,7 @@ struct Panel {
   bool holds(float x, float y) const { return x > left && x < right && y > top && y < bottom; }
 };
 
-/// All that is in the room at one moment, and where the camera is.
+/// The room at one moment: what is in it, and where the camera is.
 struct Room {
   static constexpr float kLeft = -2300, kRight = 2300, kFloor = 1100, kCeiling = -1300, kBack = 4600;
   static constexpr float kCorridorBack = 5700;
@@ -79,7 +79,7 @@ struct Room {
 
 Room layOutRoom(uint32_t frameNumber);
 
-/// A line of sight and how far along it, in units of the direction, something is seen.
+/// A line of sight. What is seen lies at eye + direction * depth.
 struct Sight {
   Vector eye, direction;
   float depth;
@@ -92,7 +92,7 @@ class RowTracer {
 
   void trace(uint32_t row);
 
-  /// Of the row traced last, by column.
+  // Of the row that was traced last, by column.
   const std::vector<int32_t>& surfaces() const { return surfaces_; }
   const std::vector<float>& depths() const { return depths_; }
   Sight sight(uint32_t column) const {
@@ -124,9 +124,9 @@ class RowTracer {
   std::vector<int32_t> surfaces_;
 };
 
-/// Colour of what is seen of a surface, by the light of the room.
+/// Colour of a surface where the line of sight ends, by the light of the room.
 Vector paintColour(const Room& room, int32_t surface, const Sight& sight);
-/// Its brightness by the lamp beside the camera, from 0 on; above 1 is too bright for the sensor.
+/// Brightness of the same place by the lamp beside the camera, from 0 on. Above 1, it is too bright for the sensor.
 float paintBrightness(const Room& room, int32_t surface, const Sight& sight);
 
 }  // namespace tavrix

@@ -4,7 +4,7 @@
 namespace tavrix {
 namespace {
 
-/// From -1 to 1 and back in `period` frames, softly: a wave without trigonometry.
+/// A soft wave from -1 to 1 and back in `period` frames. It needs no trigonometry, which differs between targets.
 float swing(uint32_t frame, uint32_t period, uint32_t start) {
   const float phase = static_cast<float>((frame + start) % period) / static_cast<float>(period);
   const float triangle = phase < 0.5F ? 4 * phase - 1 : 3 - 4 * phase;
@@ -17,7 +17,7 @@ Turn turnByHalfTangent(float tangent) {
   return {(1 - square) / (1 + square), 2 * tangent / (1 + square)};
 }
 
-/// Steadily round by a quarter in `period` frames; a square box looks the same after that.
+/// A steady turn, by a quarter in `period` frames. A square box then looks as it did before.
 Turn quarterTurn(uint32_t frame, uint32_t period) {
   return turnByHalfTangent(0.41421356F * static_cast<float>(frame % period) / static_cast<float>(period));
 }

@@ -18,12 +18,12 @@ Vector unit(const Vector& v) {
   return v * (1 / std::sqrt(dot(v, v)));
 }
 
-/// Number of the stripe of a width in which a place lies. Places are within some metres of 0.
+/// Number of the stripe, `width` wide, in which a place lies. Places are within a thousand stripes of 0.
 int stripe(float place, float width) {
   return static_cast<int>(place / width + 1024) - 1024;
 }
 
-/// From 0 to 1, the same for the same two numbers.
+/// A random-looking number from 0 to 1, always the same for the same arguments.
 float chance(int a, int b) {
   return static_cast<float>(hash(static_cast<uint32_t>(a), static_cast<uint32_t>(b), 1) & 255) / 255;
 }
@@ -124,7 +124,7 @@ Vector bodyNormal(const Body& body, const Vector& local) {
   return {0, 0, local.z < 0 ? -1.0F : 1.0F};
 }
 
-/// How much light is left on a level place below bodies: soft spots, deeper the closer a body hovers over it.
+/// How much light bodies leave on a level place below them. Their soft shadows are deeper the closer a body is.
 float shadowOnLevel(const Room& room, const Vector& point) {
   float light = 1;
   for (const Body& body : room.bodies) {
@@ -143,7 +143,7 @@ float shadowOnLevel(const Room& room, const Vector& point) {
   return light;
 }
 
-/// Light is scarce in corners: what is left at a distance from the next wall.
+/// How much light is left at a distance from the next wall, as corners are darker.
 float cornerLight(float distance) {
   return 0.55F + 0.45F * std::min(1.0F, (std::max(distance, 0.0F) + 20) / 420);
 }

@@ -1,4 +1,4 @@
-// Rays against the walls and bodies of the room, a row at a time, in loops that the compiler turns into vectors.
+// Rays against the walls and bodies of the room, a row at a time, in loops that the compiler can vectorise.
 #include <algorithm>
 #include <cmath>
 
@@ -15,12 +15,12 @@ inline float safe(float value) {
   return std::abs(value) < 1e-6F ? small : value;
 }
 
-/// Whether both are true, without the branch that would keep a loop from becoming vectors.
+/// Whether both are true, without a branch, which would keep a loop from being vectorised.
 inline bool both(bool a, bool b) {
   return (static_cast<unsigned>(a) & static_cast<unsigned>(b)) != 0;
 }
 
-/// Radius of a ball about the centre that holds a body.
+/// Radius of the ball about its centre that holds a body.
 float reach(const Body& body) {
   switch (body.shape) {
     case Shape::sphere:
@@ -36,7 +36,7 @@ struct Interval {
   uint32_t begin, end;
 };
 
-/// Pixels on which something from `low` to `high` off the axis, `near` to `far` away, can appear.
+/// The pixels that can show something `low` to `high` off the axis and `near` to `far` away.
 Interval project(float low, float high, float near, float far, float focal, float centre, uint32_t size) {
   const auto limit = static_cast<float>(size);
   const float first = centre + focal * low / (low < 0 ? near : far) - 1;

@@ -11,8 +11,8 @@ namespace {
 
 enum Purpose : uint32_t { kStep = 100, kPatch, kPatchEdge, kSpeckle, kSpeckleShape };
 
-/// Clears what the right lens of a pair does not see. A pixel appears in the right image `disparity` to the left; it is
-/// hidden where a pixel further right, of something nearer, appears in that place or left of it.
+/// Clears what the right lens of a pair does not see. The right image shows a pixel further left, by its disparity. The
+/// pixel is hidden where a pixel that was right of it, being nearer, shows in the same place or further left.
 void clearHidden(uint16_t* row, uint32_t width, int subPixelBits) {
   int leftmost = INT_MAX;
   for (uint32_t x = width; x-- > 0;) {
@@ -37,7 +37,7 @@ void clearEdges(uint16_t* row, uint32_t width) {
   }
 }
 
-/// A step up for one pixel in four, a step down for another.
+/// Raises one pixel in four by a step, and lowers another.
 void addSteps(uint16_t* row, uint32_t width, uint32_t seed, int largest) {
   for (uint32_t x = 0; x < width; ++x) {
     const uint32_t bits = hash(x + seed) & 3;
@@ -85,13 +85,13 @@ void clearPatches(const Image& image, uint32_t frameNumber) {
   }
 }
 
-/// A connected shape in a square of 5 x 5: bit y * 5 + x, of at most `pixels` pixels.
+/// A connected shape of at most `pixels` pixels in a square of 5 x 5. Bit y * 5 + x is set for a pixel of the shape.
 uint32_t speckleShape(uint32_t pixels, uint32_t seed) {
   constexpr uint32_t kSide = 5;
   uint32_t x = kSide / 2;
   uint32_t y = kSide / 2;
   uint32_t shape = 0;
-  for (uint32_t step = 0; step < pixels; ++step) {  // a walk: each pixel is beside the one before
+  for (uint32_t step = 0; step < pixels; ++step) {  // each pixel is beside the one before
     shape |= 1U << (y * kSide + x);
     const uint32_t way = hash(step, seed, kSpeckleShape) & 3;
     if (way == 0 && x + 1 < kSide) ++x;
@@ -102,7 +102,7 @@ uint32_t speckleShape(uint32_t pixels, uint32_t seed) {
   return shape;
 }
 
-/// A value that differs enough from all that a speckle at a place could touch; 0 where there is none.
+/// A value for a speckle that differs enough from all pixels that the speckle could touch; 0 where there is none.
 int speckleValue(const Image& image, uint32_t left, uint32_t top, const SensorNoise& noise, uint32_t bits) {
   int lowest = INT_MAX;
   int highest = 0;
@@ -124,7 +124,7 @@ int speckleValue(const Image& image, uint32_t left, uint32_t top, const SensorNo
 }
 
 void addSpeckles(const Image& image, uint32_t frameNumber, const SensorNoise& noise) {
-  constexpr uint32_t kCell = 44;  // a speckle in it stays clear of those in the next cells
+  constexpr uint32_t kCell = 44;  // speckles of neighbouring cells do not touch
   if (noise.largestSpeckle == 0) return;
   for (uint32_t y = 2; y + kCell <= image.height; y += kCell) {
     for (uint32_t x = 2; x + kCell <= image.width; x += kCell) {
