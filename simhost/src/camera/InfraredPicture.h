@@ -10,7 +10,7 @@ namespace tavrix {
 /// Properties of an infrared sensor.
 struct InfraredSensor {
   double dotScale;      ///< disparity of a projected dot in pixels, times its depth in millimetres; 0 = no dots
-  uint16_t largest;     ///< brightness
+  uint16_t largest;     ///< largest brightness
   bool isClean;         ///< no noise
   uint32_t sensorCode;  ///< gives each sensor a noise of its own
 };

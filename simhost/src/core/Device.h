@@ -16,7 +16,7 @@ struct Device {
   DeviceIds ids;
 };
 
-/// A copy of what a device says of itself, which outlives the device.
+/// A copy of a device's ids. It outlives the device.
 struct DeviceInfo {
   using Handle = vy_device_info_t;
   static constexpr Kind kKind = Kind::deviceInfo;
