@@ -1,0 +1,95 @@
+#include "recording/JsonText.h"
+
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+
+namespace recording {
+
+JsonText& JsonText::raw(const char* piece) {
+  text_ += piece;
+  return *this;
+}
+
+JsonText& JsonText::integer(std::int64_t value) {
+  char digits[24];
+  char* first = digits + sizeof digits;
+  auto rest = static_cast<std::uint64_t>(value);
+  if (value < 0) rest = 0 - rest;
+  do {
+    *--first = static_cast<char>('0' + rest % 10);
+    rest /= 10;
+  } while (rest != 0);
+  if (value < 0) *--first = '-';
+  text_.append(first, digits + sizeof digits);
+  return *this;
+}
+
+JsonText& JsonText::real(float value) {
+  if (std::isfinite(value)) return digits(static_cast<double>(value), 9);
+  std::uint32_t bits = 0;
+  std::memcpy(&bits, &value, sizeof bits);
+  return raw("\"f32:").hexadecimal(bits, 8).raw("\"");
+}
+
+JsonText& JsonText::real(double value) {
+  if (std::isfinite(value)) return digits(value, 17);
+  std::uint64_t bits = 0;
+  std::memcpy(&bits, &value, sizeof bits);
+  return raw("\"f64:").hexadecimal(bits, 16).raw("\"");
+}
+
+JsonText& JsonText::digits(double value, int count) {
+  // Most numbers are small and whole, and those need no way over printf.
+  constexpr double kSmall = 1 << 24;
+  if (value > -kSmall && value < kSmall && !std::signbit(value) &&
+      static_cast<double>(static_cast<std::int32_t>(value)) == value) {
+    return integer(static_cast<std::int32_t>(value));
+  }
+  char number[48];
+  const int size = std::snprintf(number, sizeof number, "%.*g", count, value);
+  // The decimal separator is the locale's: whatever is no part of a number stands for the point, once.
+  bool isSeparated = false;
+  for (int i = 0; i < size; ++i) {
+    if (std::strchr("0123456789+-e", number[i]) != nullptr) {
+      text_ += number[i];
+    } else if (!isSeparated) {
+      text_ += '.';
+      isSeparated = true;
+    }
+  }
+  return *this;
+}
+
+JsonText& JsonText::text(const char* value) {
+  if (value == nullptr) return raw("null");
+  text_ += '"';
+  for (; *value != '\0'; ++value) {
+    const auto byte = static_cast<unsigned char>(*value);
+    if (byte < 0x20 || byte >= 0x7F) {
+      raw("\\u").hexadecimal(byte, 4);
+    } else {
+      if (byte == '"' || byte == '\\') text_ += '\\';
+      text_ += *value;
+    }
+  }
+  text_ += '"';
+  return *this;
+}
+
+JsonText& JsonText::bytes(const std::uint8_t* data, std::size_t size) {
+  text_ += '"';
+  for (std::size_t i = 0; i < size; ++i) hexadecimal(data[i], 2);
+  text_ += '"';
+  return *this;
+}
+
+JsonText& JsonText::hexadecimal(std::uint64_t value, unsigned count) {
+  for (unsigned shift = 4 * count; shift != 0;) {
+    shift -= 4;
+    text_ += "0123456789abcdef"[(value >> shift) & 0xF];
+  }
+  return *this;
+}
+
+}  // namespace recording
