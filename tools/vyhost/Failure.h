@@ -1,0 +1,14 @@
+// The one way in which the command gives up: a text for the person who typed it.
+#pragma once
+
+#include <stdexcept>
+
+namespace vyhost {
+
+/// Says in one line what was wrong and, where there is a choice, what would be right.
+class Failure : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+}  // namespace vyhost

@@ -1,0 +1,7 @@
+#include "Commands.h"
+
+namespace vyhost {
+
+void addTimelineCommand(CLI::App& /*program*/, int& /*exitCode*/) {}
+
+}  // namespace vyhost
