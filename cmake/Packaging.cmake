@@ -79,8 +79,8 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each package has its own
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION libs)
-if(CMAKE_LIBRARY_ARCHITECTURE STREQUAL "arm-linux-gnueabihf")
-  set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE armhf) # CPack would take the build machine's
+if(CMAKE_CROSSCOMPILING)
+  set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE ${debian_architecture}) # CPack would take the build machine's
 endif()
 
 # Dependencies are written by hand: dpkg-shlibdeps would fail for libTavrixSDK.so, which each site provides in its own

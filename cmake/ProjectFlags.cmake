@@ -8,3 +8,7 @@ target_compile_options(vyfp_flags INTERFACE
   $<$<BOOL:${VYFP_WERROR}>:-Werror>
   # A fused multiply-add rounds once, two operations round twice: results would depend on the target.
   -ffp-contract=off)
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|i.86)$" AND CMAKE_SIZEOF_VOID_P EQUAL 4)
+  # The old floating-point unit of 32-bit x86 rounds to float only when a value is stored.
+  target_compile_options(vyfp_flags INTERFACE -msse2 -mfpmath=sse)
+endif()

@@ -4,9 +4,9 @@
 //
 //   vyfp_endurance [--frames N] [--processors N]
 //
-// Memory is looked at when all contexts have just been closed and opened again; the first tenth is warm-up.
+// Memory is looked at when all contexts have just been closed and opened again; the first tenth is warm-up. What is in
+// use is told by glibc 2.33 and later; with another C library only the objects left over decide.
 #include <fmt/core.h>
-#include <malloc.h>
 #include <tavrix_sim.h>
 #include <vy_frame_processor.h>
 
@@ -21,6 +21,13 @@
 #include <string>
 #include <vector>
 
+#if __GLIBC__ * 100 + __GLIBC_MINOR__ >= 233
+#include <malloc.h>
+#define VYFP_HEAP_IS_TOLD 1
+#else
+#define VYFP_HEAP_IS_TOLD 0
+#endif
+
 namespace {
 
 #if !defined(__has_feature)
@@ -30,7 +37,7 @@ namespace {
     __has_feature(thread_sanitizer)
 constexpr bool kMemoryCounts = false;  // sanitizers keep freed memory, and notes on all of it
 #else
-constexpr bool kMemoryCounts = true;
+constexpr bool kMemoryCounts = VYFP_HEAP_IS_TOLD;
 #endif
 
 constexpr std::uint64_t kFramesPerSetting = 1000;
@@ -58,7 +65,9 @@ class Slot {
 /// Without the pages of files, such as those of libraries, which the system maps and drops as it likes, and without
 /// free memory that the heap happens to keep.
 std::int64_t residentKiB() {
+#if VYFP_HEAP_IS_TOLD
   malloc_trim(0);
+#endif
   std::ifstream status("/proc/self/status");
   for (std::string line; std::getline(status, line);) {
     if (line.compare(0, 8, "RssAnon:") == 0) return std::stoll(line.substr(8));
@@ -67,8 +76,12 @@ std::int64_t residentKiB() {
 }
 
 std::int64_t heapBytes() {
+#if VYFP_HEAP_IS_TOLD
   const auto info = mallinfo2();
   return static_cast<std::int64_t>(info.uordblks + info.hblkhd);
+#else
+  return 0;
+#endif
 }
 
 /// A camera's depth sensor in use: one context, one processor, a few raw frames.
@@ -211,6 +224,8 @@ std::uint64_t option(int argc, char** argv, const char* name, std::uint64_t othe
 }
 
 bool run(std::uint64_t frames, std::uint64_t processors) {
+  if (!VYFP_HEAP_IS_TOLD)
+    fmt::print("no figures of this C library's heap: 0 stands for them, and memory is not judged\n");
   const std::uint8_t* list = nullptr;
   const int size = vysim_device_list(0, &list);
   vy_set_device_info_data(0, list, size, Slot());
