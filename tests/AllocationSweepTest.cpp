@@ -63,14 +63,6 @@ class AllocationRun : public Scenario {
 
 constexpr int kFirstProcessor = 2;  // the number of the call that makes it
 
-using Kinds = std::array<std::size_t, VYSIM_KIND_COUNT>;
-
-Kinds aliveKinds() {
-  Kinds kinds = {};
-  for (std::size_t kind = 0; kind < kinds.size(); ++kind) kinds[kind] = vysim_live_count(static_cast<vysim_kind>(kind));
-  return kinds;
-}
-
 /// A schema text without the lines of one filter.
 std::string without(const std::string& schema, const std::string& filter) {
   std::string rest;
@@ -100,10 +92,10 @@ void AllocationSweepTest::sweep(const SensorCase& sensor) {
     SCOPED_TRACE(sensor.family + " sensor " + std::to_string(sensor.sensor) + ", allocation " +
                  std::to_string(failing) + " of " + std::to_string(undisturbed.count()));
     const std::int64_t piecesBefore = piecesAlive;
-    const Kinds objectsBefore = aliveKinds();
+    const Balance objects;
     fail(sensor, failing, undisturbed.text());
     EXPECT_EQ(piecesAlive, piecesBefore) << "memory lost";
-    EXPECT_EQ(aliveKinds(), objectsBefore) << "objects left behind, in the order of vysim_kind";
+    objects.expectLevel();
   }
 }
 
@@ -133,10 +125,10 @@ TEST_F(AllocationSweepTest, EveryAllocationFailsOnce) {
 }
 
 TEST_F(AllocationSweepTest, AListOfProductIdsStaysAsItWasWhenItCannotBeReplaced) {
-  setDeviceList(0, {0x71, 0x3E, 0x01, 0x00});
-  const std::uint8_t others[] = {0x71, 0x3E, 0x02, 0x00};
+  setDeviceList(0, deviceList({{kMaker, 1}}));
+  const std::vector<std::uint8_t> others = deviceList({{kMaker, 2}});
   allocations = {true, 0, 1};
-  EXPECT_THROW(vy_set_device_info_data(0, others, sizeof others, NoFailure()), std::bad_alloc);
+  EXPECT_THROW(setDeviceList(0, others), std::bad_alloc);
   allocations.watched = false;
   const OpenDevice camera = openDevice(1);
   EXPECT_NE(schemaOf(makeProcessor(camera.context, kDepth)), "");

@@ -6,8 +6,8 @@
 namespace {
 
 // ---- What is expected ---------------------------------------------------------------------------
-// ------------------------------------------------------------------------------------------------- A filter reads:
-// name, starts on or off, made by the host or (own) by the library, (its arguments), {published items}.
+
+// A filter reads: name, starts on or off, made by the host or (own) by the library, (its arguments), {published items}.
 
 const std::string kTail = "FrameMirror off host {255}; FrameFlip off host {255}; FrameRotate on host {0}; ";
 const std::string kMirroredTail = "FrameMirror on host {255}; FrameFlip off host {255}; FrameRotate on host {0}; ";
@@ -76,8 +76,8 @@ std::string between(const std::string& text, const std::string& before, const st
 /// The published items of a filter, from the keys of the schema's lines.
 std::string publishedItems(const std::string& schema, const std::string& name) {
   std::string items;
-  for (const std::string& line : splitLines(schema)) {
-    if (between("\n" + line, "\n", "#") == name) items += (items.empty() ? "" : " ") + between(line, "#", ",");
+  for (const Setting& setting : settingsOf(schema)) {
+    if (setting.filter() == name) items += (items.empty() ? "" : " ") + setting.item();
   }
   return items;
 }
@@ -133,7 +133,7 @@ std::map<int, std::string> chainsByCalls(int vid, int pid) {
 // ---- Tests --------------------------------------------------------------------------------------
 
 constexpr int kListedPid = 0x0351;
-const std::vector<std::uint8_t> kListedBytes = {0x71, 0x3E, 0x51, 0x03};
+const std::vector<std::uint8_t> kListedBytes = deviceList({{kMaker, kListedPid}});
 
 class DeviceCatalogueTest : public HostTest {
  protected:
@@ -178,7 +178,7 @@ TEST_F(DeviceCatalogueTest, EveryProductHasTheChainsOfItsFamily) {
 TEST_F(DeviceCatalogueTest, NobodyElseHasChains) {
   setDeviceList(0, kListedBytes);
   EXPECT_EQ(familyOf(kMaker, kListedPid), "Talon");
-  const std::pair<int, int> cases[] = {
+  const Ids cases[] = {
       {kMaker, 0x41A2},
       {kMaker, 0},
       {0x1234, 0x41A1},
@@ -215,12 +215,9 @@ TEST_F(DeviceCatalogueTest, ListsComeBeforeFixedProductsInTheirOrder) {
       {0x1234, 0x414B, 0, "none"},
   };
   for (const auto& each : cases) {
-    const std::vector<std::uint8_t> other = {0x71, 0x3E, 0xFF, 0xFF};
-    std::vector<std::uint8_t> listed = other;  // the device stands behind another
-    for (const int value : {each.vid, each.pid}) {
-      listed.push_back(static_cast<std::uint8_t>(value & 0xFF));
-      listed.push_back(static_cast<std::uint8_t>(value >> 8));
-    }
+    const Ids stranger = {kMaker, 0xFFFF};
+    const std::vector<std::uint8_t> other = deviceList({stranger});
+    const std::vector<std::uint8_t> listed = deviceList({stranger, {each.vid, each.pid}});
     setDeviceList(0, (each.lists & kTalonList) != 0 ? listed : other);
     setDeviceList(3, (each.lists & kMirelList) != 0 ? listed : other);
     setDeviceList(6, (each.lists & kPellanList) != 0 ? listed : other);

@@ -9,7 +9,7 @@
 
 namespace {
 
-using Kinds = std::array<std::size_t, VYSIM_KIND_COUNT>;
+using Kinds = std::array<long, VYSIM_KIND_COUNT>;
 
 // ---- Filters that take any frame ----------------------------------------------------------------
 
@@ -131,14 +131,14 @@ class FaultRun : public Scenario {
   Kinds left_ = {};
   ModelChain chain_;
   std::size_t filtersMade_ = 0;
-  ErrorText error_;  ///< of the last call
+  Error error_;  ///< of the last call
 };
 
 void FaultRun::call(Step step, const Work& work) {
   log_.push_back({step, chain_, {}});
   StepLog& done = log_.back();
   const bool recording = isFaultless() || isStruckStep();
-  const std::size_t errorsBefore = vysim_live_count(VYSIM_ERROR);
+  const Balance objects;
 
   if (recording) vysim_record_start();
   if (isStruckStep()) vysim_fail_call(strike_.function, strike_.nth, strike_.kind);
@@ -147,8 +147,7 @@ void FaultRun::call(Step step, const Work& work) {
   if (recording) vysim_record_stop();
 
   if (isStruckStep() && function_ == "vy_delete_error") left_[VYSIM_ERROR] = 1;
-  EXPECT_EQ(vysim_live_count(VYSIM_ERROR) - errorsBefore,
-            (error.isSet() ? 1U : 0U) + (isStruckStep() ? left_[VYSIM_ERROR] : 0U))
+  EXPECT_EQ(objects.grown(VYSIM_ERROR), (error.isSet() ? 1 : 0) + (isStruckStep() ? left_[VYSIM_ERROR] : 0))
       << "error objects alive must be those that the caller was given";
   error_ = error.take();
   if (recording) readRecords(done);
@@ -254,8 +253,8 @@ void FaultRun::receive(const Frame& input, Frame output) {
     EXPECT_TRUE(output != nullptr || !(error_ == kNoError)) << "neither a frame nor an error";
   }
   EXPECT_EQ(references, expected) << "references on the input";
-  for (int i = references; i < 1 + kSpareReferences; ++i) vy_frame_add_ref(input.get(), NoFailure());
-  for (int i = references; i > 1 + kSpareReferences; --i) vy_delete_frame(input.get(), NoFailure());
+  for (int i = references; i < 1 + kSpareReferences; ++i) vysim::call(vy_frame_add_ref, input.get());
+  for (int i = references; i > 1 + kSpareReferences; --i) vysim::call(vy_delete_frame, input.get());
 }
 
 /// Holds a frame against the model; says how many references more (or fewer) are on the input.
@@ -271,7 +270,7 @@ int FaultRun::expectFrame(const Frame& input, const Frame& output) {
   if (output == nullptr || model.result == FrameModel::kNone) return model.inputReferences;
 
   EXPECT_EQ(vysim_frame_get_ref_count(output.get()), model.resultReferences);
-  const bool isCopy = vy_video_frame_get_width(output.get(), NoFailure()) != kStandInWidth;
+  const bool isCopy = vysim::call(vy_video_frame_get_width, output.get()) != kStandInWidth;
   EXPECT_EQ(isCopy, model.result == FrameModel::kCopy);
   EXPECT_NE(output, input);
   if (!isCopy && model.result != FrameModel::kCopy) {
@@ -303,17 +302,16 @@ Log FaultSweepTest::run(const SensorCase& sensor, const Strike& strike, const Lo
   // Frames are told apart by number: new ones are not to get those of the inputs.
   for (int i = 0; i < kInputsAtMost; ++i) makeFrame();
   if (modelled_) standIns_.define();
-  Kinds before = {};
-  for (std::size_t kind = 0; kind < before.size(); ++kind) before[kind] = alive(static_cast<vysim_kind>(kind));
+  const Balance objects;
   FaultRun way(sensor, strike, faultless, modelled_);
   way.run();
-  for (std::size_t kind = 0; kind < before.size(); ++kind) {
-    const std::size_t left = alive(static_cast<vysim_kind>(kind)) - before[kind];
+  for (std::size_t i = 0; i < way.left().size(); ++i) {
+    const auto kind = static_cast<vysim_kind>(i);
+    const long left = objects.grown(kind);
     const bool isBound = !modelled_ && (kind == VYSIM_FRAME || kind == VYSIM_STREAM_PROFILE);
-    EXPECT_TRUE(left == way.left()[kind] || (isBound && left < way.left()[kind]))
-        << vysim_kind_name(static_cast<vysim_kind>(kind)) << " objects left: " << left << " instead of "
-        << way.left()[kind];
-    expectLeftBehind(static_cast<vysim_kind>(kind), left);
+    EXPECT_TRUE(left == way.left()[i] || (isBound && left < way.left()[i]))
+        << vysim_kind_name(kind) << " objects left: " << left << " instead of " << way.left()[i];
+    expectLeftBehind(kind, left);
   }
   ++runs_;
   return way.takeLog();
@@ -351,11 +349,11 @@ void FaultSweepTest::sweepFamily(bool modelled) {
   const std::vector<SensorCase> sensors = openSensors(*vysim_family_at(GetParam()));
   for (const SensorCase& sensor : sensors) {
     for (const Frame& input : sensor.inputs) {
-      for (int i = 0; i < kSpareReferences; ++i) vy_frame_add_ref(input.get(), NoFailure());
+      for (int i = 0; i < kSpareReferences; ++i) vysim::call(vy_frame_add_ref, input.get());
     }
     sweep(sensor);
     for (const Frame& input : sensor.inputs) {
-      for (int i = 0; i < kSpareReferences; ++i) vy_delete_frame(input.get(), NoFailure());
+      for (int i = 0; i < kSpareReferences; ++i) vysim::call(vy_delete_frame, input.get());
     }
   }
   std::cout << faults_ << " faults, " << runs_ << " runs\n";

@@ -60,28 +60,28 @@ TEST_F(HostQuirksTest, ANameLastsNoLongerThanUntilTheNextCall) {
 
 // Both the name and the handle have to agree. A private filter whose name does not stay the same is never found.
 TEST_F(HostQuirksTest, AFilterThatChangesItsNameIsNotFound) {
-  vy_filter_t* const filter = priv_create_filter("DisparityTransform", NoFailure());
-  priv_filter_enable(filter, true, NoFailure());
-  EXPECT_TRUE(priv_filter_is_enabled(filter, NoFailure()));
+  vy_filter_t* const filter = call(priv_create_filter, "DisparityTransform");
+  call(priv_filter_enable, filter, true);
+  EXPECT_TRUE(call(priv_filter_is_enabled, filter));
   namesChange = true;
-  EXPECT_FALSE(priv_filter_is_enabled(filter, NoFailure()));
+  EXPECT_FALSE(call(priv_filter_is_enabled, filter));
 }
 
 // A list that is out already belongs to the filter that gave it out first, until it is given back once.
 TEST_F(HostQuirksTest, TheSameSchemaListTwice) {
-  vy_filter_t* const disparity = priv_create_filter("DisparityTransform", NoFailure());
-  vy_filter_t* const hardwareD2C = priv_create_filter("HardwareD2CProcessor", NoFailure());
+  vy_filter_t* const disparity = call(priv_create_filter, "DisparityTransform");
+  vy_filter_t* const hardwareD2C = call(priv_create_filter, "HardwareD2CProcessor");
   for (const bool disparityIsFirst : {true, false}) {
     vy_filter_t* const first = disparityIsFirst ? disparity : hardwareD2C;
     vy_filter_t* const second = disparityIsFirst ? hardwareD2C : disparity;
-    auto* const list = priv_filter_get_config_schema_list(first, NoFailure());
+    auto* const list = call(priv_filter_get_config_schema_list, first);
     nextList = list;
-    EXPECT_EQ(priv_filter_get_config_schema_list(second, NoFailure()), list);
+    EXPECT_EQ(call(priv_filter_get_config_schema_list, second), list);
     // The hardware D2C filter says of every list that it is empty.
-    EXPECT_EQ(priv_filter_config_schema_list_get_count(list, NoFailure()) != 0, disparityIsFirst);
-    priv_filter_delete_config_schema_list(list, NoFailure());
-    EXPECT_EQ(priv_filter_config_schema_list_get_count(list, NoFailure()), 0U);
-    priv_filter_delete_config_schema_list(list, NoFailure());
+    EXPECT_EQ(call(priv_filter_config_schema_list_get_count, list) != 0, disparityIsFirst);
+    call(priv_filter_delete_config_schema_list, list);
+    EXPECT_EQ(call(priv_filter_config_schema_list_get_count, list), 0U);
+    call(priv_filter_delete_config_schema_list, list);
   }
 }
 

@@ -31,7 +31,7 @@ TEST_F(LocaleTest, SchemaNumbersFollowTheLocale) {
   record.kind = FilterConfig::kHostFilter;
   record.exposedItems = {0};
   BasicFrameProcessor processor(nullptr, {record});
-  EXPECT_STREQ(processor.getConfigSchema(NoFailure()),
+  EXPECT_STREQ(call(&BasicFrameProcessor::getConfigSchema, &processor),
                "Alpha#0, float, 2,000000, 0,250000, 30000000,000000, -0,500000, Limit\n");
 }
 

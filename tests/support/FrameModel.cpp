@@ -15,8 +15,8 @@ constexpr int kInput = 0;
 
 FrameModel::FrameModel(const ModelChain& chain, const Frame& input, std::uint64_t failing, vysim_fault fault)
     : chain_(chain),
-      format_(static_cast<int>(vy_frame_get_format(input.get(), NoFailure()))),
-      pixelType_(static_cast<int>(vy_video_frame_get_pixel_type(input.get(), NoFailure()))),
+      format_(static_cast<int>(vysim::call(vy_frame_get_format, input.get()))),
+      pixelType_(static_cast<int>(vysim::call(vy_video_frame_get_pixel_type, input.get()))),
       failing_(failing),
       fault_(fault),
       frames_{{kInput, 0}} {

@@ -46,8 +46,8 @@ class FrameModel {
   ErrorOrigin error;
   int inputReferences = 0;  ///< more or (negative) fewer on the input than before
   int resultReferences = 0;
-  std::size_t framesLeft = 0;    ///< that nobody will release
-  std::size_t profilesLeft = 0;  ///< the same
+  long framesLeft = 0;    ///< that nobody will release
+  long profilesLeft = 0;  ///< the same
 
  private:
   struct Outcome {

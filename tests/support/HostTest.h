@@ -1,77 +1,47 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <tavrix_sim.h>
 #include <vy_private_filter.h>
+#include <tavrix_sim.hpp>
 
 #include <array>
 #include <cstdint>
-#include <memory>
 #include <ostream>
 #include <string>
 #include <vector>
 
+#include "support/HardwareD2CModel.h"
+#include "support/SchemaText.h"
+
+using vysim::call;
+using vysim::Camera;
+using vysim::Device;
+using vysim::Error;
+using vysim::ErrorSlot;
+using vysim::Filter;
+using vysim::Frame;
+using vysim::SchemaList;
+using vysim::StreamProfile;
+
+using Context = vysim::Owner<vy_destroy_frame_processor_context>;
+using Processor = vysim::Owner<vy_destroy_frame_processor>;
+
 // ---- Errors -------------------------------------------------------------------------------------
 
-/// What an error object says; prints and compares by value.
-struct ErrorText {
-  int status = 0;
-  std::string message;
-  std::string function;
-  int exceptionType = 0;
+namespace vysim {
+/// Arguments do not count: they hold running numbers.
+bool operator==(const Error& a, const Error& b);
+std::ostream& operator<<(std::ostream& out, const Error& error);
+}  // namespace vysim
 
-  friend bool operator==(const ErrorText& a, const ErrorText& b) {
-    return a.status == b.status && a.message == b.message && a.function == b.function &&
-           a.exceptionType == b.exceptionType;
-  }
-  friend std::ostream& operator<<(std::ostream& out, const ErrorText& error);
-};
-
-/// What take() says of an empty slot.
-const ErrorText kNoError;
-
+const Error kNoError;
 /// An error of the library's own.
-ErrorText ownError(const char* message, const char* function, int exceptionType = 4);
+Error ownError(const char* message, const char* function, int exceptionType = 4);
 /// What the simulated host stores when failCall() strikes.
-ErrorText injectedError(const char* function);
+Error injectedError(const char* function);
 
-/// An error slot that can be passed as it is, and deletes what is left in it.
-class ErrorSlot {
- public:
-  ErrorSlot() = default;
-  ErrorSlot(const ErrorSlot&) = delete;
-  ErrorSlot& operator=(const ErrorSlot&) = delete;
-  ~ErrorSlot() { take(); }
-
-  operator vy_error**() { return &error_; }
-  bool isSet() const { return error_ != nullptr; }
-  /// Empties the slot and tells what was in it.
-  ErrorText take();
-
- protected:
-  vy_error* error_ = nullptr;
-};
-
-/// A slot for calls that have to succeed: `f(frame, NoFailure())`.
-class NoFailure : public ErrorSlot {
- public:
-  ~NoFailure() { EXPECT_EQ(take(), kNoError); }
-};
-
-// ---- Owners -------------------------------------------------------------------------------------
-
-template <auto destroy>
-struct Destroy {
-  template <typename Object>
-  void operator()(Object* object) const {
-    destroy(object, NoFailure());
-  }
-};
-using Device = std::unique_ptr<vy_device_t, Destroy<vysim_delete_device>>;
-using Context = std::unique_ptr<vy_frame_processor_context_t, Destroy<vy_destroy_frame_processor_context>>;
-using Processor = std::unique_ptr<vy_frame_processor_t, Destroy<vy_destroy_frame_processor>>;
-using Frame = std::unique_ptr<vy_frame_t, Destroy<vy_delete_frame>>;
-using Camera = std::unique_ptr<vysim_camera, Destroy<vysim_close_camera>>;
+/// Makes the test fail when the host refuses to take an owner's object back.
+void expectNoRefusals();
 
 // ---- The library as its host uses it ------------------------------------------------------------
 
@@ -94,23 +64,33 @@ OpenDevice openDevice(int pid, int vid = kMaker);
 Processor makeProcessor(const Context& context, int sensor);
 std::string schemaOf(const Processor& processor);
 /// Sends a configuration command.
-ErrorText updateConfig(const Processor& processor, std::vector<const char*> values);
+Error updateConfig(const Processor& processor, std::vector<const char*> values);
+void setHardwareD2C(const Processor& processor, const D2CParameters& parameters);
 
 struct Outcome {
   Frame frame;
-  ErrorText error;
+  Error error;
 };
 Outcome process(const Processor& processor, const Frame& input);
 
+/// The types of product-id lists.
+constexpr int kListTypes[] = {0, 3, 6};
 void setDeviceList(int type, const std::vector<std::uint8_t>& bytes);
+void emptyDeviceLists();
+/// Hands the host's own lists to the library, so that it knows every family.
+void setAllDeviceLists();
+/// Vendor and product id.
+using Ids = std::pair<int, int>;
+/// A list as the host hands it over; ids are cut to 16 bits.
+std::vector<std::uint8_t> deviceList(const std::vector<Ids>& devices);
 
 // ---- The simulated host -------------------------------------------------------------------------
 
 Frame makeFrame(int format = VY_FORMAT_Y16, int pixelType = VY_PIXEL_DISPARITY, std::uint32_t width = 4,
                 std::uint32_t height = 2);
 
-/// Adds a filter to the host that passes every frame on. `definition` may say more; only its name is needed.
 void defineFilter(const vysim_filter_definition& definition);
+/// Adds a filter to the host that passes every frame on.
 void definePassing(const char* name, const char* reportedName = nullptr, bool isPrivate = false);
 
 /// A filter that makes a new frame of a format, with a stamp in its first byte, and counts its runs.
@@ -122,8 +102,6 @@ struct Stamper {
 void defineStamper(const char* name, Stamper& stamper, const char* reportedName = nullptr, bool isPrivate = false);
 /// The first byte of a frame; 0 for no frame.
 int stampOf(const Frame& frame);
-
-std::vector<std::string> splitLines(const std::string& text);
 
 /// The host calls that some work makes, one a line.
 template <typename Work>
@@ -156,6 +134,22 @@ class LeakTolerance {
   ~LeakTolerance();
 };
 
+/// The host's living objects, then and now.
+class Balance {
+ public:
+  Balance();
+
+  /// Objects of a kind that came to life since and are still alive; negative where more died.
+  long grown(vysim_kind kind) const;
+  /// Takes objects for ones that lived before.
+  void accept(vysim_kind kind, long count) { before_[kind] += count; }
+  /// Demands that nothing is left over.
+  void expectLevel() const;
+
+ private:
+  std::array<long, VYSIM_KIND_COUNT> before_ = {};
+};
+
 /// The base of all tests: a host without definitions, orders or lists, and the demand that every object of the host
 /// that came to life in the test is gone at its end. So a leak or a double release anywhere fails the test that caused
 /// it.
@@ -168,11 +162,11 @@ class HostTest : public testing::Test {
   void failCall(const char* function, std::uint64_t nth = 1, vysim_fault kind = VYSIM_FAULT_ERROR);
   void failCalls(const std::vector<Fault>& faults);
   /// Objects that came to life in the test and are still alive.
-  std::size_t alive(vysim_kind kind) const { return vysim_live_count(kind) - aliveBefore_[kind]; }
+  long alive(vysim_kind kind) const { return balance_.grown(kind); }
   /// Objects that the library leaves behind on purpose, in the scope of a LeakTolerance.
-  void expectLeftBehind(vysim_kind kind, std::size_t count) { aliveBefore_[kind] += count; }
+  void expectLeftBehind(vysim_kind kind, long count) { balance_.accept(kind, count); }
 
  private:
-  std::array<std::size_t, VYSIM_KIND_COUNT> aliveBefore_ = {};
+  Balance balance_;
   std::uint64_t ordered_ = 0;
 };

@@ -16,8 +16,6 @@ struct SensorCase {
 
 /// Every sensor of a family.
 std::vector<SensorCase> openSensors(const vysim_family& family, std::uint32_t width = 16, std::uint32_t height = 8);
-/// Hands the host's product-id lists to the library, so that it knows every family.
-void setAllDeviceLists();
 /// Sweeps try every fault whose number this divides: VYFP_SWEEP_STEP of the environment, or 1.
 std::uint64_t sweepStep();
 /// A value for each line of a schema text: switches on, everything else as it is.
