@@ -33,6 +33,7 @@ void timeCameras(benchmark::State& state, const char* family, Side side) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  vysim::onRefusal = [](const vysim::Error& error) { throw vysim::CallFailed(error); };  // ends the program
   if (argc == 2 && std::strcmp(argv[1], "--pixels") == 0) {
     comparePixelFilters();
     return 0;

@@ -198,7 +198,7 @@ bool run(std::uint64_t frames, std::uint64_t processors) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  vysim::onRefusal = [](const vysim::Error& error) { throw vysim::CallFailed(error); };
+  vysim::onRefusal = [](const vysim::Error& error) { throw vysim::CallFailed(error); };  // ends the program
   try {
     const bool isGood = run(option(argc, argv, "--frames", 500000), option(argc, argv, "--processors", 1000));
     fmt::print("{}\n", isGood ? "nothing left over" : "FAILED");
