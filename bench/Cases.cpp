@@ -1,4 +1,4 @@
-// What is measured, from a chain of no filters to a registry of a thousand.
+// The cases that are measured, from a chain without filters to a registry of a thousand.
 #include <benchmark/benchmark.h>
 #include <vy_frame_processor.h>
 #include <vy_private_filter.h>
@@ -42,7 +42,7 @@ Device makeDevice(const vysim_family& family) {
   return Device(vysim_create_device(family.vid, family.pids[0]));
 }
 
-/// A context, and as many private filters as are wanted in the registry that it keeps alive.
+/// A context, and a number of private filters in the registry that it keeps alive.
 class Registry {
  public:
   explicit Registry(std::size_t filters)
@@ -50,7 +50,6 @@ class Registry {
         context_(call(vy_create_frame_processor_context, device_.get())),
         floor_(filters + kRoom) {
     for (std::size_t i = 0; i < filters; ++i) {
-      // Of both kinds, in turn.
       newest_ = call(priv_create_filter, i % 2 == 0 ? "DisparityTransform" : "HardwareD2CProcessor");
       floor_registry* const registry = floor_.get();
       registry->handles[registry->count++] =
@@ -94,7 +93,7 @@ class Operation : public Work {
   Registry registry_;
 };
 
-/// Frames through a chain of host filters, which the catalogue has not.
+/// Frames through a chain of host filters that is not in the catalogue.
 class Length : public Work {
  public:
   Length(std::size_t running, std::size_t disabled)
@@ -235,7 +234,7 @@ class SchemaText : public DepthCamera {
       text_ = vy_frame_processor_get_config_schema(processor(), &error);
     }
   }
-  /// There is no host call to make.
+  /// The library makes no host call.
   void floor(std::size_t times) override {
     for (std::size_t i = 0; i < times; ++i) text_ = "";
   }
@@ -276,8 +275,8 @@ class SchemaLines : public Work {
   floor_link link_{};
 };
 
-/// A camera opened, all its processors made, and everything given back. When another context keeps the registry, the
-/// private filters of every opening stay in it: both sides then find more of them each time.
+/// Opens a camera, makes all its processors and gives everything back. If another context keeps the registry alive, the
+/// private filters of each opening stay in it, on both sides.
 class Opening : public Work {
  public:
   Opening(const std::string& name, std::size_t registered)

@@ -15,7 +15,7 @@ using vysim::Frame;
 
 constexpr int kRounds = 60;
 
-/// The shortest of many rounds: what disturbs one makes it longer.
+/// The shortest of many rounds, as disturbances only make them longer.
 template <typename Job>
 double shortestMilliseconds(Job job) {
   double shortest = 1e9;
@@ -36,7 +36,7 @@ Frame compare(const char* filterName, const char* family, const Frame& input) {
   std::vector<std::uint8_t> copy(size);
   const double copying = shortestMilliseconds([&] {
     std::memcpy(copy.data(), bytes, size);
-    asm volatile("" : : "r"(copy.data()) : "memory");  // the copy is wanted
+    asm volatile("" : : "r"(copy.data()) : "memory");  // keeps the compiler from dropping the copy
   });
   const double filtering =
       shortestMilliseconds([&] { Frame(call(vy_filter_process, filter.get(), input.get())).reset(); });

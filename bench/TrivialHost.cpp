@@ -32,7 +32,7 @@ constexpr HostFilter kHostFilters[] = {
     {"OpenNIDisparityTransform", true},
 };
 
-/// Texts that definitions refer to as long as the program runs.
+/// Copies a text; the copy lives as long as the program, as definitions point at it.
 const char* keep(const char* text) {
   static std::deque<std::string> texts;
   return text != nullptr ? texts.emplace_back(text).c_str() : nullptr;
@@ -52,7 +52,7 @@ std::vector<VYFilterConfigSchemaItem> itemsOf(const HostFilter& filter) {
 }
 
 void warmUp() {
-  // More than the host keeps dead objects waiting before it reuses them.
+  // More than the number of dead objects that the host keeps before it reuses one.
   constexpr int kRounds = 400;
   const vysim::Device device(vysim_create_device(1, 1));
   for (int i = 0; i < kRounds; ++i) {

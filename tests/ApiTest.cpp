@@ -78,7 +78,7 @@ TEST_F(ApiTest, HostErrorsWhileReadingTheIdsReachTheCaller) {
       {"vy_device_get_device_info"},
       {"vy_device_info_get_pid"},
       {"vy_device_info_get_vid"},
-      {"vy_device_info_get_pid", "vy_device_info_get_vid"},  // in this order: the later error is told
+      {"vy_device_info_get_pid", "vy_device_info_get_vid"},  // asked in this order; the caller gets the later error
   };
   for (const auto& functions : cases) {
     for (const char* function : functions) failCall(function);
@@ -119,7 +119,7 @@ TEST_F(ApiTest, DeviceListsAreReplacedWholeInRecordsOfFourBytes) {
 TEST_F(ApiTest, DeviceListDataIsChecked) {
   const std::uint8_t data[] = {0x71, 0x3E, 0x51, 0x03};
   const Error refused = ownError("Fail to set device info data", "vy_set_device_info_data");
-  for (const int type : {0, 5}) {  // before the type is looked at
+  for (const int type : {0, 5}) {  // data and size are checked before the type
     ErrorSlot error;
     vy_set_device_info_data(type, nullptr, 4, error);
     EXPECT_EQ(error.take(), refused);

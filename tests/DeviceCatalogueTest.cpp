@@ -1,4 +1,4 @@
-// Every camera family: how it is recognised, and its chains, held against a table of their own.
+// Every camera family: how it is recognised, and its chains, against a table written for this test.
 #include <map>
 
 #include "support/HostTest.h"
@@ -22,9 +22,9 @@ std::string noise(const std::string& arguments, const std::string& state = "on")
 // clang-format off
 struct Family {
   const char* name;
-  int listType;           ///< of the list that the host fills; -1 for a family of fixed product ids
-  std::vector<int> pids;  ///< fixed ones
-  std::string depth;      ///< before the tail, which is also the whole colour chain of every camera
+  int listType;           ///< type of the list with its product ids; -1 for fixed ids
+  std::vector<int> pids;  ///< fixed product ids
+  std::string depth;      ///< without kTail, which ends it; kTail alone is every colour chain
   std::map<int, std::string> others;
 };
 const Family kFamilies[] = {
@@ -66,14 +66,14 @@ std::map<int, std::string> chainsOf(const Family& family) {
 
 // ---- What the host sees -------------------------------------------------------------------------
 
-/// What stands between two marks.
+/// The text between two marks.
 std::string between(const std::string& text, const std::string& before, const std::string& after) {
   const std::size_t begin = text.find(before);
   if (begin == std::string::npos) return {};
   return text.substr(begin + before.size(), text.find(after, begin + before.size()) - begin - before.size());
 }
 
-/// The published items of a filter, from the keys of the schema's lines.
+/// The published items of a filter, as its schema lines name them.
 std::string publishedItems(const std::string& schema, const std::string& name) {
   std::string items;
   for (const Setting& setting : settingsOf(schema)) {
@@ -94,7 +94,7 @@ std::string chainByCalls(const Context& context, int sensor) {
   std::string text, name, kind, state, arguments;
   const auto flush = [&] {
     if (name.empty()) return;
-    // The host is not told of the switch of the library's own filters; the schema shows it.
+    // The host does not know whether one of the library's own filters is on; the schema does.
     if (kind == "own") {
       state = std::string(schema).find(name + "#255, boolean, 0, 1, 1, 1, ") != std::string::npos ? "on" : "off";
     }
@@ -138,7 +138,7 @@ const std::vector<std::uint8_t> kListedBytes = deviceList({{kMaker, kListedPid}}
 class DeviceCatalogueTest : public HostTest {
  protected:
   DeviceCatalogueTest() {
-    // Filters with ten items each, so that every published item finds its line in the schema.
+    // Each filter has ten items, so that every published item has its line in the schema.
     static const std::vector<VYFilterConfigSchemaItem> kItems(
         10, VYFilterConfigSchemaItem{"item", VY_FILTER_CONFIG_VALUE_TYPE_INT, 0, 1, 1, 0, "Item"});
     for (const char* name :
@@ -149,7 +149,7 @@ class DeviceCatalogueTest : public HostTest {
     defineFilter({"OpenNIDisparityTransform", nullptr, true, kItems.data(), 10, nullptr, nullptr});
   }
 
-  /// By the chains, which are different for each family.
+  /// The family that has these chains; no two have the same.
   static std::string familyOf(int vid, int pid) {
     const auto chains = chainsByCalls(vid, pid);
     if (chains.empty()) return "none";
@@ -187,7 +187,7 @@ TEST_F(DeviceCatalogueTest, NobodyElseHasChains) {
       {-1, -1},
       {kMaker, kListedPid + 1},
       {kListedPid, kMaker},
-      // Never cut to 16 bits.
+      // Ids of more than 16 bits are not cut.
       {kMaker + 65536, 0x41A1},
       {kMaker, 0x141A1},
       {kMaker + 65536, kListedPid},
@@ -207,7 +207,7 @@ TEST_F(DeviceCatalogueTest, ListsComeBeforeFixedProductsInTheirOrder) {
       {kMaker, 0x41A1, kMirelList | kPellanList, "Mirel"},
       {kMaker, 0x41A1, kPellanList, "Pellan"},
       {0x1234, 0x41A1, kMirelList, "Mirel"},
-      {kMaker, 0x416B, 0, "Pellan"},  // not Corvid, whose list holds the number, too
+      {kMaker, 0x416B, 0, "Pellan"},  // though Corvid's list has this id as well
       {kMaker, 0x416B, kTalonList, "Talon"},
       {kMaker, 0x416B, kMirelList, "Mirel"},
       {0x1234, 0x416B, kPellanList, "Pellan"},

@@ -1,4 +1,4 @@
-// Cameras of every family through the library as a host drives it: the depth that comes out against the scene.
+// Frames of every camera family go through the library; the depth that comes out must be that of the scene.
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -29,7 +29,8 @@ class EndToEndTest : public HostTest, public testing::WithParamInterface<const c
     return Frame(call(vysim_camera_next_frame, camera_.get(), static_cast<VYSensorType>(sensor)));
   }
 
-  /// Holds every pixel that has depth in both against the scene; at least this share of the scene's must be there.
+  /// Depth must agree with the scene at every pixel that has any in both, and at least this share of the scene's pixels
+  /// must have some.
   void expectScene(const Frame& output, double leastShare) {
     ASSERT_NE(output, nullptr);
     ASSERT_EQ(call(vy_frame_get_format, output.get()), VY_FORMAT_Y16);
@@ -41,7 +42,7 @@ class EndToEndTest : public HostTest, public testing::WithParamInterface<const c
     ASSERT_EQ(call(vysim_frame_get_size, output.get()), pixels * 2);
     std::memcpy(depth.data(), call(vysim_frame_get_data, output.get()), pixels * 2);
 
-    std::map<std::uint16_t, double> tolerances;  // of each depth that occurs
+    std::map<std::uint16_t, double> tolerances;  // by depth
     std::size_t inScene = 0, inBoth = 0, wrong = 0;
     for (std::size_t i = 0; i < pixels; ++i) {
       if (truth[i] == 0) continue;
@@ -101,14 +102,14 @@ Error changeSettings(const Processor& processor, const std::map<std::string, con
   return updateConfig(processor, pointersTo(values));
 }
 
-/// With a denominator that is odd, no pixel of the output lies between two of the input: each has one that is nearest.
+/// An odd denominator: each output pixel has one nearest input pixel, and never two.
 constexpr float kScale = 4.0F / 3;
 
 std::uint32_t scaled(std::int16_t size) {
   return static_cast<std::uint32_t>(static_cast<float>(size) * kScale);
 }
 
-// Each of these moves pixels; where the scene ends up is the host's knowledge, and must be the picture's.
+// Each case moves pixels. The host knows where the scene should end up, and the picture must show it there.
 TEST_P(EndToEndTest, DepthFollowsEveryCommand) {
   const std::map<std::string, const char*> cases[] = {
       {{"FrameMirror#255", "1"}},

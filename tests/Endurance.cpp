@@ -1,10 +1,9 @@
-// Runs frames through two depth chains for as long as one likes, with settings changed and processors remade now and
-// then, and shows what memory is in use on the way. Ends with failure when memory in use grows, or an object of the
-// host is left over.
+// Runs frames through two depth chains, changes settings and remakes processors now and then, and prints the memory in
+// use. Fails when that grows, or when an object of the host is left over.
 //
 //   vyfp_endurance [--frames N] [--processors N]
 //
-// Memory is looked at when all contexts have just been closed and opened again; the first tenth is warm-up.
+// Memory is measured right after all contexts were closed and opened again. The first tenth is warm-up.
 #include <fmt/core.h>
 #include <malloc.h>
 #include <vy_frame_processor.h>
@@ -32,7 +31,7 @@ using vysim::call;
 #endif
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || __has_feature(address_sanitizer) || \
     __has_feature(thread_sanitizer)
-constexpr bool kMemoryCounts = false;  // sanitizers keep freed memory, and notes on all of it
+constexpr bool kMemoryCounts = false;  // sanitizers keep freed memory
 #else
 constexpr bool kMemoryCounts = true;
 #endif
@@ -41,11 +40,10 @@ constexpr std::uint64_t kFramesPerSetting = 1000;
 constexpr std::uint64_t kFramesPerProcessor = 5000;
 constexpr std::uint64_t kFramesPerContext = 25000;
 constexpr std::uint64_t kReports = 20;
-/// Growth that counts as none: what the C library's heap keeps for itself varies by some pages.
+/// Growth up to this is none: what the heap keeps for itself varies by some pages.
 constexpr std::int64_t kAllowedGrowthKiB = 256;
 
-/// Without the pages of files, such as those of libraries, which the system maps and drops as it likes, and without
-/// free memory that the heap happens to keep.
+/// Counts neither pages of files, which the system maps and drops as it likes, nor free memory that the heap keeps.
 std::int64_t residentKiB() {
   malloc_trim(0);
   std::ifstream status("/proc/self/status");
@@ -97,7 +95,7 @@ class DepthSensor {
   }
 
  private:
-  /// Every switch the other way round from turn to turn; the other settings get the value that the schema tells.
+  /// Turns every switch the other way from turn to turn; other settings get the value in the schema.
   void set(std::uint64_t turn) {
     std::vector<std::string> values;
     for (const Setting& setting : settingsOf(call(vy_frame_processor_get_config_schema, processor_.get()))) {
@@ -118,13 +116,13 @@ class DepthSensor {
   vysim::Owner<vy_destroy_frame_processor> processor_;
 };
 
-/// All contexts are closed before one is opened again: what the registry keeps of old processors goes with the last.
+/// Closes all contexts before it opens one: the registry drops what it keeps of old processors with the last context.
 void reopen(std::initializer_list<DepthSensor*> sensors) {
   for (DepthSensor* const sensor : sensors) sensor->closeContext();
   for (DepthSensor* const sensor : sensors) sensor->openContext();
 }
 
-/// Frames through two chains by turns. Says by how many KiB resident memory grew after the first tenth.
+/// Frames through two chains by turns. Returns by how many KiB resident memory grew after the first tenth.
 std::int64_t runFrames(std::uint64_t frames) {
   DepthSensor first("SpecialOpenNI");
   DepthSensor second("Talon");
@@ -151,10 +149,10 @@ std::int64_t runFrames(std::uint64_t frames) {
   return most - warm;
 }
 
-/// What the registry keeps of the processors of an open context. Says how many bytes of it stay when that is closed.
+/// Prints what the registry keeps of the processors of an open context. Returns how many bytes stay once it is closed.
 std::int64_t measureRegistry(const char* family, std::uint64_t processors) {
   DepthSensor sensor(family);
-  sensor.makeProcessors(processors);  // the simulated host keeps what is dead for use again; let there be enough
+  sensor.makeProcessors(processors);  // warm-up: the simulated host keeps dead objects for reuse
   reopen({&sensor});
   const std::int64_t before = heapBytes();
   sensor.makeProcessors(processors);

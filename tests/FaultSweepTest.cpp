@@ -1,7 +1,6 @@
-// Every call that the library makes of its host goes wrong once, in each way in which it can: for every sensor of every
-// family, through a whole scenario from opening to closing. With stand-ins for filters, which take any frame, the
-// outcome of a frame is held against a model of the rules; with the host's own filters against what holds for any
-// frame.
+// Every host call of the library fails once in each possible way, in a whole scenario for every sensor of every family.
+// With stand-in filters, which take any frame, the outcome of a frame must be that of a model of the rules. With the
+// host's own filters, what is true of every frame must hold.
 #include <iostream>
 
 #include "support/FrameModel.h"
@@ -25,9 +24,9 @@ constexpr const char* kStandIns[] = {"FrameUnpacker",
                                      "FrameRotate",
                                      "DepthResize",
                                      "OpenNIDisparityTransform"};
-constexpr std::uint32_t kStandInWidth = 4;  // no input is as narrow
+constexpr std::uint32_t kStandInWidth = 4;  // inputs are wider
 
-/// The stamp on the frames of a stand-in; 0 is none's.
+/// The stamp on the frames of a stand-in, from 1; 0 if there is no stand-in of that name.
 std::uint8_t stampFor(const std::string& name) {
   std::uint8_t stamp = 1;
   for (const char* const each : kStandIns) {
@@ -70,7 +69,7 @@ class StandIns {
 struct StepLog {
   Scenario::Step step;
   ModelChain chain;                ///< as the call found it
-  std::vector<std::string> calls;  ///< host calls, but for those about error objects
+  std::vector<std::string> calls;  ///< host calls, without those on error objects
   std::uint64_t errorsMade = 0;
   std::uint64_t errorsDeleted = 0;
 };
@@ -93,9 +92,9 @@ bool isAboutErrors(const std::string& function) {
   return function == "vy_create_error" || function == "vy_delete_error";
 }
 
-/// Frames that a family's sensors gave.
+/// No family's sensors give more frames.
 constexpr int kInputsAtMost = 20;
-/// References of the test's own on every input: a fault may cost one.
+/// The test holds these on every input, as a fault may cost one.
 constexpr int kSpareReferences = 2;
 
 class FaultRun : public Scenario {
@@ -108,7 +107,7 @@ class FaultRun : public Scenario {
         modelled_(modelled) {}
 
   Log takeLog() { return std::move(log_); }
-  /// Objects that the fault leaves behind: the host was told to take them back and did not, or never gave them away.
+  /// Objects that the fault leaves behind: the host refused to take them back, or gave them out together with an error.
   const Kinds& left() const { return left_; }
 
  private:
@@ -124,7 +123,7 @@ class FaultRun : public Scenario {
   int expectFrame(const Frame& input, const Frame& output);
 
   const Strike& strike_;
-  const std::string function_;  ///< that is struck
+  const std::string function_;  ///< the one that fails
   const Log* const faultless_;
   const bool modelled_;
   Log log_;
@@ -172,7 +171,7 @@ void FaultRun::readRecords(StepLog& done) const {
   }
 }
 
-/// What the calls of a step say of the first processor's chain and of the registry.
+/// Follows the first processor's chain and the registry by the calls of a step.
 void FaultRun::noteChain(const StepLog& done) {
   const bool isFirstProcessor = log_.size() == 2;
   for (const std::string& record : done.calls) {
@@ -181,7 +180,7 @@ void FaultRun::noteChain(const StepLog& done) {
       const std::size_t begin = record.find('"') + 1;
       ModelLink link = {record.substr(begin, record.rfind('"') - begin) + "#" + std::to_string(++filtersMade_), false};
       if (link.isOwn()) chain_.registry.push_back(link.label);
-      link.enabled = link.isOwn() && !link.isResize();  // the host is not told of the library's own switches
+      link.enabled = link.isOwn() && !link.isResize();  // the library keeps these switches to itself
       if (isFirstProcessor) chain_.links.push_back(link);
     }
     for (ModelLink& link : chain_.links) {
@@ -195,7 +194,7 @@ void FaultRun::noteChain(const StepLog& done) {
   for (ModelLink& link : chain_.links) link.enabled = link.enabled || link.isOwn();
 }
 
-/// Which failures reach the caller, and which never do; frames are the model's matter.
+/// Demands the error that the step must give its caller. That of a frame is the model's matter.
 void FaultRun::expectCallersError(Step step) const {
   const bool withError = strike_.kind != VYSIM_FAULT_NULL;
   switch (step) {
@@ -207,7 +206,7 @@ void FaultRun::expectCallersError(Step step) const {
     case Step::kSettings:
       if (function_ == "vy_delete_filter_config_schema_list") {
         EXPECT_EQ(error_, kNoError);
-      } else if (withError && function_ != "vy_filter_get_name") {  // which is a lookup's own, or another call's
+      } else if (withError && function_ != "vy_filter_get_name") {  // some lookups drop their errors
         EXPECT_EQ(error_, injectedError(function_.c_str()));
       }
       break;
@@ -220,8 +219,8 @@ void FaultRun::expectCallersError(Step step) const {
 
 void FaultRun::expectLeft() {
   const struct {
-    const char* make;  ///< what it gives together with an error is left alone
-    const char* take;  ///< what it refuses to take back stays
+    const char* make;  ///< an object that it gives with an error is left alone
+    const char* take;  ///< an object that it refuses to take back stays
     vysim_kind kind;
   } pairs[] = {
       {"vy_create_filter", "vy_delete_filter", VYSIM_FILTER},
@@ -229,7 +228,8 @@ void FaultRun::expectLeft() {
       {"vy_device_get_device_info", "vy_delete_device_info", VYSIM_DEVICE_INFO},
       {"vy_filter_get_config_schema_list", "vy_delete_filter_config_schema_list", VYSIM_SCHEMA_LIST},
   };
-  // The registry notes which lists its filters gave out, error or not, and gives one back with the filter.
+  // The registry notes every list that its filters give out, with an error or without, and gives one back with the
+  // filter.
   const bool isNoted = strike_.call.find(": DepthResize#") != std::string::npos ||
                        strike_.call.find(": OpenNIDisparityTransform#") != std::string::npos;
   for (const auto& pair : pairs) {
@@ -257,7 +257,7 @@ void FaultRun::receive(const Frame& input, Frame output) {
   for (int i = references; i > 1 + kSpareReferences; --i) vysim::call(vy_delete_frame, input.get());
 }
 
-/// Holds a frame against the model; says how many references more (or fewer) are on the input.
+/// Compares a frame with the model. Returns how many references the input has gained (or lost).
 int FaultRun::expectFrame(const Frame& input, const Frame& output) {
   const ModelChain& chain = isFaultless() ? log_.back().chain : (*faultless_)[strike_.step].chain;
   const FrameModel model(chain, input, strike_.nth, strike_.kind);
@@ -293,13 +293,13 @@ class FaultSweepTest : public HostTest, public testing::WithParamInterface<std::
 
   bool modelled_ = false;
   StandIns standIns_;
-  std::uint64_t faults_ = 0;  ///< that there are
-  std::uint64_t runs_ = 0;    ///< of which were tried, and faultless ones
+  std::uint64_t faults_ = 0;  ///< found
+  std::uint64_t runs_ = 0;    ///< done, those without a fault included
 };
 
 Log FaultSweepTest::run(const SensorCase& sensor, const Strike& strike, const Log* faultless) {
   vysim_reset();
-  // Frames are told apart by number: new ones are not to get those of the inputs.
+  // Frames are told apart by number, so the numbers of the inputs must not be used again.
   for (int i = 0; i < kInputsAtMost; ++i) makeFrame();
   if (modelled_) standIns_.define();
   const Balance objects;

@@ -7,7 +7,7 @@ namespace {
 
 constexpr VYCameraIntrinsic kIntrinsic = {600, 500, 320.5F, 200, 640, 400};
 
-/// Around a "DepthResize" that makes new frames.
+/// The filter around a "DepthResize" that makes new frames.
 class HardwareD2CProcessorTest : public HostTest {
  protected:
   HardwareD2CProcessorTest() {
@@ -62,7 +62,7 @@ TEST_F(HardwareD2CProcessorTest, ParametersAreAppliedOncePerSet) {
   EXPECT_EQ(configuration(), "[\"6\", \"5\", \"1.000000000\", \"-5\", \"3\", \"2\", \"-1\"])");
   EXPECT_NE(callsForAFrame().find("intrinsic: {300, 250, 160.25, 100, 320, 200}"), std::string::npos)
       << "the folded intrinsics, and folded once, are stamped on later frames";
-  failCall("vy_filter_update_config");  // swallowed
+  failCall("vy_filter_update_config");  // dropped
   call(&HardwareD2CProcessor::reset_filter, filter_.get());
   EXPECT_EQ(configuration(), "[\"0\", \"0\", \"0.000000000\", \"0\", \"0\", \"0\", \"0\"])");
   EXPECT_EQ(configuration(), "0 calls") << "not even when the host refused";
@@ -75,7 +75,7 @@ TEST_F(HardwareD2CProcessorTest, FailuresLeaveTheFrameThatTheyShould) {
     const char* function;
     vysim_fault fault;
     bool hasFrame;
-    long profilesLeftBehind;  // the handle is given back only when all went well
+    long profilesLeftBehind;  // the handle is given back only after success
   } cases[] = {
       {"vy_video_frame_get_width", VYSIM_FAULT_ERROR, false, 0},
       {"vy_video_frame_get_height", VYSIM_FAULT_ERROR, false, 0},
@@ -101,18 +101,18 @@ TEST_F(HardwareD2CProcessorTest, FailuresLeaveTheFrameThatTheyShould) {
   }
 
   ErrorSlot error;
-  failCall("vy_filter_process", 1, kNull);  // there is no profile of no frame
+  failCall("vy_filter_process", 1, kNull);  // asks a null frame for its profile
   EXPECT_EQ(filter_->filter_process(input_.get(), error), nullptr);
   EXPECT_EQ(error.take().function, "vy_frame_get_stream_profile");
   for (const char* first : {"vy_video_frame_get_width", "vy_video_frame_get_height"}) {
-    failCall(first);  // written over, and deleted
+    failCall(first);  // the next error replaces it
     failCall("vy_filter_process");
     EXPECT_EQ(filter_->filter_process(input_.get(), error), nullptr);
     EXPECT_EQ(error.take(), injectedError("vy_filter_process"));
   }
 }
 
-/// The filter as it is when its host filter is missing.
+/// The filter without the host filter inside.
 struct WithoutHostFilter : HardwareD2CProcessor {
   WithoutHostFilter() {
     call(vy_delete_filter, filter_);
@@ -139,7 +139,7 @@ TEST_F(HardwareD2CProcessorTest, OtherOperations) {
   EXPECT_EQ(error.take(), ownError("filter is nullptr", "get_filter_name"));
 }
 
-// The chain holds another filter of the library's before, which refuses the parameters.
+// Another filter of the library's stands before it in the chain, and refuses the parameters.
 TEST_F(HardwareD2CProcessorTest, ParametersReachTheFilterThroughTheChain) {
   for (const char* name : {"FrameUnpacker", "NoiseRemovalFilter", "FrameMirror", "FrameFlip", "FrameRotate"}) {
     definePassing(name);

@@ -11,7 +11,7 @@ class OpenNID2DTest : public HostTest {
   Stamper stamper_ = {5};
 };
 
-/// The filter as it is when its host filter is missing.
+/// The filter without the host filter inside.
 struct WithoutHostFilter : OpenNID2DProcessor {
   WithoutHostFilter() {
     call(vy_delete_filter, filter_);

@@ -6,7 +6,7 @@
 
 namespace {
 
-/// With a context, which keeps the registry and its filters alive.
+/// Holds a context, which keeps the registry and its filters alive.
 class PrivateFilterFunctionsTest : public HostTest {
  protected:
   PrivateFilterFunctionsTest() : device_(openDevice(0)) {}
@@ -73,14 +73,14 @@ TEST_F(PrivateFilterFunctionsTest, CreationReportsUnderItsOwnName) {
       }
       expectLeftBehind(VYSIM_FILTER, 1);  // the one that came with an error is the host's
       vy_filter_t* const filter = call(create, name);
-      EXPECT_STREQ(call(priv_filter_get_name, filter), name);  // not that of the host filter inside
+      EXPECT_STREQ(call(priv_filter_get_name, filter), name);  // not the name of the host filter inside
       EXPECT_STRNE(call(vy_filter_get_name, filter), name);
       EXPECT_FALSE(call(priv_filter_is_enabled, filter));
     }
   }
 }
 
-// A handle of the host's that the library did not make: nothing happens, and only two functions have something to say.
+// A filter that the library did not make: nothing happens to it, and only priv_filter_get_name() reports an error.
 TEST_F(PrivateFilterFunctionsTest, ForeignHandlesGiveNeutralResults) {
   vy_filter_t* const own = call(priv_create_filter, "DisparityTransform");
   ASSERT_NE(own, nullptr);
@@ -95,7 +95,7 @@ TEST_F(PrivateFilterFunctionsTest, ForeignHandlesGiveNeutralResults) {
   EXPECT_FALSE(call(priv_filter_is_enabled, own)) << "a foreign handle reached another filter";
   call(vy_delete_filter, foreign);
 
-  // A dead one: the host's error stays, except where it is replaced.
+  // A dead handle: the host's error stays, unless priv_filter_get_name() replaces it.
   for (const auto& each : kFilterCalls) {
     ErrorSlot error;
     EXPECT_TRUE(each.call(foreign, error)) << each.function;
@@ -134,7 +134,7 @@ TEST_F(PrivateFilterFunctionsTest, CallsReachTheFilterInside) {
   ErrorSlot error;
   EXPECT_TRUE(isZero(priv_filter_config_schema_list_get_item(list, 1, error)));
   EXPECT_TRUE(error.isSet());
-  // One that the host gave out itself.
+  // A list that the host gave out itself.
   vy_filter_config_schema_list_t* const foreign = call(vy_filter_get_config_schema_list, filter);
   EXPECT_EQ(call(priv_filter_config_schema_list_get_count, foreign), 0U);
   EXPECT_TRUE(isZero(call(priv_filter_config_schema_list_get_item, foreign, 0)));
@@ -142,7 +142,7 @@ TEST_F(PrivateFilterFunctionsTest, CallsReachTheFilterInside) {
   EXPECT_EQ(alive(VYSIM_SCHEMA_LIST), 2);
   call(vy_delete_filter_config_schema_list, foreign);
   call(priv_filter_delete_config_schema_list, list);
-  call(priv_filter_delete_config_schema_list, list);  // not out any more
+  call(priv_filter_delete_config_schema_list, list);  // given back already
   EXPECT_EQ(call(priv_filter_config_schema_list_get_count, list), 0U);
 
   const Frame input = makeFrame();
@@ -160,7 +160,7 @@ TEST_F(PrivateFilterFunctionsTest, TheD2CFilterHasNoItems) {
   EXPECT_GT(call(vy_filter_config_schema_list_get_count, list), 0U);
   EXPECT_EQ(call(priv_filter_config_schema_list_get_count, list), 0U);
   EXPECT_TRUE(isZero(call(priv_filter_config_schema_list_get_item, list, 0)));
-  // What is no list, below and above the one that is out.
+  // Addresses of no list, below and above the real one.
   for (std::uintptr_t address : {std::uintptr_t{1}, UINTPTR_MAX}) {
     auto* const none = reinterpret_cast<vy_filter_config_schema_list_t*>(address);
     EXPECT_TRUE(isZero(call(priv_filter_config_schema_list_get_item, none, 0)));
@@ -170,7 +170,7 @@ TEST_F(PrivateFilterFunctionsTest, TheD2CFilterHasNoItems) {
 }
 
 TEST_F(PrivateFilterFunctionsTest, NamesOfAnyLengthAreFound) {
-  std::deque<std::string> names;  // filters made under one go on reporting it
+  std::deque<std::string> names;  // filters keep pointers to them
   for (const std::size_t length : {0U, 1U, 254U, 255U, 256U, 257U, 1000U}) {
     definePassing("OpenNIDisparityTransform", names.emplace_back(length, 'n').c_str(), true);
     vy_filter_t* const filter = call(priv_create_filter, "DisparityTransform");

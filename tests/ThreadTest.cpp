@@ -1,5 +1,5 @@
-// Several cameras at once, each on a host thread of its own, all families mixed. Made for the thread sanitizer; without
-// it, what every thread gets is held against what a lone thread got.
+// Cameras of all families at once, each on a thread of its own. Made for the thread sanitizer; in other builds each
+// thread must still get what a lone thread got.
 #include <atomic>
 #include <iostream>
 #include <stdexcept>
@@ -15,10 +15,10 @@ constexpr int kRounds = 4;
 struct Family {
   std::string name;
   std::vector<SensorCase> sensors;
-  std::vector<std::string> expected;  ///< by sensor: all that a scenario gives
+  std::vector<std::string> expected;  ///< by sensor: its transcript
 };
 
-/// Gathers what a scenario gives: schema, sizes and bytes of frames, errors.
+/// All that a scenario gives, as a text: errors, widths and bytes of frames, the schema.
 class Transcript : public Scenario {
  public:
   using Scenario::Scenario;
@@ -87,7 +87,7 @@ class ThreadTest : public HostTest {
 
 TEST_F(ThreadTest, CamerasOfAllFamiliesDoNotDisturbEachOther) {
   std::atomic<int> scenarios{0};
-  // Each thread starts with another family: the registry comes and goes, and is shared, in changing company.
+  // Each thread starts with another family, so that the registry is made, shared and dropped by ever other ones.
   onAllThreads([&](int number) {
     for (std::size_t turn = 0; turn < kRounds * families_.size(); ++turn) {
       const Family& family = families_[(turn + static_cast<std::size_t>(number)) % families_.size()];
@@ -100,7 +100,7 @@ TEST_F(ThreadTest, CamerasOfAllFamiliesDoNotDisturbEachOther) {
   std::cout << kThreads << " threads, " << scenarios << " scenarios\n";
 }
 
-// One context for all threads: its registry grows, and schema lists come and go, while others look filters up.
+// All threads share one context: its registry grows, and schema lists come and go, while other threads look filters up.
 TEST_F(ThreadTest, ProcessorsOfOneContextAreMadeAndUsedOnAllThreads) {
   const OpenDevice camera = openDevice(kSpecialOpenNI);
   const std::string schema = schemaOf(makeProcessor(camera.context, kDepth));

@@ -1,4 +1,4 @@
-// The simulated host's own promises: what tests of the frame processor library rely on.
+// What tests of the frame processor library rely on in the simulated host.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -38,7 +38,7 @@ class SimulatedHost : public testing::Test {
   }
 };
 
-// Every function that takes a handle as its first argument. The calls that delete come last.
+/// A function that takes a handle as its first argument.
 struct HandleCall {
   const char* function;
   vysim_kind kind;
@@ -54,6 +54,7 @@ vy_frame_t* mirrorFrame(const vy_frame_t* frame, vy_error** error) {
   return vy_filter_process(makeFilter("FrameMirror").get(), frame, error);
 }
 
+/// All of them; those that delete come last.
 std::vector<HandleCall> handleCalls() {
   const vysim_kind device = VYSIM_DEVICE, info = VYSIM_DEVICE_INFO, filter = VYSIM_FILTER, list = VYSIM_SCHEMA_LIST,
                    frame = VYSIM_FRAME, profile = VYSIM_STREAM_PROFILE;
@@ -150,7 +151,7 @@ TEST_F(SimulatedHost, CountsReferencesAcrossThreads) {
 TEST_F(SimulatedHost, FramesMadeFromOthersHaveProfilesOfTheirOwn) {
   const Frame frame = makeFrame(VY_FORMAT_Y16, VY_PIXEL_DEPTH);
   call(vysim_frame_get_data, frame.get())[0] = 7;
-  const Filter resize = makeFilter("DepthResize", true);  // unconfigured: gives a frame of its own all the same
+  const Filter resize = makeFilter("DepthResize", true);  // makes a new frame though it is not configured
   const Frame copies[] = {Frame(call(vy_create_frame_from_other_frame, frame.get(), true)),
                           Frame(call(vy_create_frame_from_other_frame, frame.get(), false)),
                           Frame(call(vy_filter_process, resize.get(), frame.get()))};
@@ -217,7 +218,7 @@ TEST_F(SimulatedHost, FiltersRefuseSettingsThatMakeNoSense) {
   const struct {
     const char* filter;
     bool isPrivate;
-    std::vector<const char*> arguments;  // none: the item is set
+    std::vector<const char*> arguments;  // if empty, the item is set instead
     const char* item;
     double value;
     const char* messagePart;

@@ -124,7 +124,7 @@ std::vector<std::string> callsOf(const std::string& function, const std::string&
   return found;
 }
 
-// Of the leak checker; absent in other builds.
+// From the leak checker, and null in builds without it.
 extern "C" void __lsan_disable() __attribute__((weak));
 extern "C" void __lsan_enable() __attribute__((weak));
 
@@ -158,7 +158,7 @@ HostTest::HostTest() {
   emptyDeviceLists();
 }
 
-// Not TearDown(): what derived fixtures hold is gone only here.
+// Not TearDown(): derived fixtures still hold objects then.
 HostTest::~HostTest() {
   EXPECT_EQ(vysim_fail_count(), ordered_) << "a fault that was ordered did not strike";
   vysim_reset();

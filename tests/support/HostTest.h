@@ -46,7 +46,7 @@ void expectNoRefusals();
 // ---- The library as its host uses it ------------------------------------------------------------
 
 constexpr int kMaker = 0x3E71;
-// One product of some families.
+// One product id each of some families.
 constexpr int kHalden = 0x41A1;
 constexpr int kVashti = 0x41F7;
 constexpr int kSpecialOpenNI = 0x4166;
@@ -113,7 +113,7 @@ std::string recordCalls(Work work) {
   for (std::size_t i = 0; i < vysim_record_count(); ++i) calls += std::string(vysim_record_at(i)) + "\n";
   return calls;
 }
-/// Of recorded calls, those of some function.
+/// Those of the recorded calls that are of one function.
 std::vector<std::string> callsOf(const std::string& function, const std::string& calls);
 
 /// An order to let the nth call of a host function from now go wrong.
@@ -125,7 +125,7 @@ struct Fault {
 constexpr vysim_fault kNull = VYSIM_FAULT_NULL;
 constexpr vysim_fault kWithResult = VYSIM_FAULT_ERROR_WITH_RESULT;
 
-/// What is allocated while one of these lives does not count as a leak for the leak checker of a sanitized build.
+/// The leak checker of sanitized builds ignores what is allocated while one of these lives.
 class LeakTolerance {
  public:
   LeakTolerance();
@@ -134,14 +134,14 @@ class LeakTolerance {
   ~LeakTolerance();
 };
 
-/// The host's living objects, then and now.
+/// Compares the host's living objects with those at its construction.
 class Balance {
  public:
   Balance();
 
-  /// Objects of a kind that came to life since and are still alive; negative where more died.
+  /// How many more objects of a kind are alive now; negative if fewer.
   long grown(vysim_kind kind) const;
-  /// Takes objects for ones that lived before.
+  /// Counts objects as if they had lived before.
   void accept(vysim_kind kind, long count) { before_[kind] += count; }
   /// Demands that nothing is left over.
   void expectLevel() const;
@@ -150,20 +150,19 @@ class Balance {
   std::array<long, VYSIM_KIND_COUNT> before_ = {};
 };
 
-/// The base of all tests: a host without definitions, orders or lists, and the demand that every object of the host
-/// that came to life in the test is gone at its end. So a leak or a double release anywhere fails the test that caused
-/// it.
+/// The base of all tests. Starts with a host without definitions, orders or lists, and fails the test unless all
+/// objects of the host that it made are gone at its end: a leak or a double release fails the test that caused it.
 class HostTest : public testing::Test {
  protected:
   HostTest();
   ~HostTest() override;
 
-  /// Gives orders to fail. One that never strikes fails the test.
+  /// Orders host calls to fail. An order that is never carried out fails the test.
   void failCall(const char* function, std::uint64_t nth = 1, vysim_fault kind = VYSIM_FAULT_ERROR);
   void failCalls(const std::vector<Fault>& faults);
-  /// Objects that came to life in the test and are still alive.
+  /// How many objects the test has made that are still alive.
   long alive(vysim_kind kind) const { return balance_.grown(kind); }
-  /// Objects that the library leaves behind on purpose, in the scope of a LeakTolerance.
+  /// Accepts objects that the library leaves behind on purpose. Needs a LeakTolerance while they are made.
   void expectLeftBehind(vysim_kind kind, long count) { balance_.accept(kind, count); }
 
  private:

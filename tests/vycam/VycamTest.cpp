@@ -74,7 +74,7 @@ class VycamTest : public testing::Test {
     ASSERT_TRUE(png_image_write_to_file(&image, (folder_ / name).c_str(), 0, pixels.data(), 0, nullptr));
   }
 
-  /// "WIDTHxHEIGHT 16-bit" or "WIDTHxHEIGHT 8-bit" of a PNG whose pixels can all be decoded, else what is wrong.
+  /// Decodes a whole PNG. Returns "WIDTHxHEIGHT 16-bit" or "WIDTHxHEIGHT 8-bit", or what is wrong with it.
   std::string decode(const fs::path& name) const {
     png_image image{};
     image.version = PNG_IMAGE_VERSION;
@@ -171,7 +171,7 @@ TEST_F(VycamTest, RunWritesPicturesThatMatchTheScene) {
   writePng("depth.png", 320, 240, PNG_FORMAT_LINEAR_Y);
   const struct {
     const char* arguments;
-    const char* output16;  // size of the numbers written; null for a stream without
+    const char* output16;  // of the picture with numbers; null if there is none
   } cases[] = {
       {"--camera Corvid --sensor depth --clean", "1280x800 16-bit"},
       {"--camera NormalOpenNI --sensor depth --clean --depth depth.png", "320x240 16-bit"},
