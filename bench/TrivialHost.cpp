@@ -7,30 +7,11 @@
 #include <string>
 #include <vector>
 
+#include "support/HostFilters.h"
+
 using vysim::call;
 
 namespace {
-
-/// The name is also what the filter reports. It stands at the beginning of a cache line, as comparing a text that
-/// crosses one costs more, and where a text on the heap lies is chance.
-struct alignas(64) HostFilter {
-  char name[48];
-  bool isPrivate;
-};
-constexpr HostFilter kHostFilters[] = {
-    {"FrameUnpacker", false},
-    {"TalonFrameUnpacker", false},
-    {"TiberonDecompress", false},
-    {"CorvidPixelOffsetFix", false},
-    {"NoiseRemovalFilter", false},
-    {"DisparityTransform", false},
-    {"HardwareD2DCorrectionFilter", false},
-    {"FrameMirror", false},
-    {"FrameFlip", false},
-    {"FrameRotate", false},
-    {"DepthResize", true},
-    {"OpenNIDisparityTransform", true},
-};
 
 /// Copies a text; the copy lives as long as the program, as definitions point at it.
 const char* keep(const char* text) {

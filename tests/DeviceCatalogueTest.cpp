@@ -1,6 +1,7 @@
 // Every camera family: how it is recognised, and its chains, against a table written for this test.
 #include <map>
 
+#include "support/HostFilters.h"
 #include "support/HostTest.h"
 
 namespace {
@@ -141,12 +142,9 @@ class DeviceCatalogueTest : public HostTest {
     // Each filter has ten items, so that every published item has its line in the schema.
     static const std::vector<VYFilterConfigSchemaItem> kItems(
         10, VYFilterConfigSchemaItem{"item", VY_FILTER_CONFIG_VALUE_TYPE_INT, 0, 1, 1, 0, "Item"});
-    for (const char* name :
-         {"FrameUnpacker", "TalonFrameUnpacker", "TiberonDecompress", "CorvidPixelOffsetFix", "NoiseRemovalFilter",
-          "DisparityTransform", "HardwareD2DCorrectionFilter", "FrameMirror", "FrameFlip", "FrameRotate"}) {
-      defineFilter({name, nullptr, false, kItems.data(), 10, nullptr, nullptr});
+    for (const HostFilter& filter : kHostFilters) {
+      defineFilter({filter.name, nullptr, filter.isPrivate, kItems.data(), 10, nullptr, nullptr});
     }
-    defineFilter({"OpenNIDisparityTransform", nullptr, true, kItems.data(), 10, nullptr, nullptr});
   }
 
   /// The family that has these chains; no two have the same.

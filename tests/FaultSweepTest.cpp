@@ -4,6 +4,7 @@
 #include <iostream>
 
 #include "support/FrameModel.h"
+#include "support/HostFilters.h"
 #include "support/Scenario.h"
 
 namespace {
@@ -12,25 +13,13 @@ using Kinds = std::array<long, VYSIM_KIND_COUNT>;
 
 // ---- Filters that take any frame ----------------------------------------------------------------
 
-constexpr const char* kStandIns[] = {"FrameUnpacker",
-                                     "TalonFrameUnpacker",
-                                     "TiberonDecompress",
-                                     "CorvidPixelOffsetFix",
-                                     "NoiseRemovalFilter",
-                                     "DisparityTransform",
-                                     "HardwareD2DCorrectionFilter",
-                                     "FrameMirror",
-                                     "FrameFlip",
-                                     "FrameRotate",
-                                     "DepthResize",
-                                     "OpenNIDisparityTransform"};
 constexpr std::uint32_t kStandInWidth = 4;  // inputs are wider
 
 /// The stamp on the frames of a stand-in, from 1; 0 if there is no stand-in of that name.
 std::uint8_t stampFor(const std::string& name) {
   std::uint8_t stamp = 1;
-  for (const char* const each : kStandIns) {
-    if (name == each) return stamp;
+  for (const HostFilter& each : kHostFilters) {
+    if (name == each.name) return stamp;
     ++stamp;
   }
   return 0;
@@ -41,14 +30,13 @@ class StandIns {
   StandIns() {
     for (VYFilterConfigSchemaItem& item : items_)
       item = {"Value", VY_FILTER_CONFIG_VALUE_TYPE_INT, 0, 9, 1, 5, "a value"};
-    for (std::size_t i = 0; i < std::size(kStandIns); ++i) stampers_[i].stamp = stampFor(kStandIns[i]);
+    for (std::size_t i = 0; i < std::size(kHostFilters); ++i) stampers_[i].stamp = stampFor(kHostFilters[i].name);
   }
 
   void define() {
-    for (std::size_t i = 0; i < std::size(kStandIns); ++i) {
-      const bool isPrivate = i >= std::size(kStandIns) - 2;
-      defineFilter({kStandIns[i], nullptr, isPrivate, items_.data(), static_cast<std::uint32_t>(items_.size()), stamp,
-                    &stampers_[i]});
+    for (std::size_t i = 0; i < std::size(kHostFilters); ++i) {
+      defineFilter({kHostFilters[i].name, nullptr, kHostFilters[i].isPrivate, items_.data(),
+                    static_cast<std::uint32_t>(items_.size()), stamp, &stampers_[i]});
     }
   }
 
@@ -60,7 +48,7 @@ class StandIns {
   }
 
   std::array<VYFilterConfigSchemaItem, 10> items_;
-  Stamper stampers_[std::size(kStandIns)];
+  Stamper stampers_[std::size(kHostFilters)];
 };
 
 // ---- One way through a scenario -----------------------------------------------------------------
