@@ -117,7 +117,7 @@ TEST_F(VycamTest, BadInputIsToldInOneLineAndLeavesNothingBehind) {
       {run + "--set Nonsense#1=2", {"\"Nonsense#1\"", "NoiseRemovalFilter#0"}},
       {run + "--set FrameRotate#0", {"\"FrameRotate#0\"", "FILTER#ITEM=VALUE"}},
       {run + "--set FrameRotate#0=ninety", {"\"ninety\"", "FrameRotate#0", "number"}},
-      {run + "--set FrameRotate#0=91", {"settings", "91"}},
+      {run + "--set FrameRotate#0=91", {"cannot apply the settings: ", "but is 91"}},
       {run + "--set FrameMirror#255=on", {"\"on\"", "0 (off) or 1 (on)"}},
       {run + "--d2c scale=0", {"scale=0", "above 0"}},
       {run + "--d2c scale=1,left=-4000", {"--d2c", "1 to 32767"}},
