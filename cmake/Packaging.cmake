@@ -55,7 +55,11 @@ set(components runtime development)
 if(TARGET tavrix_sdk)
   list(APPEND components simulated_host)
   install(TARGETS tavrix_sdk LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT simulated_host)
-  install(FILES ${PROJECT_SOURCE_DIR}/simhost/include/TavrixSDK.h ${PROJECT_SOURCE_DIR}/simhost/include/tavrix_sim.h
+  set(simulated_host_include_dir ${PROJECT_SOURCE_DIR}/simhost/include)
+  install(FILES
+    ${simulated_host_include_dir}/TavrixSDK.h
+    ${simulated_host_include_dir}/tavrix_sim.h
+    ${simulated_host_include_dir}/tavrix_sim.hpp
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT simulated_host)
   install(FILES ${docs_dir}/simulated-host.md
     DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/tavrix-sdk-simulated/docs COMPONENT simulated_host)
