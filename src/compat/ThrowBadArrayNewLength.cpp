@@ -2,9 +2,9 @@
 // the C++ library of their time lacks the function: so the library carries one of its own.
 #include <new>
 
-namespace std {
+namespace std {  // NOLINT(cert-dcl58-cpp): the function's own place
 
-[[noreturn]] void __throw_bad_array_new_length() {
+[[noreturn]] void __throw_bad_array_new_length() {  // NOLINT(bugprone-reserved-identifier): and name
   throw bad_array_new_length();
 }
 

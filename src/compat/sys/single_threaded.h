@@ -3,4 +3,4 @@
 // all: the library runs with older C libraries, and cameras deliver frames on threads anyway.
 #pragma once
 
-constexpr char __libc_single_threaded = 0;  // NOLINT(bugprone-reserved-identifier): the C library's name
+constexpr char __libc_single_threaded = 0;
