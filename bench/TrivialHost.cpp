@@ -3,6 +3,7 @@
 #include <vy_frame_processor.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <deque>
 #include <string>
 #include <vector>

@@ -90,14 +90,20 @@ endif()
 # Dependencies are written by hand: dpkg-shlibdeps would fail for libTavrixSDK.so, which each site provides in its own
 # way, and for another architecture. scripts/check-packages compares the versions with what the files need.
 set(language_depends "libgcc-s1 (>= 4.2), libstdc++6 (>= 11)")
-set(library_depends "libc6 (>= 2.32), ${language_depends}")
+set(library_libc 2.14)
+if(CMAKE_LIBRARY_ARCHITECTURE STREQUAL "arm-linux-gnueabihf")
+  set(library_libc 2.4)
+elseif(CMAKE_LIBRARY_ARCHITECTURE STREQUAL "aarch64-linux-gnu")
+  set(library_libc 2.17)
+endif()
 set(same_version "(= ${PROJECT_VERSION})")
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libvy-frame-processor${PROJECT_VERSION_MAJOR})
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "Frame processing extension of the Tavrix SDK - library
 Turns the raw frames of a depth camera into frames an application can use.
 The host SDK (libTavrixSDK.so) comes from its maker, or is the simulated one.")
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "${library_depends}")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS
+  "libc6 (>= ${library_libc}), libgcc-s1 (>= 4.2) | libgcc1 (>= 1:4.2), libstdc++6 (>= 5)")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS "tavrix-sdk-simulated")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libvy-frame-processor-dev)
@@ -112,7 +118,7 @@ set(CPACK_DEBIAN_SIMULATED_HOST_PACKAGE_NAME tavrix-sdk-simulated)
 set(CPACK_COMPONENT_SIMULATED_HOST_DESCRIPTION "Simulated Tavrix SDK - virtual depth cameras
 A libTavrixSDK.so that works without hardware, with its headers: cameras, filters,
 call records and fault injection for tests and debugging. Not for production.")
-set(CPACK_DEBIAN_SIMULATED_HOST_PACKAGE_DEPENDS "${library_depends}, libfmt9")
+set(CPACK_DEBIAN_SIMULATED_HOST_PACKAGE_DEPENDS "libc6 (>= 2.32), ${language_depends}, libfmt9")
 
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME vycam)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)

@@ -60,6 +60,8 @@ make_sysroot() {
     dpkg-deb -x "$package" "$sysroot" || fail "cannot unpack ${package##*/}"
   done
   rm -rf "$packages"
+  # Debian 13 has its libraries below /usr; /lib is a link there that no package carries.
+  [ -d "$sysroot/lib" ] || ln -s usr/lib "$sysroot/lib"
   # Absolute links would lead out of the sysroot.
   while IFS= read -r -d '' link; do
     ln -sfn "$sysroot$(readlink "$link")" "$link"
