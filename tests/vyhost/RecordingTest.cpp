@@ -63,7 +63,7 @@ TEST_F(RecordingTest, TellsTheCallsOfAProgram) {
 
   // A null device: the library makes an error within the call and hands it out.
   const vyhost::Call context = find("vy_create_frame_processor_context");
-  EXPECT_EQ(context.arguments, nlohmann::json({0}));
+  EXPECT_EQ(context.arguments, nlohmann::json::array({0}));
   EXPECT_EQ(context.result, nlohmann::json(0));
   EXPECT_EQ(context.errorBefore, 0U);
   EXPECT_NE(context.errorAfter, 0U);
@@ -74,7 +74,7 @@ TEST_F(RecordingTest, TellsTheCallsOfAProgram) {
   const vyhost::Call create = find("vy_create_private_filter");
   ASSERT_TRUE(create.parent);
   EXPECT_EQ(recording.calls[*create.parent].function->name, "priv_create_filter");
-  EXPECT_EQ(create.arguments, nlohmann::json({"OpenNIDisparityTransform"}));
+  EXPECT_EQ(create.arguments, nlohmann::json::array({"OpenNIDisparityTransform"}));
 }
 
 TEST_F(RecordingTest, HoldsEverythingBeforeTheByteWhereItBreaksOff) {
