@@ -1,6 +1,14 @@
 #include "recording/HandleNumbers.h"
 
 namespace recording {
+namespace {
+
+/// Whether a call may return an object that another call has returned before.
+bool isShared(Kind kind) {
+  return kind == Kind::deviceInfo || kind == Kind::frame || kind == Kind::profile;
+}
+
+}  // namespace
 
 std::uint64_t HandleNumbers::find(Kind kind, const void* object) {
   if (object == nullptr) return 0;
@@ -19,7 +27,7 @@ std::uint64_t HandleNumbers::retain(Kind kind, const void* object) {
 std::uint64_t HandleNumbers::receive(Kind kind, const void* object) {
   auto& entries = of(kind).entries;
   const auto place = entries.find(object);
-  if (place != entries.end() && place->second.references == 0) entries.erase(place);
+  if (place != entries.end() && (place->second.references == 0 || !isShared(kind))) entries.erase(place);
   return retain(kind, object);
 }
 
