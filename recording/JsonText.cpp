@@ -11,10 +11,13 @@ JsonText& JsonText::integer(std::int64_t value) {
   char* first = digits + sizeof digits;
   auto rest = static_cast<std::uint64_t>(value);
   if (value < 0) rest = 0 - rest;
+  // Most numbers are small, and a 32-bit processor divides those alone by itself.
+  for (; rest > UINT32_MAX; rest /= 10) *--first = static_cast<char>('0' + rest % 10);
+  auto low = static_cast<std::uint32_t>(rest);
   do {
-    *--first = static_cast<char>('0' + rest % 10);
-    rest /= 10;
-  } while (rest != 0);
+    *--first = static_cast<char>('0' + low % 10);
+    low /= 10;
+  } while (low != 0);
   if (value < 0) *--first = '-';
   text_.append(first, digits + sizeof digits);
   return *this;
@@ -81,10 +84,9 @@ JsonText& JsonText::bytes(const std::uint8_t* data, std::size_t size) {
 }
 
 JsonText& JsonText::hexadecimal(std::uint64_t value, unsigned count) {
-  for (unsigned shift = 4 * count; shift != 0;) {
-    shift -= 4;
-    text_ += "0123456789abcdef"[(value >> shift) & 0xF];
-  }
+  char digits[16];
+  for (unsigned i = count; i != 0; value >>= 4) digits[--i] = "0123456789abcdef"[value & 0xF];
+  text_.append(digits, count);
   return *this;
 }
 

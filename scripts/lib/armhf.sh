@@ -8,6 +8,7 @@ armhf_packages=(g++-arm-linux-gnueabihf qemu-user)
 # Libraries for the target. CLI11 and png++ have only headers, which the cross-compiler reads from here, too.
 armhf_target_packages=(
   libc6-dev libstdc++-12-dev libfmt-dev libcli11-dev libpng++-dev libgd-dev libpugixml-dev libgtest-dev libgmock-dev
+  nlohmann-json3-dev libzstd-dev liblz4-dev
 )
 
 # Unpacks the target's libraries into build/armhf-sysroot. They are not installed: apt demands the same version for all
