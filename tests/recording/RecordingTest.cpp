@@ -273,7 +273,7 @@ TEST_F(RecordingTest, KilledProcessLosesNoFinishedCall) {
     const auto sessions = random() % 3;
     char done = 0;
     for (std::size_t session = 0; session < sessions; ++session) ASSERT_EQ(::read(link[0], &done, 1), 1);
-    for (auto turns = random() % 200; turns != 0; --turns) ::sched_yield();
+    for (auto turns = random() % 50; turns != 0; --turns) ::sched_yield();
     ::kill(child, SIGKILL);
     ::waitpid(child, nullptr, 0);
     ::close(link[0]);
