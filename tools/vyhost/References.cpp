@@ -58,7 +58,8 @@ std::vector<Leftover> findLeftovers(const Recording& recording, const FilterName
     if (!function.isHost && isOutermost && function.result == ValueKind::frame)
       ledger.add(function.result, result, -1, call.endTime);
     if (function.isHost && call.newError) ledger.add(ValueKind::error, call.errorAfter.value_or(0), 1, call.endTime);
-    if (!function.isHost && isOutermost && hasNewError) ledger.add(ValueKind::error, *call.errorAfter, -1, call.endTime);
+    if (!function.isHost && isOutermost && hasNewError)
+      ledger.add(ValueKind::error, *call.errorAfter, -1, call.endTime);
   }
   return ledger.leftovers(names, begin);
 }

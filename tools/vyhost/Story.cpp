@@ -90,7 +90,7 @@ class Teller {
     for (ContextStory& context : story_.contexts) {
       for (ProcessorStory& processor : context.processors) {
         tellRate(processor);
-        if (processor.sensor == VY_SENSOR_DEPTH && context.families.empty()) context.families = familiesOf(processor);
+        if (processor.sensor == kDepthSensor && context.families.empty()) context.families = familiesOf(processor);
       }
     }
     story_.leftovers = findLeftovers(recording_, names_, begin_);
@@ -253,8 +253,8 @@ class Teller {
     FilterStory& filter = filters.back();
     if (endsWith(name, "_filter_update_config")) filter.arguments = textsOf(argumentOf(call, 2));
     if (endsWith(name, "_filter_enable")) filter.startsEnabled = isTrue(argumentOf(call, 1));
-    const bool isStep = makesFilter(*call.function) || endsWith(name, "_filter_update_config") ||
-                        endsWith(name, "_filter_enable");
+    const bool isStep =
+        makesFilter(*call.function) || endsWith(name, "_filter_update_config") || endsWith(name, "_filter_enable");
     if (isStep && !messageOf(call).empty()) filter.leftOut = refusalOf(call);
   }
 
@@ -285,9 +285,9 @@ class Teller {
       const bool isQuestion = endsWith(name, "_filter_is_enabled");
       const bool isWork = endsWith(name, "_filter_process");
       if (!isQuestion && !isWork) continue;
-      const auto filter = std::find_if(
-          processor.filters.begin(), processor.filters.end(),
-          [&](const FilterStory& one) { return !one.leftOut && one.handle == handleOf(argumentOf(each, 0)); });
+      const auto filter = std::find_if(processor.filters.begin(), processor.filters.end(), [&](const FilterStory& one) {
+        return !one.leftOut && one.handle == handleOf(argumentOf(each, 0));
+      });
       if (filter == processor.filters.end()) continue;
       if (isQuestion && !isTrue(each.result)) ++filter->timesOff;
       if (isQuestion && isTrue(each.result)) waiting[filter->handle] = &*filter;
@@ -321,9 +321,9 @@ class Teller {
   }
 
   static void countFormat(ProcessorStory& processor, FormatCount format) {
-    const auto found = std::find_if(
-        processor.formats.begin(), processor.formats.end(),
-        [&](const FormatCount& each) { return each.format == format.format && each.pixelType == format.pixelType; });
+    const auto found = std::find_if(processor.formats.begin(), processor.formats.end(), [&](const FormatCount& each) {
+      return each.format == format.format && each.pixelType == format.pixelType;
+    });
     FormatCount& count = found != processor.formats.end() ? *found : processor.formats.emplace_back(format);
     ++count.count;
   }
@@ -434,8 +434,9 @@ std::size_t Story::filtersLeftOut() const {
   std::size_t count = 0;
   for (const ContextStory& context : contexts) {
     for (const ProcessorStory& processor : context.processors)
-      count += static_cast<std::size_t>(std::count_if(processor.filters.begin(), processor.filters.end(),
-                                                      [](const FilterStory& each) { return each.leftOut.has_value(); }));
+      count +=
+          static_cast<std::size_t>(std::count_if(processor.filters.begin(), processor.filters.end(),
+                                                 [](const FilterStory& each) { return each.leftOut.has_value(); }));
   }
   return count;
 }

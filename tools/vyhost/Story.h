@@ -101,7 +101,6 @@ struct ProcessorStory {
   std::vector<FormatCount> formats;  ///< of frames that went in, as far as a filter wanted to know
   double framesPerSecond = 0;        ///< 0 for fewer than two frames
   Duration longestGap = 0;           ///< between two frames that went in
-
 };
 
 /// A device, as one context sees it.

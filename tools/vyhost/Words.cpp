@@ -3,7 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cmath>
+#include <exception>
 
 namespace vyhost {
 namespace {
@@ -76,20 +76,26 @@ std::string printable(const std::string& bytes) {
 }
 
 std::string numberText(const nlohmann::json& number) {
-  return number.is_number_integer() ? number.dump() : fmt::format("{}", realOf(number));
+  if (number.is_number_integer()) return number.dump();
+  try {
+    return fmt::format("{}", realOf(number));
+  } catch (const std::exception&) {
+    return "?";  // what a foreign or damaged file may have here
+  }
 }
 
 std::string sensorName(int sensor) {
+  // By number: the names are the host's.
   switch (sensor) {
-    case VY_SENSOR_DEPTH:
+    case kDepthSensor:
       return "depth";
-    case VY_SENSOR_COLOR:
+    case 2:
       return "colour";
-    case VY_SENSOR_IR:
+    case 1:
       return "infrared";
-    case VY_SENSOR_IR_LEFT:
+    case 6:
       return "left infrared";
-    case VY_SENSOR_IR_RIGHT:
+    case 7:
       return "right infrared";
     default:
       return fmt::format("sensor {}", sensor);

@@ -23,6 +23,7 @@ std::string handleText(ValueKind kind, std::uint64_t number);
 std::string printable(const std::string& bytes);
 /// A number with as few digits as say it fully.
 std::string numberText(const nlohmann::json& number);
+constexpr int kDepthSensor = 3;
 /// "depth", "left infrared"; "sensor 9" for one without a name.
 std::string sensorName(int sensor);
 /// A duration of some nanoseconds: "12.453 ms".
