@@ -88,7 +88,7 @@ void addChain(Sheet& sheet, const ProcessorStory& processor) {
       text += fmt::format("  LEFT OUT: {} failed: \"{}\"", filter.leftOut->function, filter.leftOut->message);
       if (!filter.leftOut->behind.empty()) text += fmt::format(", because of {}", filter.leftOut->behind);
     } else {
-      text += filter.startsEnabled.value_or(false) ? "  on " : "  off";
+      text += filter.startsEnabled.value_or(false) ? "  on" : "  off";
     }
     if (!filter.arguments.empty()) text += fmt::format("  arguments {}", fmt::join(filter.arguments, " "));
     sheet.line(6, text);
