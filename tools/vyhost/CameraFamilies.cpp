@@ -26,9 +26,9 @@ constexpr Family kFamilies[] = {
     {"Ostrel", "NoiseRemovalFilter own:HardwareD2CProcessor", "50 10 640 576"},
     {"Vashti", "NoiseRemovalFilter", "50 10 640 576"},
     {"Sorrel", "FrameUnpacker DisparityTransform own:HardwareD2CProcessor", ""},
-    {"Special OpenNI", "FrameUnpacker NoiseRemovalFilter own:DisparityTransform own:HardwareD2CProcessor",
+    {"SpecialOpenNI", "FrameUnpacker NoiseRemovalFilter own:DisparityTransform own:HardwareD2CProcessor",
      "400 256 1280 800"},
-    {"Normal OpenNI", "FrameUnpacker NoiseRemovalFilter DisparityTransform own:HardwareD2CProcessor",
+    {"NormalOpenNI", "FrameUnpacker NoiseRemovalFilter DisparityTransform own:HardwareD2CProcessor",
      "400 256 1280 800"},
 };
 

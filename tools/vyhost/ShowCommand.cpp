@@ -2,16 +2,12 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 
 #include "CallLines.h"
 #include "Commands.h"
-#include "Failure.h"
+#include "OutputFile.h"
 #include "Story.h"
 #include "StoryJson.h"
 #include "StoryPage.h"
@@ -31,21 +27,6 @@ std::size_t terminalWidth() {
   winsize size = {};
   const bool isTerminal = ::isatty(STDOUT_FILENO) == 1 && ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0;
   return isTerminal && size.ws_col > 0 ? size.ws_col : kUsual;
-}
-
-/// Writes a file beside its place first, so that nothing half-written is ever there.
-void writeFile(const std::string& path, const std::string& content) {
-  const std::string beside = path + ".new";
-  std::ofstream out(beside, std::ios::binary);
-  out << content;
-  out.close();
-  std::error_code error;
-  if (out) std::filesystem::rename(beside, path, error);
-  if (out && !error) return;
-  const std::string reason = error ? error.message() : std::strerror(errno);
-  std::filesystem::remove(beside, error);
-  throw Failure(
-      fmt::format("cannot write {}: {}; a file in a folder that can be written would be right", path, reason));
 }
 
 void show(const ShowOptions& options) {
