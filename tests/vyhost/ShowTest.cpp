@@ -94,6 +94,11 @@ const FilterStory& filterNamed(const ProcessorStory& processor, const std::strin
   return none;
 }
 
+/// Lets the filters of a depth chain take any frame.
+void letFramesPass() {
+  for (const char* name : {"FrameUnpacker", "NoiseRemovalFilter", "DisparityTransform"}) definePassing(name);
+}
+
 /// A Halden's depth processor, destroyed with its context and device behind `work`.
 void withDepthProcessor(const std::function<void(const Processor&)>& work) {
   const OpenDevice device = openDevice(kHalden);
@@ -123,7 +128,8 @@ TEST(ShowTest, KnowsEveryFamilyByItsDepthChain) {
     ASSERT_EQ(story.productLists.size(), family.list_type < 0 ? 0U : 1U);
     if (family.list_type < 0) continue;
     EXPECT_EQ(story.productLists[0].type, family.list_type);
-    ASSERT_EQ(story.productLists[0].ids.size(), family.pid_count);
+    ASSERT_EQ(story.productLists[0].ids.size() * 4,
+              static_cast<std::size_t>(vysim_device_list(family.list_type, nullptr)));
     EXPECT_EQ(story.productLists[0].ids[0], fmt::format("{:04x}:{:04x}", family.vid, family.pids[0]));
   }
 }
@@ -192,6 +198,7 @@ struct Slow {
 TEST(ShowTest, TakesTheTimeOfFramesAndFilters) {
   constexpr std::uint64_t kMillisecond = 1000000;
   const Story story = tellStory(record([] {
+    letFramesPass();
     Slow slow;
     vysim_filter_definition definition = {};
     definition.name = "DisparityTransform";
@@ -236,12 +243,13 @@ TEST(ShowTest, TakesTheTimeOfFramesAndFilters) {
 
 TEST(ShowTest, TellsErrorsThatReachedTheCallerAndThoseThatDidNot) {
   const Recording recording = record([] {
+    letFramesPass();
     withDepthProcessor([](const Processor& processor) {
       for (int i = 0; i < 3; ++i) process(processor, nullptr);
       const Frame frame = makeFrame();
       vysim_fail_call("vy_filter_process", 2, VYSIM_FAULT_ERROR);
       process(processor, frame);
-      // Nobody looks at the error of the last release, of the frame that DisparityTransform was given or made.
+      // Two frames are released between filters; nobody looks at the error of the last release.
       vysim_fail_call("vy_delete_frame", 3, VYSIM_FAULT_ERROR);
       process(processor, frame);
     });
@@ -253,9 +261,11 @@ TEST(ShowTest, TellsErrorsThatReachedTheCallerAndThoseThatDidNot) {
                         "vy_frame_processor_process_frame(processor:1): {}, 1 times\n",
                         kInjected));
   EXPECT_LT(story.errors[0].times.front(), story.errors[0].times.back());
-  ASSERT_EQ(story.absorbed.size(), 1U);
-  EXPECT_EQ(story.absorbed[0].function, "vy_delete_frame");
-  EXPECT_EQ(leftoverText(story), story.absorbed[0].subject + "  1\n");
+  // Before that, the settings that the catalogue publishes and these filters do not have: items 0, 1 and 2.
+  ASSERT_EQ(story.absorbed.size(), 4U);
+  EXPECT_EQ(story.absorbed[0].function, "vy_filter_config_schema_list_get_item");
+  EXPECT_EQ(story.absorbed[3].function, "vy_delete_frame");
+  EXPECT_EQ(leftoverText(story), story.absorbed[3].subject + "  1\n");
   EXPECT_EQ(processor.frames.size(), 5U);
   EXPECT_EQ(std::count_if(processor.frames.begin(), processor.frames.end(), [](const auto& f) { return f.hasFailed; }),
             4);
@@ -330,6 +340,7 @@ TEST(ShowTest, TellsSettingsAndHardwareD2C) {
 /// Texts of a host that mean to do harm where they are shown.
 Recording recordHostileNames() {
   return record([] {
+    letFramesPass();
     definePassing("FrameMirror", "<b>&\x1b[2J\xff\xC2\x9B\"");
     withDepthProcessor([](const Processor& processor) {
       schemaOf(processor);
@@ -376,7 +387,7 @@ TEST(ShowTest, WritesJsonWithTheKeysOfTheManual) {
   manual << std::ifstream(VYHOST_SHOW_MANUAL).rdbuf();
   const std::function<void(const nlohmann::json&)> check = [&](const nlohmann::json& value) {
     for (const auto& [key, each] : value.items()) {
-      if (value.is_object()) EXPECT_NE(manual.str().find("`" + key + "`"), std::string::npos) << key;
+      EXPECT_TRUE(value.is_array() || manual.str().find("`" + key + "`") != std::string::npos) << key;
       if (each.is_structured() && key != "about") check(each);
     }
   };
@@ -385,6 +396,7 @@ TEST(ShowTest, WritesJsonWithTheKeysOfTheManual) {
 
 TEST(ShowTest, ListsTheCallsThatWereAskedFor) {
   const Recording recording = record([] {
+    letFramesPass();
     vysim_fail_call("vy_create_filter", 2, VYSIM_FAULT_ERROR);
     withDepthProcessor([](const Processor& processor) {
       for (int i = 0; i < 4; ++i) process(processor, makeFrame());

@@ -43,7 +43,7 @@ section { background: var(--card); border: 1px solid var(--line); border-radius:
 .error { fill: var(--bad); }
 .absorbed { fill: var(--warn); }
 .chain { display: grid; grid-template-columns: repeat(auto-fill, minmax(200px, 1fr)); gap: 10px 24px; list-style: none;
-  margin: 14px 0; padding: 0; }
+  margin: 14px 0; padding: 0 16px 0 0; }
 .chain li { position: relative; border: 1.5px solid var(--accent); border-radius: 8px; padding: 8px 12px; font-size: 13px;
   min-width: 0; overflow-wrap: anywhere; }
 .chain li:not(:last-child)::after { content: "\2192"; position: absolute; right: -20px; top: 50%;
@@ -62,12 +62,13 @@ th { color: var(--soft); font-weight: 600; }
 td.n, th.n { text-align: right; white-space: nowrap; font-variant-numeric: tabular-nums; }
 td.t { min-width: 15em; overflow-wrap: anywhere; }
 details { margin-top: 12px; }
+details:first-child { margin-top: 0; }
 summary { cursor: pointer; color: var(--accent); font-weight: 600; font-size: 14px; }
 @media (max-width: 640px) {
   main { padding: 18px 12px 32px; }
   section { padding: 12px; }
   .lane { grid-template-columns: 1fr; }
-  .chain { grid-template-columns: 1fr; }
+  .chain { grid-template-columns: 1fr; gap: 18px; padding: 0; }
   .chain li:not(:last-child)::after { content: "\2193"; right: 50%; top: auto; bottom: -17px; transform: none; font-size: 12px; }
 }
 )";
