@@ -6,11 +6,6 @@
 
 namespace recording {
 
-JsonText& JsonText::raw(const char* piece) {
-  text_ += piece;
-  return *this;
-}
-
 JsonText& JsonText::integer(std::int64_t value) {
   char digits[24];
   char* first = digits + sizeof digits;
@@ -46,6 +41,7 @@ JsonText& JsonText::digits(double value, int count) {
       static_cast<double>(static_cast<std::int32_t>(value)) == value) {
     return integer(static_cast<std::int32_t>(value));
   }
+  if (value == 0) return raw("-0.0");  // readers take -0 for an integer, which has no sign
   char number[48];
   const int size = std::snprintf(number, sizeof number, "%.*g", count, value);
   // The decimal separator is the locale's: whatever is no part of a number stands for the point, once.
@@ -64,15 +60,15 @@ JsonText& JsonText::digits(double value, int count) {
 JsonText& JsonText::text(const char* value) {
   if (value == nullptr) return raw("null");
   text_ += '"';
+  const char* plain = value;  // what is written as it stands begins here
   for (; *value != '\0'; ++value) {
     const auto byte = static_cast<unsigned char>(*value);
-    if (byte < 0x20 || byte >= 0x7F) {
-      raw("\\u").hexadecimal(byte, 4);
-    } else {
-      if (byte == '"' || byte == '\\') text_ += '\\';
-      text_ += *value;
-    }
+    if (byte >= 0x20 && byte < 0x7F && byte != '"' && byte != '\\') continue;
+    text_.append(plain, value);
+    raw("\\u").hexadecimal(byte, 4);
+    plain = value + 1;
   }
+  text_.append(plain, value);
   text_ += '"';
   return *this;
 }

@@ -276,13 +276,21 @@ void Replay::callTyped(const Call& call, Function function, Result (* /*signatur
       exception = currentException();
     }
     lock.lock();
-    if constexpr (isHandleType<Result>) {
-      // What the library made gets the number that its own object had.
-      const bool isOwn = result != nullptr && !Handles::isMadeUp(result);
-      const bool hasNumber = call.result.is_number() && call.result != 0;
-      if (isOwn && hasNumber) handles_.bind(recording::kindOf(result), call.result.get<std::uint64_t>(), result);
-    }
+    identify(result, call.result);
     settle(values_.write(result));
+  }
+}
+
+/// A number that has not come up yet is the object's that the library hands out in its place: one that it has made, or
+/// one that the recording numbers anew as it takes it for released.
+template <typename Type>
+void Replay::identify(Type value, const json& recorded) {
+  if constexpr (isHandleType<Type>) {
+    if (value == nullptr || !recorded.is_number()) return;
+    const recording::Kind kind = recording::kindOf(value);
+    const auto number = recorded.get<std::uint64_t>();
+    if (!handles_.knows(kind, number))
+      handles_.bind(kind, number, const_cast<std::remove_const_t<std::remove_pointer_t<Type>>*>(value));
   }
 }
 
@@ -374,6 +382,10 @@ Result Replay::answerCall(const FunctionInfo& function, vy_error** slot, Types..
   // Calls of a thread that the library made for itself are in no recording.
   if (player == nullptr || player->incoming.empty()) return neutral<Result>();
   waitForTurn(lock, *player);
+  if (const Call* const next = nextOf(player->incoming.back()); next != nullptr && next->function == &function) {
+    auto argument = next->arguments.begin();
+    (identify(arguments, *argument++), ...);
+  }
   const json slotContent = slot != nullptr ? values_.write(*slot) : json();
   const Call* const call = match(lock, *player, function, values_.writeAll(arguments...), slotContent);
   if (call == nullptr) return neutral<Result>();
@@ -396,6 +408,7 @@ const Call* Replay::match(Lock& lock, Player& player, const FunctionInfo& functi
                           const json& slot) {
   Incoming& place = player.incoming.back();
   const std::vector<std::size_t>& expected = hostCalls_[place.call];
+  const Call* const next = nextOf(place);
   const auto isSame = [&](const Call& call) {
     if (call.function != &function) return false;
     for (std::size_t i = 0; i < arguments.size(); ++i) {
@@ -403,36 +416,34 @@ const Call* Replay::match(Lock& lock, Player& player, const FunctionInfo& functi
     }
     return true;
   };
-  if (place.next < expected.size() && isSame(recording_.calls[expected[place.next]])) {
-    const Call& call = recording_.calls[expected[place.next]];
-    if (slot != slotOf(call.errorBefore)) {
+  if (next != nullptr && isSame(*next)) {
+    if (slot != slotOf(next->errorBefore)) {
       const auto inWords = [this](const json& number) {
         return number.is_null() ? std::string("no error slot") : text_.value(ValueKind::error, number);
       };
       report(place, {"the call is the same, the content of its error slot is not",
-                     inWords(slotOf(call.errorBefore)),
+                     inWords(slotOf(next->errorBefore)),
                      inWords(slot),
-                     {"in " + text_.call(call)}});
+                     {"in " + text_.call(*next)}});
     }
     ++place.next;
     advance(lock, player);
-    return &call;
+    return next;
   }
 
   Difference difference;
   difference.got = text_.call(function, arguments);
-  if (place.next == expected.size()) {
+  if (next == nullptr) {
     difference.what = "the library made a call more than the recording has";
     difference.expected = "the return of " + text_.call(recording_.calls[place.call]);
   } else {
-    const Call& call = recording_.calls[expected[place.next]];
-    difference.expected = text_.call(call);
+    difference.expected = text_.call(*next);
     difference.what = "the library made another call";
-    if (call.function == &function) {
+    if (next->function == &function) {
       difference.what = "an argument differs";
       for (std::size_t i = 0; i < arguments.size(); ++i) {
         const Argument& argument = function.arguments[i];
-        const json right = canonical(argument.kind, call.arguments[i]);
+        const json right = canonical(argument.kind, next->arguments[i]);
         if (right == arguments[i]) continue;
         difference.details.push_back(fmt::format("{}: expected {}, got {}", argument.name,
                                                  text_.value(argument.kind, right),
@@ -452,6 +463,11 @@ const Call* Replay::match(Lock& lock, Player& player, const FunctionInfo& functi
   waitForTurn(lock, player);
   advance(lock, player);
   return &recording_.calls[*found];
+}
+
+const Call* Replay::nextOf(const Incoming& place) {
+  const std::vector<std::size_t>& expected = hostCalls_[place.call];
+  return place.next < expected.size() ? &recording_.calls[expected[place.next]] : nullptr;
 }
 
 /// Waits for the recorded return of a host call. What the host called in the library meanwhile is called now.

@@ -66,6 +66,8 @@ class Replay {
   void callLibrary(const Call& call);
   template <typename Result, typename... Types, typename Function>
   void callTyped(const Call& call, Function function, Result (*signature)(Types...), bool hasSlot);
+  template <typename Type>
+  void identify(Type value, const nlohmann::json& recorded);
   /// Waits until the recording has this return, too.
   const Call& awaitReturn(Lock& lock, Player& player);
   void compareOutcome(const Call& call, const nlohmann::json& result, const vy_error* const* slot,
@@ -76,6 +78,8 @@ class Replay {
   Result answerCall(const FunctionInfo& function, vy_error** slot, Types... arguments);
   template <typename Result>
   Result neutral();
+  /// The next host call that the recording has; null if it has none any more.
+  const Call* nextOf(const Incoming& place);
   /// The recorded call that this one is; null if there is none.
   const Call* match(Lock& lock, Player& player, const FunctionInfo& function, const nlohmann::json& arguments,
                     const nlohmann::json& slot);

@@ -55,8 +55,8 @@ void Handles::bind(Kind kind, std::uint64_t number, void* object) {
   of(kind).numbers[object] = number;
 }
 
-bool Handles::isMadeUp(const void* object) {
-  return reinterpret_cast<std::uintptr_t>(object) % 2 != 0;
+bool Handles::knows(Kind kind, std::uint64_t number) const {
+  return number == 0 || of(kind).byNumber.count(number) != 0;
 }
 
 json Values::write(const char* text) {

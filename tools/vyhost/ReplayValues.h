@@ -28,7 +28,8 @@ class Handles {
   std::uint64_t numberOf(recording::Kind kind, const void* object);
   /// Gives an object of the library its recorded number.
   void bind(recording::Kind kind, std::uint64_t number, void* object);
-  static bool isMadeUp(const void* object);
+  /// Whether a number has come up in the replay.
+  bool knows(recording::Kind kind, std::uint64_t number) const;
 
   static constexpr std::uint64_t kUnknown = 1ULL << 60U;
 
@@ -38,6 +39,7 @@ class Handles {
     std::unordered_map<const void*, std::uint64_t> numbers;
   };
 
+  const Objects& of(recording::Kind kind) const { return kinds_[static_cast<std::size_t>(kind)]; }
   Objects& of(recording::Kind kind) { return kinds_[static_cast<std::size_t>(kind)]; }
 
   std::array<Objects, static_cast<std::size_t>(recording::Kind::count)> kinds_;
