@@ -16,6 +16,13 @@ std::uint64_t HandleNumbers::retain(Kind kind, const void* object) {
   return number;
 }
 
+std::uint64_t HandleNumbers::receive(Kind kind, const void* object) {
+  auto& entries = of(kind).entries;
+  const auto place = entries.find(object);
+  if (place != entries.end() && place->second.references == 0) entries.erase(place);
+  return retain(kind, object);
+}
+
 void HandleNumbers::release(Kind kind, const void* object) {
   auto& entries = of(kind).entries;
   const auto place = entries.find(object);

@@ -9,7 +9,10 @@ namespace recording {
 /// Appends values to a JSON text, independently of the locale, so that every bit of them can be read back.
 class JsonText {
  public:
-  JsonText& raw(const char* piece);
+  JsonText& raw(const char* piece) {
+    text_ += piece;
+    return *this;
+  }
   JsonText& integer(std::int64_t value);
   JsonText& boolean(bool value) { return raw(value ? "true" : "false"); }
   /// A number with as many digits as tell it from its neighbours. What JSON has no number for is a text of its bits:
@@ -21,11 +24,13 @@ class JsonText {
   /// A text of two hexadecimal digits a byte.
   JsonText& bytes(const std::uint8_t* data, std::size_t size);
 
+  /// The last digits of a number in base 16.
+  JsonText& hexadecimal(std::uint64_t value, unsigned count);
+
   std::string& get() { return text_; }
 
  private:
   JsonText& digits(double value, int count);
-  JsonText& hexadecimal(std::uint64_t value, unsigned count);
 
   std::string text_;
 };
