@@ -47,10 +47,10 @@ add_faulty_library(NoSlot processor/ConfigCommands.cpp
   "std::strtod(value, nullptr), error)" "std::strtod(value, nullptr), nullptr)")
 add_faulty_library(SecondLookup processor/ConfigCommands.cpp
   "const auto [filter, config] =" "getFilter(key.filterName); const auto [filter, config] =")
-add_faulty_library(NoException processor/ConfigCommands.cpp
-  "std::stoi(line.substr(nameEnd + 1, keyEnd - nameEnd - 1))" "std::atoi(line.substr(nameEnd + 1).c_str())")
+add_faulty_library(OtherException processor/ConfigCommands.cpp
+  "std::stoi(line.substr(nameEnd + 1, keyEnd - nameEnd - 1))" "line.at(line.size())")
 add_faulty_library(OtherTypeName processor/ConfigSchema.cpp
-  "\"integer\", \"float\"" "\"integer\", \"real\"")
+  "\"integer\", " "\"whole\", ")
 add_faulty_library(OtherStream d2c/HardwareD2CProcessor.cpp
   "static_cast<VYStreamType>(2)" "static_cast<VYStreamType>(1)")
 add_faulty_library(OtherErrorText privfilter/PrivateFilterCWrapper.cpp

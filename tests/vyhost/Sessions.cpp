@@ -3,6 +3,7 @@
 //
 //   vyhost_sessions sensors [FAMILY]   every sensor of every family, or of one
 //                   depth FAMILY       the depth sensor alone
+//                   families           says their names, a line each
 //                   faults             every host function fails, in every way
 //                   private            the library's own filters in the host's hands; null handles, unknown names
 //                   exceptions         those that the library throws, and those of the host that pass through it
@@ -172,6 +173,10 @@ void runDeath() {
   runSensors(family, kDepth);
 }
 
+void tellFamilies() {
+  for (std::size_t i = 0; i < vysim_family_count(); ++i) std::puts(vysim_family_at(i)->name);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -184,6 +189,8 @@ int main(int argc, char** argv) {
     runFamilies();
   else if (kind == "depth" && family != nullptr)
     runSensors(*family, kDepth);
+  else if (kind == "families")
+    tellFamilies();
   else if (kind == "faults")
     runFaults();
   else if (kind == "private") {
