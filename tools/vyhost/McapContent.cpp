@@ -76,8 +76,9 @@ McapContent::McapContent(const std::string& path) : file_(readFile(path)) {
 
 void McapContent::readRecords(std::string_view bytes, bool isChunk) {
   Fields fields(bytes);
+  std::string_view rest;
   try {
-    while (!fields.rest().empty()) {
+    while (!(rest = fields.rest()).empty()) {
       const auto opcode = static_cast<McapOpcode>(fields.number<std::uint8_t>());
       const std::string_view content = fields.take(fields.number<std::uint64_t>());
       try {
@@ -90,8 +91,12 @@ void McapContent::readRecords(std::string_view bytes, bool isChunk) {
       return;
     }
   } catch (const Damaged&) {
-    // The file breaks off here. A chunk whose checksum is right does not.
-    if (isChunk) ++damagedRecords;
+    // A file may break off. A chunk whose checksum is right does not.
+    if (isChunk) {
+      ++damagedRecords;
+    } else {
+      unreadBytes = rest.size();
+    }
   }
 }
 

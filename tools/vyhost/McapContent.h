@@ -24,6 +24,7 @@ enum class McapOpcode : std::uint8_t {
   attachment = 0x09,
   statistics = 0x0B,
   metadata = 0x0C,
+  metadataIndex = 0x0D,
   summaryOffset = 0x0E,
   dataEnd = 0x0F,
 };
@@ -62,6 +63,7 @@ class McapContent {
   std::vector<McapMetadata> metadata;
   std::vector<McapMessage> messages;  ///< in the order of the file; each one's channel is there
   bool isFinished = false;            ///< the file has its end
+  std::size_t unreadBytes = 0;        ///< of a record that the file breaks off in
   std::size_t damagedRecords = 0;     ///< left out: chunks whose checksum is wrong, records that contradict themselves
 
  private:

@@ -178,7 +178,10 @@ struct Topic {
 }  // namespace
 
 Recording Recording::read(const std::string& path) {
-  const McapContent content(path);
+  return read(McapContent(path), path);
+}
+
+Recording Recording::read(const McapContent& content, const std::string& path, std::vector<McapMessage>* intact) {
   Recording recording;
   recording.isFinished = content.isFinished;
   recording.damagedRecords = content.damagedRecords;
@@ -209,11 +212,15 @@ Recording Recording::read(const std::string& path) {
   for (const McapMessage& message : content.messages) {
     const auto topic = topics.find(message.channel);
     if (topic != topics.end()) {
-      if (!reader.read(*topic->second.function, topic->second.isReturn, message)) ++recording.damagedRecords;
+      if (!reader.read(*topic->second.function, topic->second.isReturn, message)) {
+        ++recording.damagedRecords;
+        continue;
+      }
     } else if (content.channels.at(message.channel).topic == "note") {
       const json note = json::parse(message.payload, nullptr, false);
       if (note.is_object() && note.contains("note")) recording.note = bytesOf(note["note"]);
     }
+    if (intact != nullptr) intact->push_back(message);
   }
   return recording;
 }
