@@ -2,7 +2,7 @@
 // the recording twin.
 //
 //   vyhost_sessions sensors [FAMILY]   every sensor of every family, or of one
-//                   depth FAMILY       the depth sensor alone
+//                   depth FAMILY       the depth sensor alone, in short
 //                   families           says their names, a line each
 //                   faults             every host function fails, in every way
 //                   private            the library's own filters in the host's hands; null handles, unknown names
@@ -48,6 +48,23 @@ void runSensors(const vysim_family& family, int onlySensor = 0) {
 
 void runFamilies() {
   for (std::size_t i = 0; i < vysim_family_count(); ++i) runSensors(*vysim_family_at(i));
+}
+
+/// The shortest session that has everything: its recordings are kept.
+void runDepth(const vysim_family& family) {
+  const OpenDevice camera = openDevice(family.pids[0], family.vid);
+  const Processor processor = makeProcessor(camera.context, kDepth);
+  const std::vector<std::string> texts = valuesInForce(schemaOf(processor));
+  std::vector<const char*> values;
+  for (const std::string& text : texts) values.push_back(text.c_str());
+  updateConfig(processor, values);
+  for (const SensorCase& sensor : openSensors(family)) {
+    if (sensor.sensor != static_cast<VYSensorType>(kDepth)) continue;
+    process(processor, sensor.inputs[0]);
+    vy_frame_processor_set_hardware_d2c_params(processor.get(), {20, 20, 8, 4, 16, 8}, 0, 2, 1, 1, 0, 0, true, false,
+                                               NoFailure());
+    process(processor, sensor.inputs[1]);
+  }
 }
 
 void runFaults() {
@@ -188,7 +205,7 @@ int main(int argc, char** argv) {
   else if (kind == "sensors")
     runFamilies();
   else if (kind == "depth" && family != nullptr)
-    runSensors(*family, kDepth);
+    runDepth(*family);
   else if (kind == "families")
     tellFamilies();
   else if (kind == "faults")
