@@ -199,6 +199,10 @@ void tellFamilies() {
 int main(int argc, char** argv) {
   const std::string kind = argc > 1 ? argv[1] : "";
   const vysim_family* const family = argc > 2 ? vysim_find_family(argv[2]) : nullptr;
+  if (kind == "families") {
+    tellFamilies();
+    return 0;  // without a call of the library, so that nothing is recorded
+  }
   setAllDeviceLists();
   if (kind == "sensors" && family != nullptr)
     runSensors(*family);
@@ -206,8 +210,6 @@ int main(int argc, char** argv) {
     runFamilies();
   else if (kind == "depth" && family != nullptr)
     runDepth(*family);
-  else if (kind == "families")
-    tellFamilies();
   else if (kind == "faults")
     runFaults();
   else if (kind == "private") {

@@ -389,8 +389,14 @@ Result Replay::answerCall(const FunctionInfo& function, vy_error** slot, Types..
     (identify(arguments, *argument++), ...);
   }
   const json slotContent = slot != nullptr ? values_.write(*slot) : json();
-  const Call* const call = match(lock, *player, function, values_.writeAll(arguments...), slotContent);
-  if (call == nullptr) return neutral<Result>();
+  const json written = values_.writeAll(arguments...);
+  const Call* const call = match(lock, *player, function, written, slotContent);
+  if (call == nullptr) {
+    const Call* const model = findModel(player->incoming.back(), function, written);
+    if constexpr (!std::is_void_v<Result>)
+      return model != nullptr ? values_.read<Result>(model->result) : neutral<Result>();
+    return Result();
+  }
   serveUntilReturn(lock, *player, *call);
   if (!call->exception.empty()) {
     advance(lock, *player);
@@ -406,19 +412,31 @@ Result Replay::answerCall(const FunctionInfo& function, vy_error** slot, Types..
   }
 }
 
+bool Replay::isSame(const Call& call, const FunctionInfo& function, const json& arguments) {
+  if (call.function != &function) return false;
+  for (std::size_t i = 0; i < arguments.size(); ++i) {
+    if (canonical(function.arguments[i].kind, call.arguments[i]) != arguments[i]) return false;
+  }
+  return true;
+}
+
+/// The last of the same calls that the recording has before; one that failed is no model.
+const Call* Replay::findModel(const Incoming& place, const FunctionInfo& function, const json& arguments) {
+  const std::vector<std::size_t>& made = hostCalls_[place.call];
+  for (std::size_t i = place.next; i-- > 0;) {
+    const Call& call = recording_.calls[made[i]];
+    const bool isGood = call.hasReturned() && call.exception.empty() && call.errorAfter == call.errorBefore;
+    if (isGood && isSame(call, function, arguments)) return &call;
+  }
+  return nullptr;
+}
+
 const Call* Replay::match(Lock& lock, Player& player, const FunctionInfo& function, const json& arguments,
                           const json& slot) {
   Incoming& place = player.incoming.back();
   const std::vector<std::size_t>& expected = hostCalls_[place.call];
   const Call* const next = nextOf(place);
-  const auto isSame = [&](const Call& call) {
-    if (call.function != &function) return false;
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
-      if (canonical(function.arguments[i].kind, call.arguments[i]) != arguments[i]) return false;
-    }
-    return true;
-  };
-  if (next != nullptr && isSame(*next)) {
+  if (next != nullptr && isSame(*next, function, arguments)) {
     if (slot != slotOf(next->errorBefore)) {
       const auto inWords = [this](const json& number) {
         return number.is_null() ? std::string("no error slot") : text_.value(ValueKind::error, number);
@@ -456,8 +474,8 @@ const Call* Replay::match(Lock& lock, Player& player, const FunctionInfo& functi
   report(place, difference);
 
   const auto from = expected.begin() + static_cast<std::ptrdiff_t>(place.next);
-  const auto found =
-      std::find_if(from, expected.end(), [&](std::size_t each) { return isSame(recording_.calls[each]); });
+  const auto found = std::find_if(
+      from, expected.end(), [&](std::size_t each) { return isSame(recording_.calls[each], function, arguments); });
   if (found == expected.end()) return nullptr;
   std::for_each(from, found, [this](std::size_t each) { skip(each); });
   place.next = static_cast<std::size_t>(found - expected.begin()) + 1;

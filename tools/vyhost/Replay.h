@@ -80,6 +80,9 @@ class Replay {
   Result neutral();
   /// The next host call that the recording has; null if it has none any more.
   const Call* nextOf(const Incoming& place);
+  static bool isSame(const Call& call, const FunctionInfo& function, const nlohmann::json& arguments);
+  /// Where an answer for a call that the recording does not have may come from; null if it is to be neutral.
+  const Call* findModel(const Incoming& place, const FunctionInfo& function, const nlohmann::json& arguments);
   /// The recorded call that this one is; null if there is none.
   const Call* match(Lock& lock, Player& player, const FunctionInfo& function, const nlohmann::json& arguments,
                     const nlohmann::json& slot);
