@@ -62,7 +62,6 @@ add_faulty_library(Hang processor/FrameProcessor.cpp
 
 add_executable(vyhost_replay_test ReplayTest.cpp)
 string(JOIN "' '" sessions_command ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:vyhost_sessions>)
-string(JOIN "' '" vyhost_command ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:vyhost>)
 target_compile_definitions(vyhost_replay_test PRIVATE
   "SESSIONS=\"${sessions_command}\"" "VYHOST=\"${vyhost_command}\"" FAULTY_DIR="${faulty_dir}"
   TWIN="$<TARGET_FILE:vy_frame_processor_recording>" RECORDINGS="${CMAKE_CURRENT_SOURCE_DIR}/recordings")
