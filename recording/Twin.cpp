@@ -189,8 +189,8 @@ class Call {
       if (isNew && !isLibrary()) settleFailure(numbers);
       // An error that the library hands out was seen when the host made it.
       const bool isUnknown = isNew && !numbers.knows(Kind::error, after);
-      // A host that finds an older error in the slot may leave it there when it fails.
-      [[maybe_unused]] const bool areTextsSound = isLibrary() ? !isNew : after == nullptr;
+      // Beside an older error the library reads what it gets, so a replay needs it.
+      [[maybe_unused]] const bool areTextsSound = !isNew;
       (putResult(to, numbers, result, areTextsSound), ...);
       putSlot(to, numbers, after);
       if (isUnknown) putError(to, error);

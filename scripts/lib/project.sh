@@ -16,6 +16,7 @@ build_packages=(
   git # read at build time: the library carries its commit identifier
   libfmt-dev libcli11-dev libpng++-dev libgd-dev libpugixml-dev
   libgtest-dev libgmock-dev nlohmann-json3-dev libzstd-dev liblz4-dev
+  zstd    # unpacks the recordings that tests replay
   locales # a test compiles a locale with decimal commas
 )
 
