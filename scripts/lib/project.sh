@@ -15,7 +15,7 @@ build_packages=(
   g++ cmake ninja-build pkg-config
   git # read at build time: the library carries its commit identifier
   libfmt-dev libcli11-dev libpng++-dev libgd-dev libpugixml-dev
-  libgtest-dev libgmock-dev nlohmann-json3-dev libzstd-dev
+  libgtest-dev libgmock-dev nlohmann-json3-dev libzstd-dev liblz4-dev
   locales # a test compiles a locale with decimal commas
 )
 

@@ -12,6 +12,9 @@
 
 namespace vyhost {
 
+class McapContent;
+struct McapMessage;
+
 /// What an error said when it was first seen.
 struct ErrorText {
   int status = 0;
@@ -55,6 +58,9 @@ struct Recording {
 
   /// Reads a file, chunked or not. Throws Failure with one line that says what is wrong and what would be right.
   static Recording read(const std::string& path);
+  /// The same of a file that has been read; `intact`, if not null, gets those of its messages that are not damaged.
+  static Recording read(const McapContent& content, const std::string& path,
+                        std::vector<McapMessage>* intact = nullptr);
 };
 
 /// A text as it was recorded: JSON has every byte as the character of its number.

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace vyhost {
+
+/// Writes a file under another name beside it and then renames it: whoever looks finds the old content or all of the
+/// new. Throws Failure if that cannot be done, and leaves nothing behind then.
+void writeFile(const std::string& path, std::string_view content);
+
+}  // namespace vyhost
