@@ -30,8 +30,8 @@ void checkName(const HostUnderTest& host, const std::optional<std::string>& name
   } else if (name->empty()) {
     host.trial.fail(fmt::format("{} is empty", what));
   } else if (name->find_first_of("#,\n") != std::string::npos) {
-    host.trial.fail(fmt::format("{} \"{}\" has a \"#\", comma or line feed, where lines of settings are split", what,
-                                *name));
+    host.trial.fail(
+        fmt::format("{} \"{}\" has a \"#\", comma or line feed, where lines of settings are split", what, *name));
   }
 }
 
@@ -65,8 +65,7 @@ void checkItem(const HostUnderTest& host, const SchemaItem& item, std::uint32_t 
     host.trial.fail(fmt::format("item {} is of type {}, not 0 to 2", index, item.type));
   // In a form that is false for what is no number.
   if (!(item.min <= item.def && item.def <= item.max)) {
-    host.trial.fail(
-        fmt::format("the default of item {} is {}, out of {} to {}", index, item.def, item.min, item.max));
+    host.trial.fail(fmt::format("the default of item {} is {}, out of {} to {}", index, item.def, item.min, item.max));
   }
   if (!(item.step >= 0) || !std::isfinite(item.min) || !std::isfinite(item.max) || !std::isfinite(item.step))
     host.trial.fail(fmt::format("item {} goes from {} to {} by {}", index, item.min, item.max, item.step));
@@ -113,8 +112,7 @@ void checkValue(const HostUnderTest& host, vy_filter_t* filter, const SchemaItem
       continue;
     }
     const double after = host.must(host.vy_filter_get_config_value, filter, name);
-    if (!isNear(after, wanted))
-      host.trial.fail(fmt::format("{} was set to {} and is {}", *item.name, wanted, after));
+    if (!isNear(after, wanted)) host.trial.fail(fmt::format("{} was set to {} and is {}", *item.name, wanted, after));
   }
 }
 
@@ -141,8 +139,7 @@ void checkList(const HostUnderTest& host, const KnownFilter& known) {
   vy_filter_t* const filter = makeFilter(host, known);
   // Twice, as each client of a chain asks for a list of its own.
   vy_filter_config_schema_list_t* const lists[] = {makeList(host, filter), makeList(host, filter)};
-  for (vy_filter_config_schema_list_t* const list : lists)
-    host.must(host.vy_delete_filter_config_schema_list, list);
+  for (vy_filter_config_schema_list_t* const list : lists) host.must(host.vy_delete_filter_config_schema_list, list);
 }
 
 void checkReset(const HostUnderTest& host, const KnownFilter& known) {

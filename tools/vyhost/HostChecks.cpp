@@ -67,8 +67,8 @@ void tryToLoad(const std::string& path, std::chrono::milliseconds limit) {
   std::string reason = outcome.abruptEnd;
   for (const Outcome::Message& each : outcome.messages) reason = each.text;
   if (!reason.empty()) {
-    throw Failure(fmt::format("cannot load {}: {}; give the libTavrixSDK.so of a host, made for this machine", path,
-                              reason));
+    throw Failure(
+        fmt::format("cannot load {}: {}; give the libTavrixSDK.so of a host, made for this machine", path, reason));
   }
 }
 
@@ -81,8 +81,7 @@ void runBadCall(const HostUnderTest& host, const BadCall& bad) {
 vy_filter_t* makeFilter(const HostUnderTest& host, const KnownFilter& known) {
   const auto& create = known.isPrivate ? host.vy_create_private_filter : host.vy_create_filter;
   const auto answer = host.ask(create, known.name);
-  if (answer.error.isSet || answer.result == nullptr)
-    throw NotTried(fmt::format("the host makes no {}", known.name));
+  if (answer.error.isSet || answer.result == nullptr) throw NotTried(fmt::format("the host makes no {}", known.name));
   return answer.result;
 }
 

@@ -83,7 +83,10 @@ class HostUnderTest {
   VY_HOST_FUNCTIONS(VY_MEMBER)
   VY_BARE_HOST_FUNCTIONS(VY_MEMBER)
 #undef VY_MEMBER
-#define VY_MEMBER(name) const HostFunction<decltype(::name)> name{trial, #name, find(#name)}
+#define VY_MEMBER(name)                       \
+  const HostFunction<decltype(::name)> name { \
+    trial, #name, find(#name)                 \
+  }
   VY_MEMBER(vy_error_get_status);
   VY_MEMBER(vy_error_get_message);
   VY_MEMBER(vy_error_get_function);

@@ -33,7 +33,8 @@ const std::vector<KnownFilter>& knownFilters() {
 
 const KnownFilter* findKnownFilter(std::string_view name) {
   const auto& all = knownFilters();
-  const auto found = std::find_if(all.begin(), all.end(), [name](const KnownFilter& each) { return name == each.name; });
+  const auto found =
+      std::find_if(all.begin(), all.end(), [name](const KnownFilter& each) { return name == each.name; });
   return found != all.end() ? &*found : nullptr;
 }
 

@@ -9,9 +9,9 @@ namespace vyhost {
 
 /// A filter that the host must bring.
 struct KnownFilter {
-  const char* name;                              ///< asked for and reported
-  bool isPrivate = false;                        ///< made by vy_create_private_filter
-  std::vector<std::uint32_t> published = {};     ///< items of its schema list, by index
+  const char* name;                                             ///< asked for and reported
+  bool isPrivate = false;                                       ///< made by vy_create_private_filter
+  std::vector<std::uint32_t> published = {};                    ///< items of its schema list, by index
   std::vector<std::vector<const char*>> initialArguments = {};  ///< one row a family or a use
 };
 

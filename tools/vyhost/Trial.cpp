@@ -32,8 +32,7 @@ constexpr char kDone = '.';
 class SharedText {
  public:
   SharedText()
-      : text_(static_cast<char*>(
-            mmap(nullptr, kStepSize, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0))) {
+      : text_(static_cast<char*>(mmap(nullptr, kStepSize, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0))) {
     if (text_ == MAP_FAILED) throw Failure("no memory for a check; stop other programs and try again");
   }
   SharedText(const SharedText&) = delete;
