@@ -16,6 +16,7 @@ namespace {
 struct Options {
   std::string file;
   double timeoutSeconds = 3;
+  std::string only;
   bool asJson = false;
 };
 
@@ -39,8 +40,13 @@ FileKind kindOf(const std::string& path) {
 
 int check(const Options& options) {
   const std::chrono::milliseconds limit(static_cast<long long>(options.timeoutSeconds * 1000));
-  const CheckReport report =
-      kindOf(options.file) == FileKind::recording ? checkRecording(options.file) : checkHost(options.file, limit);
+  CheckReport report;
+  if (kindOf(options.file) == FileKind::recording) {
+    report = checkRecording(Recording::read(options.file), options.only);
+  } else {
+    report = checkHost(options.file, limit, options.only);
+  }
+  report.checked = options.file;
   if (options.asJson) {
     report.printJson();
   } else {
@@ -59,6 +65,7 @@ void addCheckCommand(CLI::App& program, int& exitCode) {
   command->add_option("--timeout", options->timeoutSeconds, "seconds after which a check of a library has hung")
       ->check(CLI::Range(0.05, 3600.0))
       ->capture_default_str();
+  command->add_option("--only", options->only, "make the checks of this name alone");
   command->add_flag("--json", options->asJson, "print the results as JSON");
   command->footer("The exit code is 1 if something fails, and 2 if the file cannot be loaded or read.");
   command->callback([options, &exitCode] { exitCode = check(*options); });

@@ -43,7 +43,8 @@ void CheckReport::print() const {
   for (const Finding& each : findings) width = std::max(width, each.check.size());
   for (auto each = findings.begin(); each != findings.end(); ++each) {
     std::string text = each->subject.empty() ? each->text : fmt::format("{}: {}", each->subject, each->text);
-    if (each->verdict == Verdict::ok && !each->subject.empty()) {
+    const bool isFolded = each->verdict == Verdict::ok || each->verdict == Verdict::notTried;
+    if (isFolded && !each->subject.empty()) {
       const auto isAlike = [each](const Finding& other) {
         return other.verdict == each->verdict && other.check == each->check && other.text == each->text;
       };

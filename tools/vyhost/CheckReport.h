@@ -22,7 +22,8 @@ struct CheckReport {
   std::vector<Finding> findings;
 
   bool hasFailure() const;
-  /// For a person: what is ok for many subjects is one line, everything else a line each. The count is the last line.
+  /// For a person: what is ok or not tried alike for many subjects is one line, everything else a line each. The count
+  /// is the last line.
   void print() const;
   void printJson() const;
 };

@@ -4,6 +4,9 @@
 
 namespace vyhost {
 
+/// The check that needs it.
+constexpr const char* kCommaLocaleCheck = "decimal comma";
+
 /// A locale with a decimal comma, compiled for the checks where the system has none. It is only made available: a check
 /// sets it in its own process.
 class CommaLocale {

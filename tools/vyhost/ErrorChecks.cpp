@@ -211,7 +211,7 @@ const std::vector<HostCheck> kErrorChecks = {
 const std::vector<HostCheck> kUseChecks = {
     {"two of a name",   "two filters of one name have nothing in common",               Verdict::fail,    checkTwins},
     {"threads",         "two threads work with filters of their own",                   Verdict::fail,    checkThreads},
-    {"decimal comma",   "DepthResize reads its texts alike in a locale with a decimal comma", Verdict::fail, checkCommaLocale},
+    {kCommaLocaleCheck,   "DepthResize reads its texts alike in a locale with a decimal comma", Verdict::fail, checkCommaLocale},
     {"cost",            "median time of a call",                                        Verdict::fail,    measureCost},
     {"frames",          "frames, profiles and devices",                                 Verdict::fail,    leaveFrames},
 };

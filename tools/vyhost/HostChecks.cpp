@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <functional>
+#include <optional>
 
 #include "CommaLocale.h"
 #include "Failure.h"
@@ -17,11 +18,13 @@ using Body = std::function<void(const HostUnderTest& host)>;
 /// Runs checks one after the other and collects what they find.
 class Runner {
  public:
-  Runner(const std::string& path, std::chrono::milliseconds limit) : path_(path), limit_(limit) {
-    report_.checked = path;
-  }
+  Runner(const std::string& path, std::chrono::milliseconds limit, const std::string& only)
+      : path_(path), limit_(limit), only_(only) {}
+
+  bool isWanted(std::string_view check) const { return only_.empty() || only_ == check; }
 
   void run(std::string_view check, std::string_view tried, std::string subject, Verdict ifDead, const Body& body) {
+    if (!isWanted(check)) return;
     const Outcome outcome = runInChild(limit_, [this, &body](Trial& trial) {
       try {
         body(HostUnderTest(trial, path_));
@@ -50,6 +53,7 @@ class Runner {
  private:
   std::string path_;
   std::chrono::milliseconds limit_;
+  std::string only_;
   CheckReport report_;
 };
 
@@ -60,8 +64,9 @@ void tryToLoad(const std::string& path, std::chrono::milliseconds limit) {
       const HostUnderTest host(trial, path);
       const bool isHost = host.vy_create_filter.isThere() || host.vy_create_error.isThere();
       if (!isHost) trial.fail("it has neither vy_create_filter nor vy_create_error, so it is no host's library");
-    } catch (const Broken& reason) {
-      trial.fail(reason.what());
+      if (host.hasItself("vy_create_frame_processor")) trial.fail("it is the frame processing library, not its host");
+    } catch (const Broken& loaderReason) {
+      trial.fail(loaderReason.what());
     }
   });
   std::string reason = outcome.abruptEnd;
@@ -93,13 +98,14 @@ void configure(const HostUnderTest& host, vy_filter_t* filter, std::vector<const
   host.must(host.vy_filter_update_config, filter, static_cast<std::uint8_t>(arguments.size()), arguments.data());
 }
 
-CheckReport checkHost(const std::string& path, std::chrono::milliseconds limit) {
+CheckReport checkHost(const std::string& path, std::chrono::milliseconds limit, const std::string& only) {
   // A name without a folder would be looked for where the system keeps its libraries.
   const std::string absolute = std::filesystem::absolute(path).string();
   tryToLoad(absolute, limit);
-  const CommaLocale locale;
 
-  Runner runner(absolute, limit);
+  Runner runner(absolute, limit, only);
+  std::optional<CommaLocale> locale;
+  if (runner.isWanted(kCommaLocaleCheck)) locale.emplace();
   const auto runAll = [&runner](const std::vector<HostCheck>& checks) {
     for (const HostCheck& check : checks) runner.run(check.name, check.tried, {}, check.ifDead, check.run);
   };
@@ -116,7 +122,9 @@ CheckReport checkHost(const std::string& path, std::chrono::milliseconds limit) 
     runner.run("bad arguments", "the call ends in an error", std::string(bad.call), bad.ifDead,
                [&bad](const HostUnderTest& host) { runBadCall(host, bad); });
   }
-  return runner.take();
+  CheckReport report = runner.take();
+  if (report.findings.empty()) throw Failure(fmt::format("there is no check \"{}\"; the report names them all", only));
+  return report;
 }
 
 }  // namespace vyhost

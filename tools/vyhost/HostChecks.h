@@ -47,7 +47,8 @@ vy_filter_t* makeFilter(const HostUnderTest& host, std::string_view name);
 /// Gives a filter its initial arguments. Throws Broken if it does not take them.
 void configure(const HostUnderTest& host, vy_filter_t* filter, std::vector<const char*> arguments);
 
-/// Loads a library in processes of its own and makes all checks. Throws Failure if it cannot be loaded.
-CheckReport checkHost(const std::string& path, std::chrono::milliseconds limit);
+/// Loads a library in processes of its own and makes all checks, or those of one name. Throws Failure if the library
+/// cannot be loaded.
+CheckReport checkHost(const std::string& path, std::chrono::milliseconds limit, const std::string& only);
 
 }  // namespace vyhost

@@ -29,10 +29,17 @@ bool isReadable(const char* byte) {
 
 }  // namespace
 
-HostUnderTest::HostUnderTest(Trial& trialToTell, const std::string& path) : library_(load(path)), trial(trialToTell) {}
+HostUnderTest::HostUnderTest(Trial& trialToTell, const std::string& path)
+    : library_(load(path)), path_(path), trial(trialToTell) {}
 
 void* HostUnderTest::find(const char* name) const {
   return dlsym(library_, name);
+}
+
+bool HostUnderTest::hasItself(const char* name) const {
+  void* const address = find(name);
+  Dl_info place{};
+  return address != nullptr && dladdr(address, &place) != 0 && place.dli_fname == path_;
 }
 
 SeenError HostUnderTest::take(vy_error* error) const {

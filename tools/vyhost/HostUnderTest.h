@@ -71,6 +71,7 @@ class HostUnderTest {
  private:
   // Before the functions, which are looked up with it.
   void* const library_;
+  const std::string path_;
 
  public:
   Trial& trial;
@@ -96,6 +97,8 @@ class HostUnderTest {
 
   /// Null for a name that the library does not have.
   void* find(const char* name) const;
+  /// Whether the library has a function, not only one of those that it was linked against.
+  bool hasItself(const char* name) const;
 
   /// Calls with a slot of its own, whose error is read and deleted.
   template <typename Signature, typename... Arguments>

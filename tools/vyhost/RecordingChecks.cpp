@@ -8,6 +8,8 @@
 #include <map>
 #include <set>
 
+#include "Failure.h"
+
 namespace vyhost {
 namespace {
 
@@ -377,19 +379,15 @@ constexpr RecordingCheck kChecks[] = {
 
 }  // namespace
 
-CheckReport checkRecording(const Recording& recording) {
+CheckReport checkRecording(const Recording& recording, const std::string& only) {
   CheckReport report;
   for (const RecordingCheck& check : kChecks) {
+    if (!only.empty() && only != check.name) continue;
     Findings findings;
     check.run(recording, findings);
     findings.appendTo(report, check.name, check.tried);
   }
-  return report;
-}
-
-CheckReport checkRecording(const std::string& path) {
-  CheckReport report = checkRecording(Recording::read(path));
-  report.checked = path;
+  if (report.findings.empty()) throw Failure(fmt::format("there is no check \"{}\"; the report names them all", only));
   return report;
 }
 

@@ -8,8 +8,7 @@
 
 namespace vyhost {
 
-/// Throws Failure for a file that cannot be read.
-CheckReport checkRecording(const std::string& path);
-CheckReport checkRecording(const Recording& recording);
+/// Makes all checks, or the one of that name. Throws Failure if there is none.
+CheckReport checkRecording(const Recording& recording, const std::string& only = {});
 
 }  // namespace vyhost

@@ -62,12 +62,16 @@ std::optional<SchemaItem> interpretIfPlausible() try {
 
 }  // namespace
 
-SchemaItem readItem(const HostUnderTest& host, const vy_filter_config_schema_list_t* list, std::uint32_t index) {
+SeenError askItem(const HostUnderTest& host, const vy_filter_config_schema_list_t* list, std::uint32_t index) {
   vy_error* error = nullptr;
   // The result is made in this very place, without a copy of the size that it should have.
   ::new (static_cast<void*>(recordPlace))
       VYFilterConfigSchemaItem(host.vy_filter_config_schema_list_get_item(list, index, &error));
-  const SeenError seen = host.take(error);
+  return host.take(error);
+}
+
+SchemaItem readItem(const HostUnderTest& host, const vy_filter_config_schema_list_t* list, std::uint32_t index) {
+  const SeenError seen = askItem(host, list, index);
   if (seen.isSet) throw Broken(fmt::format("the schema list has no item {}: {}", index, seen.text));
   if (const auto item = interpretIfPlausible<VYFilterConfigSchemaItem>()) return *item;
   if (interpretIfPlausible<PaddedItem>()) {

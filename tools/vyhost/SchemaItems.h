@@ -17,6 +17,8 @@ struct SchemaItem {
   double min, max, step, def;
 };
 
+/// Asks for an item, with room for a longer record than the library knows, and tells whether that is an error.
+SeenError askItem(const HostUnderTest& host, const vy_filter_config_schema_list_t* list, std::uint32_t index);
 /// The item at an index. Throws Broken if the record that comes back is laid out otherwise than the library reads it.
 SchemaItem readItem(const HostUnderTest& host, const vy_filter_config_schema_list_t* list, std::uint32_t index);
 /// All items of a filter. The list is not given back: the names live as long.
