@@ -1,0 +1,264 @@
+// What `vyhost check` says of hosts that deviate on purpose, and of recordings that show it.
+#include <fmt/format.h>
+
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "RecordingChecks.h"
+#include "vyhost/VyhostTest.h"
+
+namespace {
+
+using nlohmann::json;
+
+class CheckTest : public VyhostTest {
+ protected:
+  Outcome check(const std::string& library, const std::string& options = "", const std::string& deviation = "") const {
+    setenv("VYHOST_DEVIATION", deviation.c_str(), 1);
+    return vyhost("check '" + library + "' " + options);
+  }
+};
+
+/// The lines of a report that begin with these two columns.
+std::string linesOf(const std::string& report, const std::string& verdict, const std::string& checkName) {
+  std::istringstream lines(report);
+  std::string found;
+  for (std::string line; std::getline(lines, line);) {
+    if (line.rfind(fmt::format("{:<11}{} ", verdict, checkName), 0) == 0) found += line + "\n";
+  }
+  return found;
+}
+
+TEST_F(CheckTest, FindsNothingInTheSimulatedHost) {
+  const Outcome outcome = check(VYHOST_HOST);
+  EXPECT_EQ(outcome.exitCode, 0) << outcome.out << outcome.err;
+  EXPECT_NE(outcome.out.find(" 0 warnings, 0 FAIL, "), std::string::npos) << outcome.out;
+  // Without a deviation the layer in front of it does nothing.
+  EXPECT_EQ(check(VYHOST_DEVIATING_HOST, "--only creation").exitCode, 0);
+}
+
+TEST_F(CheckTest, NamesEveryDeviation) {
+  const struct {
+    const char* deviation;
+    const char* checkName;
+    const char* said;
+  } rows[] = {
+      {"filter missing", "creation", "NoiseRemovalFilter: vy_create_filter failed: no filter is named"},
+      {"filter behind the other door", "creation", "NoiseRemovalFilter: vy_create_filter failed: filter \"DepthRes"},
+      {"null without an error", "creation", "NoiseRemovalFilter: vy_create_filter gives null without an error"},
+      {"unknown filter made", "unknown filter", "vy_create_filter(\"NoSuchFilter\") gives a filter without an error"},
+      {"one object for all", "two of a name", "are the same object"},
+      {"name with #", "reported name", "\"Noise#Filter\" has a \"#\""},
+      {"other name", "reported name", "OpenNIDisparityTransform: it reports the name \"DisparityTransform\""},
+      {"item missing", "settings", "OpenNIDisparityTransform: its schema list has 9 items and lacks item 9"},
+      {"null description", "settings", "the description of item 2 is null"},
+      {"item name with comma", "settings", "the name of item 2 \"Speckle,Size\" has a"},
+      {"range upside down", "settings", "the default of item 2 is"},
+      {"nothing past the end", "bad arguments", "get_item past the end: there is no error"},
+      {"arguments refused", "initial arguments", "NoiseRemovalFilter: vy_filter_update_config failed: "},
+      {"value not kept", "values", "was set to "},
+      {"always on", "switch", "CorvidPixelOffsetFix: it was switched off and is not"},
+      {"crash on null", "bad arguments", "vy_filter_is_enabled(null): vy_filter_is_enabled "},
+      {"call never returns", "reset", "vy_filter_reset did not return within 500 ms"},
+      {"host exits", "reset", "vy_filter_reset ended the process with exit code 0"},
+      {"error text not kept", "error fields", "vy_error_get_message gives \"xxxxxxxxx\" for \"a message\""},
+      {"older error deleted", "error slot", "deletes the older error in the slot"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.deviation);
+    const std::string hangs = row.deviation == std::string("call never returns") ? "--timeout 0.5 " : "";
+    const Outcome outcome = check(VYHOST_DEVIATING_HOST, hangs + "--only '" + row.checkName + "'", row.deviation);
+    EXPECT_EQ(outcome.exitCode, 1) << outcome.out << outcome.err;
+    const std::string lines = linesOf(outcome.out, "FAIL", row.checkName);
+    EXPECT_NE(lines.find(row.said), std::string::npos) << outcome.out;
+  }
+}
+
+TEST_F(CheckTest, TellsAReaderThatMindsTheLocale) {
+  const Outcome outcome = check(VYHOST_DEVIATING_HOST, "--only 'decimal comma'", "locale counts");
+  if (!linesOf(outcome.out, "not tried", "decimal comma").empty()) GTEST_SKIP() << outcome.out;
+  EXPECT_NE(linesOf(outcome.out, "FAIL", "decimal comma"), "") << outcome.out;
+}
+
+TEST_F(CheckTest, SeesPaddedRecordsAndMissingFunctions) {
+  if (sizeof(void*) == 8) {  // otherwise both layouts are the same
+    EXPECT_NE(linesOf(check(VYHOST_PADDED_HOST, "--only settings").out, "FAIL", "settings")
+                  .find("a padded record of 56 bytes: the library reads one packed to 52"),
+              std::string::npos);
+  }
+  const Outcome outcome = check(VYHOST_INCOMPLETE_HOST);
+  EXPECT_EQ(outcome.exitCode, 1);
+  EXPECT_NE(linesOf(outcome.out, "FAIL", "functions").find("vy_frame_add_ref is missing"), std::string::npos)
+      << outcome.out;
+  EXPECT_NE(linesOf(outcome.out, "warning", "error functions").find("vy_error_get_args is missing"), std::string::npos)
+      << outcome.out;
+  // What lacks a function is not tried, and the rest is.
+  EXPECT_NE(linesOf(outcome.out, "not tried", "error fields"), "") << outcome.out;
+  EXPECT_NE(linesOf(outcome.out, "not tried", "bad arguments"), "") << outcome.out;
+  EXPECT_NE(linesOf(outcome.out, "ok", "creation"), "") << outcome.out;
+}
+
+TEST_F(CheckTest, RefusesWhatCannotBeChecked) {
+  write("text", "not a library");
+  write("broken.so",
+        "\x7F"
+        "ELF and no more");
+  const struct {
+    std::string arguments, said;
+  } rows[] = {
+      {"nothere", "cannot open nothere: No such file or directory; give a host's"},
+      {"text", "text is neither a library nor a recording; give a host's"},
+      {"broken.so", "file too short; give the libTavrixSDK.so of a host"},
+      {"'" VYHOST_LIBRARY "'", "it is the frame processing library, not its host; give"},
+      {"'" VYHOST_HOST "' --only nothing", "there is no check \"nothing\"; "},
+      {"'" VYHOST_HOST "' --timeout 0", "--timeout"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.arguments);
+    const Outcome outcome = vyhost("check " + row.arguments);
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_NE(outcome.err.find(row.said), std::string::npos) << outcome.err;
+    EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
+  }
+}
+
+TEST_F(CheckTest, WritesJsonThatCounts) {
+  const json report = json::parse(check(VYHOST_DEVIATING_HOST, "--json --only creation", "filter missing").out);
+  EXPECT_EQ(report["count"]["fail"], 1);
+  EXPECT_EQ(report["count"]["ok"], 11);
+  EXPECT_EQ(report["results"].size(), 12U);
+}
+
+// ---- Recordings -----------------------------------------------------------------------------------------------------
+
+/// A recorded call in few words. It fails if it has an error text.
+struct Row {
+  const char* function;
+  const char* arguments;
+  const char* result = "null";
+  const char* error = nullptr;
+  bool returns = true;
+  std::uint64_t milliseconds = 1;
+};
+
+vyhost::Recording recordingOf(const std::vector<Row>& rows) {
+  constexpr std::uint64_t kMillisecond = 1000000;
+  vyhost::Recording recording;
+  for (const Row& row : rows) {
+    vyhost::Call call;
+    const std::size_t position = recording.calls.size();
+    call.number = position + 1;
+    call.function = vyhost::findFunction(row.function);
+    call.beginTime = (position + 1) * 1000 * kMillisecond;
+    call.arguments = json::parse(row.arguments);
+    call.errorBefore = 0;
+    recording.events.push_back({position, false});
+    if (row.returns) {
+      call.endTime = call.beginTime + row.milliseconds * kMillisecond;
+      call.result = json::parse(row.result);
+      call.errorAfter = row.error != nullptr ? call.number : 0;
+      if (row.error != nullptr) call.newError = vyhost::ErrorText{1, row.error, "", "", 0};
+      recording.events.push_back({position, true});
+    }
+    recording.calls.push_back(call);
+  }
+  return recording;
+}
+
+TEST(RecordingCheckTest, SaysWhatTheHostDoes) {
+  const char* const good = "[500,500,320,240,640,480]";
+  const struct {
+    const char* checkName;
+    vyhost::Verdict verdict;
+    const char* said;
+    std::vector<Row> rows;
+  } cases[] = {
+      {"records", vyhost::Verdict::ok, "", {{"vy_video_stream_profile_get_intrinsic", "[1]", good}}},
+      {"records",
+       vyhost::Verdict::fail,
+       "cannot be right",
+       {{"vy_video_stream_profile_get_intrinsic", "[1]", R"(["f32:7fc00000",500,320,240,640,480])"}}},
+      {"records",
+       vyhost::Verdict::fail,
+       "cannot be right",
+       {{"vy_video_stream_profile_get_intrinsic", "[1]", "[500,500,320,240,-31072,17395]"}}},
+      {"records",
+       vyhost::Verdict::fail,
+       "cannot be right",
+       {{"vy_filter_config_schema_list_get_item", "[1,0]", R"(["A",0,5,1,1,1,"a"])"}}},
+      {"records",
+       vyhost::Verdict::ok,
+       "",
+       {{"vy_filter_config_schema_list_get_item", "[1,9]", "[null,0,0,0,0,0,null]", "past the end"}}},
+      {"sizes", vyhost::Verdict::fail, "gives 70000 pixels", {{"vy_video_frame_get_width", "[1]", "70000"}}},
+      {"ids", vyhost::Verdict::fail, "gives 65536", {{"vy_device_info_get_pid", "[1]", "65536"}}},
+      {"ids", vyhost::Verdict::fail, "gives -1", {{"vy_device_info_get_vid", "[1]", "-1"}}},
+      {"names",
+       vyhost::Verdict::fail,
+       "reports the name \"Mirror\" after \"FrameMirror\"",
+       {{"vy_create_filter", R"(["FrameMirror"])", "1"}, {"vy_filter_get_name", "[1]", R"("Mirror")"}}},
+      {"names",
+       vyhost::Verdict::ok,
+       "",
+       {{"vy_create_filter", R"(["FrameMirror"])", "1"}, {"vy_filter_get_name", "[1]", R"("FrameMirror")"}}},
+      {"references",
+       vyhost::Verdict::ok,
+       "",
+       {{"vy_frame_add_ref", "[1]"},
+        {"vy_filter_process", "[1,1]", "2"},
+        {"vy_delete_frame", "[1]"},
+        {"vy_delete_frame", "[2]"}}},
+      {"references", vyhost::Verdict::fail, "1 not given back", {{"vy_filter_process", "[1,1]", "2"}}},
+      {"references",
+       vyhost::Verdict::fail,
+       "1 not given back",
+       {{"vy_frame_add_ref", "[1]"}, {"vy_delete_frame", "[1]", "null", "refused"}}},
+      {"references",
+       vyhost::Verdict::fail,
+       "gives a frame back more often",
+       {{"vy_frame_add_ref", "[1]"}, {"vy_delete_frame", "[1]"}, {"vy_delete_frame", "[1]"}}},
+      {"references", vyhost::Verdict::fail, "1 not given back", {{"vy_frame_get_stream_profile", "[1]", "1"}}},
+      {"references", vyhost::Verdict::fail, "1 not given back", {{"vy_create_filter", R"(["A"])", "1"}}},
+      {"references",
+       vyhost::Verdict::notTried,
+       "live when the recording ends",
+       {{"vy_create_frame_processor", "[1,3]", "1"}, {"vy_create_filter", R"(["A"])", "1"}}},
+      {"references",
+       vyhost::Verdict::notTried,
+       "ends within a call",
+       {{"vy_filter_process", "[1,1]", "2"}, {"vy_delete_frame", "[2]", "null", nullptr, false}}},
+      {"failures",
+       vyhost::Verdict::fail,
+       "failed: unknown; the filter is left out",
+       {{"vy_create_filter", R"(["A"])", "0", "unknown"}}},
+      {"failures", vyhost::Verdict::warning, "failed: no memory", {{"vy_filter_process", "[1,1]", "0", "no memory"}}},
+      {"error texts", vyhost::Verdict::warning, "without a message", {{"vy_filter_process", "[1,1]", "0", ""}}},
+      {"nulls", vyhost::Verdict::fail, "null without an error", {{"vy_filter_process", "[1,1]", "0"}}},
+      {"returns",
+       vyhost::Verdict::fail,
+       "call 1 on thread 0 never returned",
+       {{"vy_filter_process", "[1,1]", "0", nullptr, false}}},
+      {"times",
+       vyhost::Verdict::warning,
+       "in 1 call, 40.0 ms",
+       {{"vy_filter_process", "[1,1]", "1", nullptr, true, 40}}},
+      {"times", vyhost::Verdict::ok, "", {{"vy_filter_process", "[1,1]", "1", nullptr, true, 30}}},
+  };
+  for (const auto& each : cases) {
+    SCOPED_TRACE(fmt::format("{}: {}", each.checkName, each.said));
+    const vyhost::CheckReport report = vyhost::checkRecording(recordingOf(each.rows), each.checkName);
+    ASSERT_EQ(report.findings.size(), 1U);
+    EXPECT_EQ(report.findings[0].verdict, each.verdict);
+    EXPECT_NE(report.findings[0].text.find(each.said), std::string::npos) << report.findings[0].text;
+  }
+}
+
+TEST_F(CheckTest, FindsNothingInARecordingOfTheSimulatedHost) {
+  makeRecording("a.mcap");
+  const Outcome outcome = vyhost("check a.mcap");
+  EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+  EXPECT_NE(outcome.out.find(" 0 FAIL, "), std::string::npos) << outcome.out;
+}
+
+}  // namespace
