@@ -36,7 +36,7 @@ class Camera : public Scenario {
 
   /// Differs when any output differs.
   std::uint64_t digest() const { return digest_; }
-  const std::vector<ErrorText>& errors() const { return errors_; }
+  const std::vector<std::string>& errors() const { return errors_; }
 
  protected:
   void call(Step step, const Work& work) override {
@@ -44,19 +44,19 @@ class Camera : public Scenario {
     errno = 77;
     work(slot);
     EXPECT_EQ(errno, 77) << "a call of the library changes errno";
-    if (slot.isSet()) errors_.push_back(slot.take());
+    if (slot.isSet()) errors_.push_back(slot.take().message);
     static_cast<void>(step);
   }
   void receive(const Frame& /*input*/, Frame output) override {
     if (output == nullptr) return;
-    const std::uint8_t* const data = vysim_frame_get_data(output.get(), NoFailure());
-    const std::size_t size = vysim_frame_get_size(output.get(), NoFailure());
+    const std::uint8_t* const data = vysim::call(vysim_frame_get_data, output.get());
+    const std::size_t size = vysim::call(vysim_frame_get_size, output.get());
     for (std::size_t i = 0; i < size; ++i) digest_ = (digest_ ^ data[i]) * 1099511628211U;
   }
 
  private:
   std::uint64_t digest_ = 14695981039346656037U;
-  std::vector<ErrorText> errors_;
+  std::vector<std::string> errors_;
 };
 
 SensorCase corvidDepth() {
@@ -315,7 +315,7 @@ void defineFilterOfChain(vy_frame_t* (*process)(void*, const vy_frame_t*, vy_err
   vysim_filter_definition definition = {};
   definition.name = "CorvidPixelOffsetFix";
   definition.process = process;
-  vysim_define_filter(&definition, NoFailure());
+  vysim::call(vysim_define_filter, &definition);
 }
 
 TEST_F(RecordingTest, AProcessMayForkWithinAHostFunction) {
@@ -372,12 +372,12 @@ TEST_F(RecordingTest, ExceptionsPassThroughAndAreNamed) {
     definition.reported_name = "Noise#Removal";
     definition.items = items;
     definition.item_count = 4;
-    vysim_define_filter(&definition, NoFailure());
+    vysim::call(vysim_define_filter, &definition);
     const SensorCase sensor = corvidDepth();
-    const Context context(vy_create_frame_processor_context(sensor.device.get(), NoFailure()));
-    const Processor processor(vy_create_frame_processor(context.get(), VY_SENSOR_DEPTH, NoFailure()));
+    const Context context(vysim::call(vy_create_frame_processor_context, sensor.device.get()));
+    const Processor processor(vysim::call(vy_create_frame_processor, context.get(), VY_SENSOR_DEPTH));
     std::vector<const char*> values(20, "1");
-    EXPECT_THROW(vy_frame_processor_update_config(processor.get(), 20, values.data(), NoFailure()),
+    EXPECT_THROW(vysim::call(vy_frame_processor_update_config, processor.get(), 20, values.data()),
                  std::invalid_argument);
   });
   const Recording recording = read();
@@ -396,7 +396,7 @@ TEST_F(RecordingTest, ACancelledThreadDoesNotEndInTheRecorder) {
         [](void*) -> void* {
           ::pthread_cancel(::pthread_self());  // acted upon at the next call that may wait, such as write()
           const SensorCase sensor = corvidDepth();
-          const Context context(vy_create_frame_processor_context(sensor.device.get(), NoFailure()));
+          const Context context(vysim::call(vy_create_frame_processor_context, sensor.device.get()));
           isDone = true;
           return nullptr;
         },
@@ -451,10 +451,12 @@ TEST_F(RecordingTest, NumbersDoNotDependOnTheLocale) {
     const CommaLocale locale;
     runCamera();
     const SensorCase sensor = corvidDepth();
-    const Context context(vy_create_frame_processor_context(sensor.device.get(), NoFailure()));
-    const Processor processor(vy_create_frame_processor(context.get(), VY_SENSOR_DEPTH, NoFailure()));
-    vy_frame_processor_set_hardware_d2c_params(processor.get(), {0.1F, 20, 8, 4, 16, 8}, 0, 1.5F, 0, 0, 0, 0, true,
-                                               false, NoFailure());
+    const Context context(vysim::call(vy_create_frame_processor_context, sensor.device.get()));
+    const Processor processor(vysim::call(vy_create_frame_processor, context.get(), VY_SENSOR_DEPTH));
+    vysim::call([&](vy_error** error) {
+      vy_frame_processor_set_hardware_d2c_params(processor.get(), {0.1F, 20, 8, 4, 16, 8}, 0, 1.5F, 0, 0, 0, 0, true,
+                                                 false, error);
+    });
   });
   const Recording recording = read();
   const auto calls = callsOf(recording, "vy_frame_processor_set_hardware_d2c_params");

@@ -61,8 +61,10 @@ void runDepth(const vysim_family& family) {
   for (const SensorCase& sensor : openSensors(family)) {
     if (sensor.sensor != static_cast<VYSensorType>(kDepth)) continue;
     process(processor, sensor.inputs[0]);
-    vy_frame_processor_set_hardware_d2c_params(processor.get(), {20, 20, 8, 4, 16, 8}, 0, 2, 1, 1, 0, 0, true, false,
-                                               NoFailure());
+    vysim::call([&](vy_error** error) {
+      vy_frame_processor_set_hardware_d2c_params(processor.get(), {20, 20, 8, 4, 16, 8}, 0, 2, 1, 1, 0, 0, true, false,
+                                                 error);
+    });
     process(processor, sensor.inputs[1]);
   }
 }

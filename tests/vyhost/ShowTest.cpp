@@ -113,7 +113,7 @@ TEST(ShowTest, KnowsEveryFamilyByItsDepthChain) {
     const Recording recording = record([&family] {
       const std::uint8_t* list = nullptr;
       const int size = family.list_type < 0 ? 0 : vysim_device_list(family.list_type, &list);
-      if (size != 0) vy_set_device_info_data(family.list_type, list, size, NoFailure());
+      if (size != 0) vysim::call(vy_set_device_info_data, family.list_type, list, size);
       const OpenDevice device = openDevice(family.pids[0], family.vid);
       makeProcessor(device.context, kColor);
       makeProcessor(device.context, kDepth);
@@ -309,8 +309,10 @@ TEST(ShowTest, TellsSettingsAndHardwareD2C) {
       vysim_fail_call("vy_filter_set_config_value", 2, VYSIM_FAULT_ERROR);
       for (const std::size_t i : {0U, 1U, 2U}) values[i] = "5";
       updateConfig(processor, values);
-      vy_frame_processor_set_hardware_d2c_params(processor.get(), {100, 101, 50.5F, 40, 640, 480}, 7, 0.5F, 1, -2, 3,
-                                                 -4, true, false, NoFailure());
+      vysim::call([&](vy_error** error) {
+        vy_frame_processor_set_hardware_d2c_params(processor.get(), {100, 101, 50.5F, 40, 640, 480}, 7, 0.5F, 1, -2, 3,
+                                                   -4, true, false, error);
+      });
     });
   }));
   const ProcessorStory& processor = onlyProcessor(story);
