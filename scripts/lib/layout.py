@@ -32,13 +32,17 @@ ROOMS = {
     "simhost/src/camera": ["simhost/include", "simhost/src/core", "simhost/src/pixel", "simhost/src/scene"],
     "simhost/src/api": ["simhost/include", "simhost/src"],
     "include": ["simhost/include/TavrixSDK.h"],
+    # The recording twin stands before the library and knows it by its exported functions only.
+    "recording": ["include", "simhost/include/TavrixSDK.h"],
     "tools/vycam": ["include", "simhost/include"],
+    "tools/vyhost": ["include", "simhost/include/TavrixSDK.h", "recording"],
     "tests": ["include", "simhost/include", "simhost/src/pixel", *INSIDE],
+    "tests/vyhost": ["include", "simhost/include", "tests/support", "tools/vyhost", "recording"],
     "bench": ["include", "simhost/include", "tests/support", *INSIDE],
     "fuzz": ["include", "simhost/include", "tests/support", *INSIDE],
 }
-# Where includes are looked up, the file's own root first.
-ROOTS = ["src", "simhost/src", "simhost/include", "include", "tools/vycam", "tests", "bench", "fuzz"]
+# Where includes are looked up: the file's own root first, then those that it may include. "" is the project's folder.
+ROOTS = ["src", "simhost/src", "simhost/include", "include", "tools/vycam", "tools/vyhost", "tests", "bench", "fuzz", ""]
 # Names that were given.
 FREE_NAMES = re.compile(r"(simhost/)?include/|.*/(commonTypes|deviceInfoConfig)\.(h|cpp)$")
 
@@ -48,7 +52,7 @@ TOKEN = re.compile(r'R"(\w*)\(.*?\)\1"|"(?:\\.|[^"\\\n])*"|\'(?:\\.[^\']*|[^\'\\
 
 
 def is_below(path, place):
-    return path == place or path.startswith(place + "/")
+    return place in ("", path) or path.startswith(place + "/")
 
 
 def last_match(path, places):
@@ -59,16 +63,18 @@ def last_match(path, places):
 def find_header(files, source, quote, name):
     """The project's header that an include means, and how to write it; None if it is none of the project's."""
     own_root = last_match(source, ROOTS)
-    for root in sorted(ROOTS, key=lambda root: root != own_root):
-        if f"{root}/{name}" in files:
-            return f"{root}/{name}", name
+    allowed = ROOMS.get(last_match(source, ROOMS), [])
+    for root in sorted(ROOTS, key=lambda root: (root != own_root, root not in allowed)):
+        header = f"{root}/{name}".lstrip("/")
+        if header in files:
+            return header, name
     if quote == '"':
         parts = []
         for part in (*source.split("/")[:-1], *name.split("/")):
             parts = parts[:-1] if part == ".." else parts + [part]
         beside = "/".join(parts)
         if beside in files:
-            return beside, beside[len(last_match(beside, ROOTS)) + 1:]
+            return beside, beside[len(last_match(beside, ROOTS)):].lstrip("/")
     return None
 
 
@@ -121,7 +127,7 @@ def check_name(path, _text):
 
 
 def check(project):
-    sources = (path for top in ("src", "simhost", "include", "tools", "tests", "bench", "fuzz")
+    sources = (path for top in ("src", "simhost", "include", "recording", "tools", "tests", "bench", "fuzz")
                for path in (project / top).rglob("*") if path.suffix in (".cpp", ".c", ".h", ".hpp"))
     files = {path.relative_to(project).as_posix(): path.read_text(encoding="utf-8") for path in sources}
     breaches = []
@@ -149,6 +155,9 @@ def self_test(project):
         ("simhost/src/pixel/Offset.h", '#include "core/Frame.h"', "simhost/src/pixel/ includes simhost/src/core/"),
         ("simhost/src/core/Frame.h", '#include "host/commonTypes.h"', "simhost/src/core/ includes src/host/"),
         ("tools/vycam/Chain.h", '#include "../../src/host/commonTypes.h"', "tools/vycam/ includes src/host/"),
+        ("src/api/Impl.cpp", '#include "recording/Recorder.h"', "src/api/ includes recording/"),
+        ("recording/Twin.cpp", '#include "host/HostErrorSlot.h"', "recording/ includes src/host/"),
+        ("recording/Twin.cpp", '#include "JsonText.h"', 'write it from the root of the room: "recording/'),
         ("src/newroom/New.h", "#pragma once", "src/newroom/ has no row"),
         ("src/d2c/Saturate.h", '#include "HardwareD2CParams.h"', 'write it from the root of the room: "d2c/'),
         ("simhost/src/api/Call.h", '#include "../core/Frame.h"', 'write it from the root of the room: "core/'),
@@ -167,7 +176,7 @@ def self_test(project):
     missed = 0
     with tempfile.TemporaryDirectory() as scratch:
         copy = pathlib.Path(scratch)
-        for top in ("src", "simhost", "include", "tools", "tests", "bench", "fuzz"):
+        for top in ("src", "simhost", "include", "recording", "tools", "tests", "bench", "fuzz"):
             shutil.copytree(project / top, copy / top, ignore=shutil.ignore_patterns("corpus"))
         before = set(check(copy)[1])
         for path, addition, *said in breaches + allowed:

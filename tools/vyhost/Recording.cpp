@@ -129,6 +129,7 @@ class Reader {
   }
 
   bool end(const FunctionInfo& function, std::uint64_t number, std::uint64_t time, const json& payload) {
+    if (payload.contains("a")) return false;  // a call under the name of a return
     const auto found = positions_.find(number);
     if (found == positions_.end()) return true;  // its beginning was damaged, and is counted
     Call& call = to_.calls[found->second];

@@ -45,7 +45,7 @@ class Timeline {
     for (const Call& call : recording_.calls) {
       const std::uint64_t end = call.hasReturned() ? call.endTime : endOfOpen(call);
       const auto seconds = [this](std::uint64_t time) { return static_cast<double>(time - start_) / 1e9; };
-      if (seconds(call.beginTime) > to || (end != 0 && seconds(end) < from)) continue;
+      if (seconds(call.beginTime) > to || seconds(end != 0 ? end : end_) < from) continue;
       threads.insert(call.thread);
       events += ",\n" + dump(event(call, end));
     }

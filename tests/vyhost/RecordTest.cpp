@@ -1,0 +1,93 @@
+#include <signal.h>
+
+#include <regex>
+
+#include "vyhost/VyhostTest.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using RecordTest = VyhostTest;
+
+const std::string kProgram = " -- '" VYHOST_SMALL_PROGRAM "' ";
+
+TEST_F(RecordTest, EndsAsTheProgramEnds) {
+  const struct {
+    std::string command;
+    int exitCode;
+  } rows[] = {
+      {kProgram, 0},
+      {kProgram + "7", 7},
+      {kProgram + "-9", 128 + SIGKILL},
+      {kProgram + "-15", 128 + SIGTERM},
+      {" -- sh -c 'exit 42'", 42},
+      {" -- sh -c 'kill -TERM $PPID; exec sleep 20'", 128 + SIGTERM},  // passed on by the command
+  };
+  for (const auto& row : rows) EXPECT_EQ(vyhost("record" + row.command).exitCode, row.exitCode) << row.command;
+}
+
+TEST_F(RecordTest, SaysWhereTheRecordingIs) {
+  fs::create_directory(folder_ / "folder");
+  write("busy.mcap", "");
+  write("busy-2.mcap", "");
+  const struct {
+    const char* out;
+    const char* file;
+  } rows[] = {
+      {"", "vy-recording-[0-9]+\\.mcap"},
+      {"--out new.mcap", "new\\.mcap"},
+      {"--out busy.mcap", "busy-3\\.mcap"},
+      {"--out folder", "folder/vy-recording-[0-9]+\\.mcap"},
+      {"--out plain", "plain"},
+      {"--out plain", "plain-2"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.out);
+    const Outcome outcome = vyhost(std::string("record ") + row.out + kProgram);
+    std::smatch match;
+    const std::regex says("vyhost: the recording is " + folder_.string() + "/(" + row.file + ")\n");
+    ASSERT_TRUE(std::regex_match(outcome.err, match, says)) << outcome.err;
+    EXPECT_GT(vyhost::Recording::read(path(match[1])).calls.size(), 5U);
+  }
+  EXPECT_EQ(contentsOf(folder_ / "busy.mcap") + contentsOf(folder_ / "busy-2.mcap"), "");
+}
+
+TEST_F(RecordTest, SaysSoWhenNothingWasRecorded) {
+  const Outcome outcome = vyhost("record -- true");
+  EXPECT_EQ(outcome.exitCode, 0);
+  std::smatch match;
+  const std::regex says("vyhost: there is no recording, as true made no call .* must be given (.*)\n");
+  ASSERT_TRUE(std::regex_match(outcome.err, match, says)) << outcome.err;
+  EXPECT_TRUE(fs::exists(match[1].str())) << match[1];
+}
+
+TEST_F(RecordTest, RefusesWhatCannotBe) {
+  const struct {
+    const char* arguments;
+    const char* says;
+  } rows[] = {
+      {"record", "PROGRAM is required"},
+      {"record -- nosuchprogram", "cannot run nosuchprogram: No such file or directory"},
+      {"record -- /", "cannot run /: Permission denied"},
+      {"record --out nofolder/a.mcap -- true", "cannot write to the folder "},
+      {"record --out /dev/null -- true", "/dev/null is neither a file nor a folder"},
+  };
+  for (const auto& row : rows) {
+    const Outcome outcome = vyhost(row.arguments);
+    EXPECT_EQ(outcome.exitCode, 2) << row.arguments;
+    EXPECT_EQ(outcome.err.rfind(std::string("vyhost: ") + row.says, 0), 0U) << outcome.err;
+  }
+  EXPECT_TRUE(fs::is_empty(folder_));
+}
+
+TEST_F(RecordTest, LeavesTheRestOfTheEnvironmentAsItIs) {
+  setenv("LD_LIBRARY_PATH", "/nowhere", 1);
+  setenv("VYHOST_TEST", "a=b", 1);
+  const Outcome outcome = vyhost("record -- sh -c 'echo $LD_LIBRARY_PATH $VYHOST_TEST' -- --out x");
+  unsetenv("LD_LIBRARY_PATH");
+  unsetenv("VYHOST_TEST");
+  EXPECT_TRUE(std::regex_match(outcome.out, std::regex("/[^:]*:/nowhere a=b\n"))) << outcome.out;
+}
+
+}  // namespace
