@@ -146,7 +146,6 @@ class Teller {
   }
 
   void tellAbsorbed(const Call& call) {
-    if (!call.parent) return;
     const auto found = origins_.find(handleOf(argumentOf(call, 0)));
     // The library's own errors are how its layers talk to each other.
     if (found == origins_.end() || found->second.call->function->name == "vy_create_error") return;
