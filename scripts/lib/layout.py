@@ -41,7 +41,7 @@ ROOMS = {
     "bench": ["include", "simhost/include", "tests/support", *INSIDE],
     "fuzz": ["include", "simhost/include", "tests/support", *INSIDE],
 }
-# Where includes are looked up, the file's own root first. The last is the project's folder.
+# Where includes are looked up: the file's own root first, then those that it may include. "" is the project's folder.
 ROOTS = ["src", "simhost/src", "simhost/include", "include", "tools/vycam", "tools/vyhost", "tests", "bench", "fuzz", ""]
 # Names that were given.
 FREE_NAMES = re.compile(r"(simhost/)?include/|.*/(commonTypes|deviceInfoConfig)\.(h|cpp)$")
@@ -63,7 +63,8 @@ def last_match(path, places):
 def find_header(files, source, quote, name):
     """The project's header that an include means, and how to write it; None if it is none of the project's."""
     own_root = last_match(source, ROOTS)
-    for root in sorted(ROOTS, key=lambda root: root != own_root):
+    allowed = ROOMS.get(last_match(source, ROOMS), [])
+    for root in sorted(ROOTS, key=lambda root: (root != own_root, root not in allowed)):
         header = f"{root}/{name}".lstrip("/")
         if header in files:
             return header, name

@@ -28,7 +28,7 @@ TEST_F(FinishTest, KeepsEveryCall) {
 TEST_F(FinishTest, ReplacesTheFileThroughALinkAndSaysWhatItLeavesOut) {
   std::string file = makeRecording("a.mcap");
   file.resize(file.size() - 5);
-  file[file.find("DepthResize\"]")] = 'X';
+  file[file.find("DisparityTransform\"]")] = 'X';
   write("a.mcap", file);
   fs::permissions(folder_ / "a.mcap", fs::perms::owner_all);
   fs::create_symlink("a.mcap", folder_ / "link");
@@ -54,7 +54,7 @@ TEST_F(FinishTest, LosesAChunkAtMostWhenAFinishedFileIsDamaged) {
   makeRecording("a.mcap");
   EXPECT_EQ(vyhost("finish a.mcap").exitCode, 0);
   const std::string file = contentsOf(folder_ / "a.mcap");
-  for (std::size_t at = 0; at < file.size(); ++at) {
+  for (std::size_t at = 0; at < file.size(); at += 3) {
     SCOPED_TRACE(at);
     std::string damaged = file;
     damaged[at] = static_cast<char>(damaged[at] ^ (1 << at % 8));

@@ -22,7 +22,7 @@ TEST_F(RecordTest, EndsAsTheProgramEnds) {
       {kProgram + "-9", 128 + SIGKILL},
       {kProgram + "-15", 128 + SIGTERM},
       {" -- sh -c 'exit 42'", 42},
-      {" -- sh -c 'kill -TERM $PPID; sleep 20'", 128 + SIGTERM},  // passed on by the command
+      {" -- sh -c 'kill -TERM $PPID; exec sleep 20'", 128 + SIGTERM},  // passed on by the command
   };
   for (const auto& row : rows) EXPECT_EQ(vyhost("record" + row.command).exitCode, row.exitCode) << row.command;
 }

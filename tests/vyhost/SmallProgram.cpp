@@ -13,7 +13,8 @@ int main(int argc, char** argv) {
   vy_create_frame_processor_context(nullptr, &error);
   if (error != nullptr) vy_delete_error(error);
   error = nullptr;
-  vy_filter_t* const filter = priv_create_filter("DepthResize", &error);
+  // No context keeps the filter alive: the calls that follow fail.
+  vy_filter_t* const filter = priv_create_filter("DisparityTransform", &error);
   if (filter == nullptr) return 100;
   priv_filter_get_name(filter, &error);
   priv_delete_filter(filter, &error);

@@ -32,7 +32,7 @@ TEST_F(TimelineTest, NestsCallsAndNamesFilters) {
     EXPECT_EQ(event["ph"], "X");
     EXPECT_EQ(event["tid"], call.thread);
     EXPECT_EQ(event["name"].get<std::string>().rfind(call.function->name, 0), 0U);
-    isNamed = isNamed || event["name"] == "priv_delete_filter DepthResize";
+    isNamed = isNamed || event["name"] == "priv_delete_filter DisparityTransform";
     if (!call.parent) continue;
     const json& outer = events.at(static_cast<unsigned>(recording.calls[*call.parent].number));
     constexpr double kNanosecond = 0.001;

@@ -14,7 +14,7 @@ namespace {
 template <typename Step>
 std::optional<std::string> decompressBy(const Step& step, std::string_view input, std::uint64_t size) {
   std::string output;
-  std::string buffer(1 << 18, '\0');
+  std::string buffer(1 << 16, '\0');
   for (;;) {
     std::size_t read = input.size();
     std::size_t written = buffer.size();

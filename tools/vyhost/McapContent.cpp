@@ -49,7 +49,7 @@ std::string readFile(const std::string& path) {
   const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (descriptor < 0) fail();
   std::string content;
-  std::string buffer(1 << 20, '\0');
+  std::string buffer(1 << 16, '\0');
   ssize_t size = 0;
   do {
     size = ::read(descriptor, buffer.data(), buffer.size());

@@ -50,7 +50,8 @@ fs::path twinFolder() {
 /// or in a folder, under names with the number of the process.
 class Place {
  public:
-  explicit Place(const std::string& out) : place_(fs::absolute(out.empty() ? "." : out)) {
+  explicit Place(const std::string& out)
+      : place_(fs::absolute(out.empty() ? fs::current_path() : fs::path(out)).lexically_normal()) {
     const fs::file_status status = fs::status(place_);
     isFolder_ = fs::is_directory(status);
     folder_ = isFolder_ ? place_ : place_.parent_path();
@@ -134,7 +135,7 @@ void passOn(int signal) {
 int runProgram(std::vector<std::string> command, Environment environment) {
   posix_spawnattr_t attributes;
   ::posix_spawnattr_init(&attributes);
-  sigset_t defaults;
+  sigset_t defaults, mask;
   ::sigemptyset(&defaults);
   for (const int signal : {SIGINT, SIGQUIT, SIGTERM, SIGHUP}) {
     struct sigaction action = {}, before = {};
@@ -144,8 +145,11 @@ int runProgram(std::vector<std::string> command, Environment environment) {
     ::sigaction(signal, &action, nullptr);
     ::sigaddset(&defaults, signal);
   }
+  // None comes before it is known to whom it is to be passed on.
+  ::sigprocmask(SIG_BLOCK, &defaults, &mask);
   ::posix_spawnattr_setsigdefault(&attributes, &defaults);
-  ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+  ::posix_spawnattr_setsigmask(&attributes, &mask);
+  ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
 
   pid_t process = 0;
   const int error = ::posix_spawnp(&process, command[0].c_str(), nullptr, &attributes, pointersTo(command).data(),
@@ -153,6 +157,7 @@ int runProgram(std::vector<std::string> command, Environment environment) {
   ::posix_spawnattr_destroy(&attributes);
   if (error != 0) throw Failure(fmt::format("cannot run {}: {}", command[0], std::strerror(error)));
   child = process;
+  ::sigprocmask(SIG_SETMASK, &mask, nullptr);
   int status = 0;
   while (::waitpid(process, &status, 0) < 0 && errno == EINTR) {
   }
