@@ -6,8 +6,9 @@
 #   tools           vycam                                                   vycam
 #   simulated_host  libTavrixSDK.so that works without hardware, headers,   tavrix-sdk-simulated
 #                   its document
+#   field_kit       the recording twin of the library, vyhost, its guide    vy-field-kit
 #
-# A build against a host SDK has the first two.
+# A build against a host SDK has the first two, and the twin.
 include(CMakePackageConfigHelpers)
 
 set(cmake_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/VyFrameProcessor)
@@ -49,13 +50,30 @@ install(FILES ${docs_dir}/images/lifetimes.svg ${docs_dir}/images/hardware-d2c-s
   DESTINATION ${development_doc_dir}/docs/images COMPONENT development)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${development_doc_dir} COMPONENT development)
 
+# ---- The recording twin, in a folder where the loader does not look by itself
+
+install(TARGETS vy_frame_processor_recording
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/vy-recording COMPONENT field_kit NAMELINK_SKIP)
+
 # ---- What needs the simulated host
+
+#   install_command(NAME COMPONENT): the program, its manual page and completion in the shell.
+function(install_command name component)
+  install(TARGETS ${name} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT ${component})
+  install(FILES ${docs_dir}/man/${name}.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT ${component})
+  install(FILES ${PROJECT_SOURCE_DIR}/tools/completion.bash RENAME ${name}
+    DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/bash-completion/completions COMPONENT ${component})
+endfunction()
 
 set(components runtime development)
 if(TARGET tavrix_sdk)
   list(APPEND components simulated_host)
   install(TARGETS tavrix_sdk LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT simulated_host)
-  install(FILES ${PROJECT_SOURCE_DIR}/simhost/include/TavrixSDK.h ${PROJECT_SOURCE_DIR}/simhost/include/tavrix_sim.h
+  set(simulated_host_include_dir ${PROJECT_SOURCE_DIR}/simhost/include)
+  install(FILES
+    ${simulated_host_include_dir}/TavrixSDK.h
+    ${simulated_host_include_dir}/tavrix_sim.h
+    ${simulated_host_include_dir}/tavrix_sim.hpp
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT simulated_host)
   install(FILES ${docs_dir}/simulated-host.md
     DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/tavrix-sdk-simulated/docs COMPONENT simulated_host)
@@ -63,7 +81,16 @@ endif()
 if(TARGET vycam)
   list(APPEND components tools)
   set_target_properties(vycam PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
-  install(TARGETS vycam RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+  install_command(vycam tools)
+endif()
+if(TARGET vyhost)
+  list(APPEND components field_kit)
+  install_command(vyhost field_kit)
+  install(FILES ${docs_dir}/field.md DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/vy-field-kit/docs COMPONENT field_kit)
+  if(TARGET vyhost_replay_host)
+    install(TARGETS vyhost_replay_host vyhost_replay_calls
+      LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/vy-replay COMPONENT field_kit)
+  endif()
 endif()
 
 # ---- Debian packages
@@ -79,21 +106,27 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each package has its own
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION libs)
-if(CMAKE_LIBRARY_ARCHITECTURE STREQUAL "arm-linux-gnueabihf")
-  set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE armhf) # CPack would take the build machine's
+if(CMAKE_CROSSCOMPILING)
+  set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE ${debian_architecture}) # CPack would take the build machine's
 endif()
 
 # Dependencies are written by hand: dpkg-shlibdeps would fail for libTavrixSDK.so, which each site provides in its own
 # way, and for another architecture. scripts/check-packages compares the versions with what the files need.
 set(language_depends "libgcc-s1 (>= 4.2), libstdc++6 (>= 11)")
-set(library_depends "libc6 (>= 2.32), ${language_depends}")
+set(library_libc 2.14)
+if(CMAKE_LIBRARY_ARCHITECTURE STREQUAL "arm-linux-gnueabihf")
+  set(library_libc 2.4)
+elseif(CMAKE_LIBRARY_ARCHITECTURE STREQUAL "aarch64-linux-gnu")
+  set(library_libc 2.17)
+endif()
 set(same_version "(= ${PROJECT_VERSION})")
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libvy-frame-processor${PROJECT_VERSION_MAJOR})
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "Frame processing extension of the Tavrix SDK - library
 Turns the raw frames of a depth camera into frames an application can use.
 The host SDK (libTavrixSDK.so) comes from its maker, or is the simulated one.")
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "${library_depends}")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS
+  "libc6 (>= ${library_libc}), libgcc-s1 (>= 4.2) | libgcc1 (>= 1:4.2), libstdc++6 (>= 5)")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS "tavrix-sdk-simulated")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libvy-frame-processor-dev)
@@ -108,7 +141,7 @@ set(CPACK_DEBIAN_SIMULATED_HOST_PACKAGE_NAME tavrix-sdk-simulated)
 set(CPACK_COMPONENT_SIMULATED_HOST_DESCRIPTION "Simulated Tavrix SDK - virtual depth cameras
 A libTavrixSDK.so that works without hardware, with its headers: cameras, filters,
 call records and fault injection for tests and debugging. Not for production.")
-set(CPACK_DEBIAN_SIMULATED_HOST_PACKAGE_DEPENDS "${library_depends}, libfmt9")
+set(CPACK_DEBIAN_SIMULATED_HOST_PACKAGE_DEPENDS "libc6 (>= 2.32), ${language_depends}, libfmt9")
 
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME vycam)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
@@ -118,7 +151,16 @@ writes pictures and figures.")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${CPACK_DEBIAN_RUNTIME_PACKAGE_NAME} ${same_version}, tavrix-sdk-simulated\
  ${same_version}, libc6 (>= 2.34), ${language_depends}, libfmt9, libgd3, libpng16-16, libpugixml1v5")
 
-# Packages with a shared library renew the loader's cache.
+set(CPACK_DEBIAN_FIELD_KIT_PACKAGE_NAME vy-field-kit)
+set(CPACK_DEBIAN_FIELD_KIT_PACKAGE_SECTION utils)
+set(CPACK_COMPONENT_FIELD_KIT_DESCRIPTION "Records and explains the calls between the library and its host
+A twin of the frame processing library that writes down every call, and vyhost, which
+records programs and tells, replays and checks what was recorded.")
+set(CPACK_DEBIAN_FIELD_KIT_PACKAGE_DEPENDS
+  "libc6 (>= 2.34), ${language_depends}, libfmt9, liblz4-1, libzstd1 (>= 1.4)")
+set(CPACK_DEBIAN_FIELD_KIT_PACKAGE_SUGGESTS "${CPACK_DEBIAN_RUNTIME_PACKAGE_NAME}, vycam")
+
+# Packages with a shared library in a folder of the loader renew the loader's cache.
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/debian/triggers)
 set(CPACK_DEBIAN_SIMULATED_HOST_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/debian/triggers)
 

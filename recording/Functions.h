@@ -1,6 +1,6 @@
 // The functions on the library's two borders, each written once. Everything that records, answers or explains calls is
 // made from this table: the twin's wrappers, the host that replays, the words of the desk tool. The build fails when
-// the library imports or exports a function that the table lacks (CheckFunctions.cmake).
+// the library imports or exports a function that the table lacks (RenameExports.cmake).
 //
 //   FUNCTION(result, name, (parameters), (arguments), "argument names", effect)
 //

@@ -1,6 +1,14 @@
 #include "recording/HandleNumbers.h"
 
 namespace recording {
+namespace {
+
+/// Whether a call may return an object that another call has returned before.
+bool isShared(Kind kind) {
+  return kind == Kind::deviceInfo || kind == Kind::frame || kind == Kind::profile;
+}
+
+}  // namespace
 
 std::uint64_t HandleNumbers::find(Kind kind, const void* object) {
   if (object == nullptr) return 0;
@@ -14,6 +22,13 @@ std::uint64_t HandleNumbers::retain(Kind kind, const void* object) {
   const std::uint64_t number = find(kind, object);
   if (object != nullptr) ++of(kind).entries.at(object).references;
   return number;
+}
+
+std::uint64_t HandleNumbers::receive(Kind kind, const void* object) {
+  auto& entries = of(kind).entries;
+  const auto place = entries.find(object);
+  if (place != entries.end() && (place->second.references == 0 || !isShared(kind))) entries.erase(place);
+  return retain(kind, object);
 }
 
 void HandleNumbers::release(Kind kind, const void* object) {

@@ -47,6 +47,9 @@ class HandleNumbers {
   std::uint64_t find(Kind kind, const void* object);
   /// As find(), with one reference more.
   std::uint64_t retain(Kind kind, const void* object);
+  /// As retain(), for what a call returns: an object that has no reference left, or whose kind is never returned twice,
+  /// is another one at its address.
+  std::uint64_t receive(Kind kind, const void* object);
   /// Takes a reference away; with the last one the number is forgotten.
   void release(Kind kind, const void* object);
   /// Puts back what release() took, under the same number unless the address has another object now.

@@ -1,6 +1,7 @@
 #include "recording/McapFile.h"
 
 #include <fcntl.h>
+#include <ftw.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,7 +11,7 @@
 namespace recording {
 namespace {
 
-std::array<std::uint32_t, 256> makeCrcTable() {
+constexpr std::array<std::uint32_t, 256> makeCrcTable() {
   std::array<std::uint32_t, 256> table{};
   for (std::uint32_t i = 0; i < table.size(); ++i) {
     std::uint32_t value = i;
@@ -20,12 +21,31 @@ std::array<std::uint32_t, 256> makeCrcTable() {
   return table;
 }
 
-constexpr std::size_t kHeaderSize = 9;  // opcode and length
+/// The type bits of a file's mode; 0 if there is none.
+int typeOf(const std::string& path) {
+  // stat() itself is a symbol of newer C libraries only; the walk through a tree begins with one, and ends there.
+  const auto tell = [](const char*, const struct stat* status, int) {
+    return static_cast<int>(status->st_mode & S_IFMT);
+  };
+  const int type = ::ftw(path.c_str(), tell, 1);
+  return type > 0 ? type : 0;
+}
+
+/// The same file under a number above those of the standard streams, which a host may have closed: what it prints must
+/// not end up in the recording.
+int aboveStandardStreams(int descriptor) {
+  if (descriptor < 0 || descriptor > STDERR_FILENO) return descriptor;
+  const int higher = ::fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  const int error = errno;
+  ::close(descriptor);
+  errno = error;
+  return higher;
+}
 
 }  // namespace
 
 std::uint32_t crc32(const char* data, std::size_t size) {
-  static const std::array<std::uint32_t, 256> table = makeCrcTable();
+  static constexpr std::array<std::uint32_t, 256> table = makeCrcTable();
   std::uint32_t value = 0xFFFFFFFFU;
   for (std::size_t i = 0; i < size; ++i) {
     value = (value >> 8) ^ table[(value ^ static_cast<unsigned char>(data[i])) & 0xFF];
@@ -40,7 +60,9 @@ McapRecord::McapRecord(std::uint8_t opcode) {
 }
 
 McapRecord& McapRecord::put(std::uint64_t value, unsigned bytes) {
-  for (unsigned i = 0; i < bytes; ++i) bytes_ += static_cast<char>((value >> (8 * i)) & 0xFF);
+  char text[sizeof value];
+  putLittleEndian(text, value, bytes);
+  bytes_.append(text, bytes);
   return *this;
 }
 
@@ -55,40 +77,42 @@ McapRecord& McapRecord::putBytes(const std::string& bytes) {
 }
 
 const std::string& McapRecord::finish() {
-  const std::uint64_t length = bytes_.size() - kHeaderSize;
-  for (unsigned i = 0; i < 8; ++i) bytes_[1 + i] = static_cast<char>((length >> (8 * i)) & 0xFF);
+  putLittleEndian(&bytes_[1], bytes_.size() - kRecordHead, 8);
   return bytes_;
 }
 
-bool McapFile::create(const std::string& path) {
+bool McapFile::create(const std::string& path, const std::string& nameInFolder) {
+  constexpr int kFlags = O_WRONLY | O_APPEND | O_CLOEXEC | O_NOCTTY | O_LARGEFILE;
   constexpr int kMostNames = 1000;
-  const std::size_t slash = path.rfind('/');
-  std::size_t ending = path.rfind('.');
-  if (ending == std::string::npos || (slash != std::string::npos && ending < slash)) ending = path.size();
-  path_ = path;
-  struct stat status = {};
-  if (::stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
-    descriptor_ = ::open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);  // a device, say
-    return descriptor_ >= 0;
+  const int type = typeOf(path);
+  const std::string wanted = type == S_IFDIR ? path + "/" + nameInFolder : path;
+  const std::size_t slash = wanted.rfind('/');
+  std::size_t ending = wanted.rfind('.');
+  if (ending == std::string::npos || (slash != std::string::npos && ending < slash)) ending = wanted.size();
+  path_ = wanted;
+  if (type == S_IFCHR) {
+    descriptor_ = ::open(path_.c_str(), kFlags);
+  } else {
+    for (int i = 2; i <= kMostNames; ++i) {
+      descriptor_ = ::open(path_.c_str(), kFlags | O_CREAT | O_EXCL, 0644);
+      if (descriptor_ >= 0 || errno != EEXIST) break;
+      path_ = wanted.substr(0, ending) + "-" + std::to_string(i) + wanted.substr(ending);
+    }
   }
-  for (int i = 2; i <= kMostNames; ++i) {
-    descriptor_ = ::open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC, 0644);
-    if (descriptor_ >= 0 || errno != EEXIST) break;
-    path_ = path.substr(0, ending) + "-" + std::to_string(i) + path.substr(ending);
-  }
+  descriptor_ = aboveStandardStreams(descriptor_);
   return descriptor_ >= 0;
 }
 
-bool McapFile::write(const std::string& bytes) {
-  ssize_t written = 0;
-  do {
-    written = ::write(descriptor_, bytes.data(), bytes.size());
-  } while (written < 0 && errno == EINTR);
-  if (written < 0) return false;
-  size_ += static_cast<std::uint64_t>(written);
-  if (static_cast<std::size_t>(written) == bytes.size()) return true;
-  errno = ENOSPC;
-  return false;
+bool McapFile::write(std::string_view bytes) {
+  // A write that ends early is tried again for the rest, and says then why.
+  for (std::size_t done = 0; done < bytes.size();) {
+    const ssize_t written = ::write(descriptor_, bytes.data() + done, bytes.size() - done);
+    if (written < 0 && errno == EINTR) continue;
+    if (written < 0) return false;
+    done += static_cast<std::size_t>(written);
+    size_ += static_cast<std::uint64_t>(written);
+  }
+  return true;
 }
 
 void McapFile::close() {

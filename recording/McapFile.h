@@ -2,11 +2,19 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace recording {
 
 /// CRC-32 as zlib computes it.
 std::uint32_t crc32(const char* data, std::size_t size);
+
+/// Writes the lowest bytes of a number, the lowest first.
+inline void putLittleEndian(char* to, std::uint64_t value, unsigned bytes) {
+  for (unsigned i = 0; i < bytes; ++i) to[i] = static_cast<char>((value >> (8 * i)) & 0xFF);
+}
+
+constexpr std::size_t kRecordHead = 9;  ///< bytes before the content of a record: opcode and length
 
 /// A record of an MCAP file: opcode, length and content, as integers in little-endian order.
 class McapRecord {
@@ -35,11 +43,13 @@ class McapFile {
   McapFile(const McapFile&) = delete;
   McapFile& operator=(const McapFile&) = delete;
 
-  /// Creates a file; one that exists already is left alone, and "-2", "-3" and so on goes before the ending. Returns
-  /// whether there is a file now; errno tells why not.
-  bool create(const std::string& path);
+  /// Creates a file of the given path, or one of the given name if the path is a folder. A file that exists already is
+  /// left alone, and "-2", "-3" and so on goes before the ending. A device is written to. Returns whether there is a
+  /// file now; errno tells why not.
+  bool create(const std::string& path, const std::string& nameInFolder);
   /// Writes bytes at the end. False, with errno, if not all of them could be written.
-  bool write(const std::string& bytes);
+  bool write(std::string_view bytes);
+  /// Safe in a child process after fork().
   void close();
 
   const std::string& path() const { return path_; }

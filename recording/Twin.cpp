@@ -15,8 +15,8 @@
 namespace recording {
 namespace {
 
-/// How many calls of library functions the calling thread is in.
-thread_local unsigned depth = 0;
+/// Set while the calling thread is in the library's own code, neither before it nor in a host function.
+thread_local bool isInLibrary = false;
 /// Set while the calling thread makes a call for the recording's sake.
 thread_local bool isQuiet = false;
 
@@ -37,9 +37,11 @@ struct Bytes {
 /// Appends values of every kind that the table has.
 class ValueWriter {
  public:
-  ValueWriter(JsonText& to, HandleNumbers& numbers) : to_(to), numbers_(numbers) {}
+  ValueWriter(JsonText& to, HandleNumbers& numbers, bool areTextsSound = true)
+      : to_(to), numbers_(numbers), areTextsSound_(areTextsSound) {}
 
-  void put(const char* value) { to_.text(value); }
+  /// A text at hand is read only if it can be relied on: what a call that failed returns may be anything.
+  void put(const char* value) { to_.text(areTextsSound_ ? value : nullptr); }
   void put(bool value) { to_.boolean(value); }
   void put(float value) { to_.real(value); }
   void put(double value) { to_.real(value); }
@@ -104,6 +106,7 @@ class ValueWriter {
  private:
   JsonText& to_;
   HandleNumbers& numbers_;
+  const bool areTextsSound_;
 };
 
 // ---- Arguments whose extent another one tells -----------------------------------------------------------------------
@@ -164,7 +167,7 @@ class Call {
       : recorder_(recorder),
         function_(function),
         effect_(effect),
-        isOutermost_(isLibrary && depth == 0),
+        isOutermost_(isLibrary && !isInLibrary),
         slot_(slot),
         before_(slot != nullptr ? *slot : nullptr),
         arguments_(arguments) {
@@ -186,17 +189,19 @@ class Call {
       if (isNew && !isLibrary()) settleFailure(numbers);
       // An error that the library hands out was seen when the host made it.
       const bool isUnknown = isNew && !numbers.knows(Kind::error, after);
-      (putResult(to, numbers, result), ...);
+      // Beside an older error the library reads what it gets, so a replay needs it.
+      [[maybe_unused]] const bool areTextsSound = !isNew;
+      (putResult(to, numbers, result, areTextsSound), ...);
       putSlot(to, numbers, after);
       if (isUnknown) putError(to, error);
       settle(numbers, after);
     });
   }
 
-  void threw() noexcept {
-    const std::type_info* const type = abi::__cxa_current_exception_type();
+  /// The call has ended by an exception, or by what unwinds a thread that ends.
+  void threw(const char* type) {
     recorder_.write(function_, true, number_, [&](JsonText& to, HandleNumbers& numbers) {
-      to.raw(",\"x\":").text(type != nullptr ? type->name() : "unknown");
+      to.raw(",\"x\":").text(type);
       settle(numbers, slot_ != nullptr ? *slot_ : nullptr);
     });
   }
@@ -221,14 +226,17 @@ class Call {
 
   /// What the call returns counts as one reference, unless a call within this one has counted it.
   template <typename Result>
-  void putResult(JsonText& to, HandleNumbers& numbers, Result result) {
-    to.raw(",\"r\":");
-    ValueWriter(to, numbers).put(result);
-    if constexpr (std::is_pointer_v<Result> && std::is_class_v<std::remove_pointer_t<Result>>) {
+  void putResult(JsonText& to, HandleNumbers& numbers, Result result, bool areTextsSound) {
+    constexpr bool isHandle = std::is_pointer_v<Result> && std::is_class_v<std::remove_pointer_t<Result>>;
+    if constexpr (isHandle) {
       const Kind kind = kindOf(result);
-      const bool isMade = !isLibrary() || kind == Kind::context || kind == Kind::processor;
-      if (isMade) numbers.retain(kind, result);
-      if (isOutermost_ && kind == Kind::frame) numbers.release(kind, result);  // the caller's from here on
+      if (!isLibrary() || kind == Kind::context || kind == Kind::processor) numbers.receive(kind, result);
+    }
+    to.raw(",\"r\":");
+    ValueWriter(to, numbers, areTextsSound).put(result);
+    // A frame is the caller's from here on.
+    if constexpr (isHandle) {
+      if (isOutermost_ && kindOf(result) == Kind::frame) numbers.release(Kind::frame, result);
     }
   }
 
@@ -272,7 +280,9 @@ class Call {
           withFrames([&](Kind kind, const void* object) { numbers.release(kind, object); }, each...);
         },
         arguments_);
-    if (after != nullptr) numbers.release(Kind::error, after);  // the caller deletes it, unseen
+    // The caller deletes them, unseen.
+    numbers.release(Kind::error, before_);
+    numbers.release(Kind::error, after);
   }
 
   Recorder& recorder_;
@@ -286,41 +296,48 @@ class Call {
   std::uint64_t released_ = 0;
 };
 
-class Depth {
+/// Remembers for the time of a call whose code the thread is in.
+class Place {
  public:
-  explicit Depth(bool isLibrary) : by_(isLibrary ? 1 : 0) { depth += by_; }
-  Depth(const Depth&) = delete;
-  Depth& operator=(const Depth&) = delete;
-  ~Depth() { depth -= by_; }
+  explicit Place(bool isLibrary) : former_(isInLibrary) { isInLibrary = isLibrary; }
+  Place(const Place&) = delete;
+  Place& operator=(const Place&) = delete;
+  ~Place() { isInLibrary = former_; }
 
  private:
-  const unsigned by_;
+  const bool former_;
 };
+
+const char* nameOfException() {
+  const std::type_info* const type = abi::__cxa_current_exception_type();
+  return type != nullptr ? type->name() : "unknown";
+}
 
 /// Makes a call through `work`, recorded if there is a recording.
 template <typename Result, typename Work, typename... Arguments>
 Result recorded(Function function, Effect effect, bool isLibrary, vy_error** slot, const Work& work,
                 Arguments... arguments) {
-  Recorder* const recorder = Recorder::active();
-  if (recorder == nullptr || isQuiet) return work();
+  Recorder* const recorder = isQuiet ? nullptr : Recorder::active();
+  if (recorder == nullptr) return work();
   Call call(*recorder, function, effect, isLibrary, slot, recordable(arguments...));
+  const auto workInPlace = [&] {
+    const Place here(isLibrary);
+    return work();
+  };
   try {
     if constexpr (std::is_void_v<Result>) {
-      {
-        const Depth here(isLibrary);
-        work();
-      }
+      workInPlace();
       call.returned();
     } else {
-      const Result result = [&] {
-        const Depth here(isLibrary);
-        return work();
-      }();
+      const Result result = workInPlace();
       call.returned(result);
       return result;
     }
+  } catch (const abi::__forced_unwind&) {
+    call.threw("a thread that ends");
+    throw;
   } catch (...) {
-    call.threw();
+    call.threw(nameOfException());
     throw;
   }
 }
@@ -383,9 +400,13 @@ std::size_t countSettings(vy_frame_processor_t* processor) {
   if (processor == nullptr) return 0;
   isQuiet = true;
   vy_error* error = nullptr;
-  const char* line = inner_vy_frame_processor_get_config_schema(processor, &error);
+  const char* line = nullptr;
+  try {
+    line = inner_vy_frame_processor_get_config_schema(processor, &error);
+    if (error != nullptr) vy_delete_error(error);
+  } catch (...) {  // a host's, which the call itself will meet again
+  }
   isQuiet = false;
-  if (error != nullptr) __real_vy_delete_error(error);
   // As many as ConfigCommands.cpp finds keys.
   std::size_t count = 0;
   while (line != nullptr && *line != '\0') {

@@ -1,0 +1,203 @@
+// Recordings of sessions, replayed against the library and against copies of it with a fault.
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Outcome {
+  int exitCode = -1;
+  std::string text;  ///< of both streams
+};
+
+Outcome run(const std::string& line) {
+  Outcome outcome;
+  FILE* const pipe = popen((line + " 2>&1 </dev/null").c_str(), "r");
+  char buffer[4096];
+  for (size_t size = 0; (size = fread(buffer, 1, sizeof buffer, pipe)) > 0;) outcome.text.append(buffer, size);
+  const int status = pclose(pipe);
+  outcome.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  return outcome;
+}
+
+class ReplayTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    std::string pattern = (fs::temp_directory_path() / "vyhost-replay-XXXXXX").string();
+    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+    folder_ = pattern;
+  }
+  void TearDown() override { fs::remove_all(folder_); }
+
+  /// The recording of a session of Sessions.cpp, made when first wanted.
+  fs::path record(const std::string& session) const {
+    fs::path file = folder_ / (session + ".mcap");
+    if (!fs::exists(file)) {
+      const Outcome outcome = run("VY_RECORDING='" + file.string() + "' '" SESSIONS "' " + session);
+      EXPECT_EQ(outcome.exitCode, 0) << session << ": " << outcome.text;
+    }
+    return file;
+  }
+
+  static Outcome replay(const fs::path& file, const std::string& arguments = "") {
+    return run("'" VYHOST "' replay '" + file.string() + "' " + arguments);
+  }
+  static Outcome replayFaulty(const fs::path& file, const std::string& fault, const std::string& arguments = "") {
+    return replay(file, "--library '" FAULTY_DIR "/libfaulty_" + fault + ".so' " + arguments);
+  }
+
+  fs::path folder_;
+};
+
+/// The pieces in their order, each behind the one before; empty if all are there.
+std::string missingPiece(const std::string& text, const std::vector<std::string>& pieces) {
+  std::size_t place = 0;
+  for (const std::string& piece : pieces) {
+    place = text.find(piece, place);
+    if (place == std::string::npos) return piece;
+    place += piece.size();
+  }
+  return {};
+}
+
+TEST_F(ReplayTest, EverySessionIsTheSameWithTheLibraryThatWasRecorded) {
+  for (const char* const session : {"sensors", "faults", "private", "exceptions", "reentry", "values", "threads"}) {
+    const Outcome outcome = replay(record(session));
+    EXPECT_EQ(outcome.exitCode, 0) << session << ": " << outcome.text;
+    EXPECT_EQ(outcome.text.rfind("the same: ", 0), 0U) << session << ": " << outcome.text;
+  }
+  EXPECT_EQ(missingPiece(replay(record("threads")).text, {"on 9 threads"}), "");
+}
+
+TEST_F(ReplayTest, KeptRecordingsAreTheSame) {
+  int count = 0;
+  for (const auto& entry : fs::directory_iterator(RECORDINGS)) {
+    if (entry.path().extension() != ".zst") continue;
+    ++count;
+    const fs::path file = folder_ / entry.path().stem();
+    const Outcome unpacked = run("zstd -dq '" + entry.path().string() + "' -o '" + file.string() + "'");
+    ASSERT_EQ(unpacked.exitCode, 0) << unpacked.text;
+    const Outcome outcome = replay(file);
+    EXPECT_EQ(outcome.exitCode, 0) << file.filename() << ": " << outcome.text
+                                   << "If the library is meant to make other host calls: scripts/record-sessions";
+  }
+  EXPECT_EQ(count, 10) << "one a family";
+}
+
+TEST_F(ReplayTest, TheFirstDifferingCallIsTold) {
+  const struct {
+    const char *fault, *session;
+    std::vector<std::string> told;
+  } cases[] = {
+      {"SwappedIds",
+       "depth",
+       {"another call", "vy_device_get_device_info(device 1) = device info 1", "expected:  vy_device_info_get_pid(",
+        "got:       vy_device_info_get_vid("}},
+      {"KeptDeviceInfo",
+       "depth",
+       {"another call", "vy_destroy_frame_processor_context(context 1)", "expected:  vy_delete_device_info("}},
+      {"SwappedPair",
+       "depth",
+       {"another call", "before it:", "vy_filter_is_enabled(", " = true", "expected:  vy_frame_get_format(",
+        "got:       vy_video_frame_get_pixel_type("}},
+      {"KeptFrame",
+       "depth",
+       {"recording has one call more", "vy_frame_processor_process_frame(", "expected:  vy_delete_frame(frame ",
+        "got:       the return"}},
+      {"FirstFrameAgain",
+       "depth",
+       {"an argument differs", "expected:  vy_filter_process(", "frame: expected frame ", ", got frame "}},
+      {"SwallowedError",
+       "faults",
+       {"the library made another call", "expected:  vy_delete_frame(", "got:       vy_delete_error(error "}},
+      {"SwitchedOff",
+       "depth",
+       {"an argument differs", "got:       vy_filter_enable(filter ", "enable: expected true, got false"}},
+      {"NoSlot",
+       "depth",
+       {"content of its error slot", "vy_filter_config_schema_list_get_item(", "expected:  no error\n",
+        "got:       no error slot", "in vy_filter_set_config_value("}},
+      {"SecondLookup",
+       "depth",
+       {"another call", "vy_frame_processor_update_config(", "got:       vy_filter_get_name("}},
+      {"OtherException",
+       "exceptions",
+       {"another way", "expected:  an exception of type St16invalid_argument",
+        "got:       an exception of type St12out_of_range"}},
+      {"OtherTypeName", "depth", {"the result differs", "the texts part after ", "integer", "whole"}},
+      {"OtherStream",
+       "depth",
+       {"an argument differs", "vy_stream_profile_set_extrinsic_to_type(", "type: expected 2, got 1"}},
+      {"OtherErrorText",
+       "private",
+       {"an argument differs", "expected:  vy_create_error(",
+        "message: expected \"filter is nullptr\", got \"filter is null\""}},
+      {"Crash", "depth", {"the library crashed (", "vy_frame_processor_get_config_schema, on thread 1"}},
+      {"Hang",
+       "depth",
+       {"neither made the next call nor returned", "expected:  the return of ",
+        "vy_frame_processor_get_config_schema(processor 1)", "got:       nothing"}},
+  };
+  for (const auto& c : cases) {
+    const std::string session = c.session == std::string("depth") ? "depth Corvid" : c.session;
+    const Outcome outcome = replayFaulty(record(session), c.fault);
+    EXPECT_EQ(outcome.exitCode, 1) << c.fault;
+    EXPECT_EQ(missingPiece(outcome.text, c.told), "") << c.fault << ": " << outcome.text;
+  }
+}
+
+TEST_F(ReplayTest, AllDifferencesAreCounted) {
+  // The ids in another order, and one of them twice: a call that comes early, one that comes late, one too many.
+  const Outcome ids = replayFaulty(record("depth Corvid"), "SwappedIds", "--all");
+  EXPECT_EQ(ids.exitCode, 1);
+  EXPECT_EQ(missingPiece(ids.text, {"difference 1: ", "difference 3: ", "\n3 differences\n"}), "") << ids.text;
+}
+
+TEST_F(ReplayTest, CallsThatNeverReturnedAreToldAndNotWaitedFor) {
+  const fs::path whole = record("death");
+  const Outcome dead = replay(whole);
+  EXPECT_EQ(dead.exitCode, 0) << dead.text;
+  EXPECT_EQ(missingPiece(dead.text, {"never returned in the recording: call ", "vy_frame_processor_process_frame(",
+                                     "vy_filter_process(", "the same: ", "on 2 threads"}),
+            "")
+      << dead.text;
+  // Cut anywhere, also within a record.
+  for (const std::uintmax_t part : {2, 3, 5, 7}) {
+    const fs::path cut = folder_ / "cut.mcap";
+    fs::copy_file(whole, cut, fs::copy_options::overwrite_existing);
+    fs::resize_file(cut, fs::file_size(whole) / part);
+    const Outcome outcome = replay(cut);
+    EXPECT_EQ(outcome.exitCode, 0) << "1/" << part << ": " << outcome.text;
+  }
+}
+
+TEST_F(ReplayTest, WhatCannotBeReplayedIsToldInOneLine) {
+  const std::string file = record("private").string();
+  std::ofstream(folder_ / "text.mcap") << "not a recording";
+  const struct {
+    std::string arguments;
+    std::vector<std::string> told;
+  } cases[] = {
+      {"absent.mcap", {"absent.mcap", "No such file"}},
+      {"'" + (folder_ / "text.mcap").string() + "'", {"text.mcap"}},
+      {"'" + file + "' --library absent.so", {"absent.so", "--library"}},
+      {"'" + file + "' --library /dev/null", {"/dev/null", "--library"}},
+      {"", {"FILE", "required"}},
+  };
+  for (const auto& c : cases) {
+    const Outcome outcome = run("'" VYHOST "' replay " + c.arguments);
+    EXPECT_EQ(outcome.exitCode, 2) << c.arguments;
+    EXPECT_EQ(outcome.text.find('\n'), outcome.text.size() - 1) << outcome.text;
+    EXPECT_EQ(missingPiece(outcome.text, c.told), "") << outcome.text;
+  }
+}
+
+}  // namespace

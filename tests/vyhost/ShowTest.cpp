@@ -1,0 +1,440 @@
+// What `vyhost show` tells, compared with what a host did: each recording is made by a child process.
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <pugixml.hpp>
+#include <sstream>
+#include <thread>
+
+#include "CallLines.h"
+#include "Failure.h"
+#include "Story.h"
+#include "StoryJson.h"
+#include "StoryPage.h"
+#include "StoryText.h"
+#include "support/HostTest.h"
+
+namespace {
+
+using vyhost::FilterStory;
+using vyhost::ProcessorStory;
+using vyhost::Recording;
+using vyhost::Story;
+using vyhost::Trouble;
+
+const std::string kInjected = injectedError("").message;
+
+/// The recording of what `work` does, in a process of its own.
+Recording record(const std::function<void()>& work) {
+  std::string folder = (std::filesystem::temp_directory_path() / "vyhost-show-XXXXXX").string();
+  EXPECT_NE(mkdtemp(folder.data()), nullptr);
+  const std::string file = folder + "/r.mcap";
+  const pid_t child = fork();
+  if (child == 0) {
+    setenv("VY_RECORDING", file.c_str(), 1);
+    work();
+    _exit(testing::Test::HasFailure() ? 1 : 0);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  EXPECT_EQ(status, 0) << "the host's work in the child process";
+  Recording recording = Recording::read(file);
+  std::filesystem::remove_all(folder);
+  return recording;
+}
+
+const ProcessorStory& onlyProcessor(const Story& story) {
+  static const ProcessorStory none;
+  if (story.contexts.size() == 1 && story.contexts[0].processors.size() == 1) return story.contexts[0].processors[0];
+  ADD_FAILURE() << "not one processor";
+  return none;
+}
+
+/// "NAME(ARGUMENTS) host on", one filter a line.
+std::string chainText(const ProcessorStory& processor) {
+  std::string text;
+  for (const FilterStory& filter : processor.filters) {
+    text += fmt::format("{}({}) {} {}\n", filter.name, fmt::join(filter.arguments, " "), filter.isOwn ? "own" : "host",
+                        filter.leftOut                         ? "left out"
+                        : filter.startsEnabled.value_or(false) ? "on"
+                                                               : "off");
+  }
+  return text;
+}
+
+/// "FUNCTION(SUBJECT): TEXT, N times", one a line.
+std::string troubleText(const std::vector<Trouble>& troubles) {
+  std::string text;
+  for (const Trouble& each : troubles)
+    text += fmt::format("{}({}): {}, {} times\n", each.function, each.subject, each.text, each.times.size());
+  return text;
+}
+
+std::string leftoverText(const Story& story) {
+  std::string text;
+  for (const vyhost::Leftover& each : story.leftovers)
+    text += fmt::format("{} {} {}\n", each.handle, each.name, each.references);
+  return text;
+}
+
+const FilterStory& filterNamed(const ProcessorStory& processor, const std::string& name) {
+  static const FilterStory none;
+  const auto found = std::find_if(processor.filters.begin(), processor.filters.end(),
+                                  [&](const FilterStory& each) { return each.name == name; });
+  if (found != processor.filters.end()) return *found;
+  ADD_FAILURE() << "no filter " << name;
+  return none;
+}
+
+/// Lets the filters of a depth chain take any frame.
+void letFramesPass() {
+  for (const char* name : {"FrameUnpacker", "NoiseRemovalFilter", "DisparityTransform"}) definePassing(name);
+}
+
+/// A Halden's depth processor, destroyed with its context and device behind `work`.
+void withDepthProcessor(const std::function<void(const Processor&)>& work) {
+  const OpenDevice device = openDevice(kHalden);
+  const Processor processor = makeProcessor(device.context, kDepth);
+  work(processor);
+}
+
+TEST(ShowTest, KnowsEveryFamilyByItsDepthChain) {
+  for (std::size_t i = 0; i < vysim_family_count(); ++i) {
+    const vysim_family& family = *vysim_family_at(i);
+    SCOPED_TRACE(family.name);
+    const Recording recording = record([&family] {
+      const std::uint8_t* list = nullptr;
+      const int size = family.list_type < 0 ? 0 : vysim_device_list(family.list_type, &list);
+      if (size != 0) vy_set_device_info_data(family.list_type, list, size, NoFailure());
+      const OpenDevice device = openDevice(family.pids[0], family.vid);
+      makeProcessor(device.context, kColor);
+      makeProcessor(device.context, kDepth);
+    });
+    const Story story = tellStory(recording);
+    ASSERT_EQ(story.contexts.size(), 1U);
+    EXPECT_EQ(story.contexts[0].vid, family.vid);
+    EXPECT_EQ(story.contexts[0].pid, family.pids[0]);
+    EXPECT_EQ(story.contexts[0].families, std::vector<std::string>{family.name});
+    EXPECT_EQ(story.contexts[0].processors.size(), 2U);
+    EXPECT_EQ(vyhost::findings(recording, story), std::vector<std::string>());
+    ASSERT_EQ(story.productLists.size(), family.list_type < 0 ? 0U : 1U);
+    if (family.list_type < 0) continue;
+    EXPECT_EQ(story.productLists[0].type, family.list_type);
+    ASSERT_EQ(story.productLists[0].ids.size() * 4,
+              static_cast<std::size_t>(vysim_device_list(family.list_type, nullptr)));
+    EXPECT_EQ(story.productLists[0].ids[0], fmt::format("{:04x}:{:04x}", family.vid, family.pids[0]));
+  }
+}
+
+TEST(ShowTest, TellsChainsAndWhatWasLeftOut) {
+  const std::string whole =
+      "FrameUnpacker() host on\nNoiseRemovalFilter(1000 256 800 600) host on\nDisparityTransform() host on\n"
+      "HardwareD2CProcessor() own off\nFrameMirror() host off\nFrameFlip() host off\nFrameRotate() host on\n";
+  EXPECT_EQ(chainText(onlyProcessor(tellStory(record([] { withDepthProcessor([](const Processor&) {}); })))), whole);
+
+  struct Case {
+    const char* function;  // its nth call fails
+    std::uint64_t nth;
+    const char* filter;   // is left out
+    const char* failed;   // the call that the chain made
+    const char* subject;  // of the host's failure
+    std::vector<std::string> families;
+  };
+  const Case cases[] = {
+      // Without the arguments of NoiseRemovalFilter three families have these filters.
+      {"vy_create_filter",
+       2,
+       "NoiseRemovalFilter",
+       "vy_create_filter",
+       "NoiseRemovalFilter",
+       {"Mirel", "Halden", "NormalOpenNI"}},
+      {"vy_filter_update_config",
+       1,
+       "NoiseRemovalFilter",
+       "vy_filter_update_config",
+       "filter:2 NoiseRemovalFilter",
+       {"Halden"}},
+      {"vy_filter_enable", 4, "FrameMirror", "vy_filter_enable", "filter:5 FrameMirror", {"Halden"}},
+      {"vy_create_private_filter", 1, "HardwareD2CProcessor", "priv_create_filter", "DepthResize", {"Halden"}},
+  };
+  for (const Case& each : cases) {
+    SCOPED_TRACE(each.function);
+    const Story story = tellStory(record([&each] {
+      vysim_fail_call(each.function, each.nth, VYSIM_FAULT_ERROR);
+      withDepthProcessor([](const Processor&) {});
+    }));
+    const ProcessorStory& processor = onlyProcessor(story);
+    EXPECT_EQ(story.filtersLeftOut(), 1U);
+    const FilterStory& filter = filterNamed(processor, each.filter);
+    ASSERT_TRUE(filter.leftOut);
+    EXPECT_EQ(filter.leftOut->function, each.failed);
+    EXPECT_NE((filter.leftOut->message + filter.leftOut->behind).find(kInjected), std::string::npos);
+    EXPECT_EQ(troubleText(story.absorbed),
+              fmt::format("{}({}): {}, 1 times\n", each.function, each.subject, kInjected));
+    EXPECT_EQ(troubleText(story.errors), "");
+    EXPECT_EQ(leftoverText(story), "");
+    EXPECT_EQ(story.contexts[0].families, each.families);
+  }
+}
+
+/// Passes frames on, each after 20 milliseconds more than the one before.
+struct Slow {
+  int milliseconds = 0;
+  static vy_frame_t* process(void* user, const vy_frame_t* frame, vy_error** error) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(static_cast<Slow*>(user)->milliseconds += 20));
+    vy_frame_add_ref(frame, error);
+    return const_cast<vy_frame_t*>(frame);
+  }
+};
+
+TEST(ShowTest, TakesTheTimeOfFramesAndFilters) {
+  constexpr std::uint64_t kMillisecond = 1000000;
+  const Story story = tellStory(record([] {
+    letFramesPass();
+    Slow slow;
+    vysim_filter_definition definition = {};
+    definition.name = "DisparityTransform";
+    definition.process = Slow::process;
+    definition.user = &slow;
+    defineFilter(definition);
+    withDepthProcessor([](const Processor& processor) {
+      for (const int format : {10, 10, 13}) {
+        process(processor, makeFrame(format));
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+      }
+    });
+  }));
+  const ProcessorStory& processor = onlyProcessor(story);
+  ASSERT_EQ(processor.frames.size(), 3U);
+  const FilterStory& slow = filterNamed(processor, "DisparityTransform");
+  ASSERT_EQ(slow.runs.size(), 3U);
+  for (std::size_t i = 0; i < 3; ++i) {
+    EXPECT_GE(slow.runs[i], 20 * (i + 1) * kMillisecond);
+    EXPECT_GE(processor.frames[i].whole, slow.runs[i]);
+    EXPECT_LE(processor.frames[i].library, processor.frames[i].whole - slow.runs[i]);
+    EXPECT_GT(processor.frames[i].library, 0U);
+  }
+  const FilterStory& unpacker = filterNamed(processor, "FrameUnpacker");
+  EXPECT_EQ(unpacker.runs.size(), 2U);
+  EXPECT_EQ(unpacker.timesPassedOver, 1U);
+  EXPECT_EQ(filterNamed(processor, "FrameMirror").timesOff, 3U);
+  ASSERT_EQ(processor.formats.size(), 2U);
+  EXPECT_EQ(processor.formats[0].format, 10);
+  EXPECT_EQ(processor.formats[0].count, 2U);
+  EXPECT_GE(processor.longestGap, 90 * kMillisecond);
+  EXPECT_GT(processor.framesPerSecond, 0);
+  EXPECT_LT(processor.framesPerSecond, 2 / 0.16);
+
+  std::vector<vyhost::Duration> durations;
+  for (vyhost::Duration i = 100; i > 0; --i) durations.push_back(i);
+  const vyhost::Spread spread = vyhost::Spread::of(durations);
+  EXPECT_EQ(spread.median, 50U);
+  EXPECT_EQ(spread.percentile95, 95U);
+  EXPECT_EQ(spread.largest, 100U);
+}
+
+TEST(ShowTest, TellsErrorsThatReachedTheCallerAndThoseThatDidNot) {
+  const Recording recording = record([] {
+    letFramesPass();
+    withDepthProcessor([](const Processor& processor) {
+      for (int i = 0; i < 3; ++i) process(processor, nullptr);
+      const Frame frame = makeFrame();
+      vysim_fail_call("vy_filter_process", 2, VYSIM_FAULT_ERROR);
+      process(processor, frame);
+      // Two frames are released between filters; nobody looks at the error of the last release.
+      vysim_fail_call("vy_delete_frame", 3, VYSIM_FAULT_ERROR);
+      process(processor, frame);
+    });
+  });
+  const Story story = tellStory(recording);
+  const ProcessorStory& processor = onlyProcessor(story);
+  EXPECT_EQ(troubleText(story.errors),
+            fmt::format("vy_frame_processor_process_frame(processor:1): NULL pointer passed for argument, 3 times\n"
+                        "vy_frame_processor_process_frame(processor:1): {}, 1 times\n",
+                        kInjected));
+  EXPECT_LT(story.errors[0].times.front(), story.errors[0].times.back());
+  // Before that, the settings that the catalogue publishes and these filters do not have: items 0, 1 and 2.
+  ASSERT_EQ(story.absorbed.size(), 4U);
+  EXPECT_EQ(story.absorbed[0].function, "vy_filter_config_schema_list_get_item");
+  EXPECT_EQ(story.absorbed[3].function, "vy_delete_frame");
+  EXPECT_EQ(leftoverText(story), story.absorbed[3].subject + "  1\n");
+  EXPECT_EQ(processor.frames.size(), 5U);
+  EXPECT_EQ(std::count_if(processor.frames.begin(), processor.frames.end(), [](const auto& f) { return f.hasFailed; }),
+            4);
+  EXPECT_EQ(vyhost::findings(recording, story).size(), 3U);
+}
+
+TEST(ShowTest, TellsWhatWasNotGivenBackAndWhatNeverReturned) {
+  const Story story = tellStory(record([] {
+    const OpenDevice device = openDevice(kVashti);
+    const Processor processor = makeProcessor(device.context, kColor);
+    vysim_filter_definition definition = {};
+    definition.name = "FrameRotate";
+    definition.process = [](void*, const vy_frame_t*, vy_error**) -> vy_frame_t* { _exit(0); };
+    defineFilter(definition);
+    const Processor second = makeProcessor(device.context, kColor);
+    process(second, makeFrame());
+  }));
+  ASSERT_EQ(story.unreturned.size(), 2U);
+  EXPECT_EQ(story.unreturned[0].function, "vy_frame_processor_process_frame");
+  EXPECT_EQ(story.unreturned[0].subject, "processor:2");
+  EXPECT_EQ(story.unreturned[1].function, "vy_filter_process");
+  EXPECT_EQ(story.unreturned[1].subject, "filter:6 FrameRotate");
+  // Everything is still open, and the frame is on its way.
+  EXPECT_EQ(leftoverText(story),
+            "device-info:1  1\nfilter:1 FrameMirror 1\nfilter:2 FrameFlip 1\nfilter:3 FrameRotate 1\n"
+            "filter:4 FrameMirror 1\nfilter:5 FrameFlip 1\nfilter:6 FrameRotate 1\n"
+            "frame:1  1\ncontext:1  1\nprocessor:1  1\nprocessor:2  1\n");
+  ASSERT_FALSE(story.firstSecond.empty());
+  EXPECT_EQ(story.firstSecond.back().outcome, "never returned");
+}
+
+TEST(ShowTest, TellsSettingsAndHardwareD2C) {
+  const Story story = tellStory(record([] {
+    withDepthProcessor([](const Processor& processor) {
+      schemaOf(processor);
+      std::vector<const char*> values = {"1000", "256.0", "1", "10000", "1", "0", "0", "0", "0"};
+      updateConfig(processor, values);
+      values[0] = "77";
+      values[6] = "1";
+      updateConfig(processor, values);
+      vysim_fail_call("vy_filter_set_config_value", 2, VYSIM_FAULT_ERROR);
+      for (const std::size_t i : {0U, 1U, 2U}) values[i] = "5";
+      updateConfig(processor, values);
+      vy_frame_processor_set_hardware_d2c_params(processor.get(), {100, 101, 50.5F, 40, 640, 480}, 7, 0.5F, 1, -2, 3,
+                                                 -4, true, false, NoFailure());
+    });
+  }));
+  const ProcessorStory& processor = onlyProcessor(story);
+  ASSERT_EQ(processor.settings.size(), 9U);
+  EXPECT_EQ(processor.settings[0].key, "NoiseRemovalFilter#0");
+  EXPECT_EQ(processor.settings[0].value, "1000");
+  EXPECT_EQ(processor.settings[0].max, "10000");
+  EXPECT_NE(processor.settings[0].description.find(", in pixels"), std::string::npos);  // a comma and all
+  std::string text;
+  for (const vyhost::SettingsUpdate& update : processor.updates) {
+    for (const vyhost::SettingChange& change : update.changes)
+      text += fmt::format("{} {}>{}, ", change.key, change.from, change.to);
+    text += fmt::format("{} as before {}\n", update.unchanged, update.error);
+  }
+  EXPECT_EQ(text, fmt::format("9 as before \nNoiseRemovalFilter#0 1000>77, FrameMirror#255 0>1, 7 as before \n"
+                              "NoiseRemovalFilter#0 77>5, 0 as before {}\n",
+                              kInjected));
+  ASSERT_EQ(processor.hardwareD2C.size(), 1U);
+  const auto& values = processor.hardwareD2C[0].values;
+  EXPECT_EQ(values.size(), 14U);
+  const std::pair<std::string, std::string> expected[] = {
+      {"cx", "50.5"}, {"width", "640"}, {"scale", "0.5"}, {"pad_top", "-2"}, {"apply_scale", "true"}};
+  for (const auto& value : expected)
+    EXPECT_NE(std::find(values.begin(), values.end(), value), values.end()) << value.first;
+}
+
+/// Texts of a host that mean to do harm where they are shown.
+Recording recordHostileNames() {
+  return record([] {
+    letFramesPass();
+    definePassing("FrameMirror", "<b>&\x1b[2J\xff\xC2\x9B\"");
+    withDepthProcessor([](const Processor& processor) {
+      schemaOf(processor);
+      process(processor, makeFrame());
+      vysim_fail_call("vy_filter_process", 1, VYSIM_FAULT_ERROR);
+      process(processor, makeFrame());
+    });
+  });
+}
+
+TEST(ShowTest, FoldsTextAndShowsNoControlCharacters) {
+  const Recording recording = recordHostileNames();
+  const Story story = tellStory(recording);
+  for (const std::size_t width : {50U, 80U}) {
+    const std::string text = storyText("a.mcap", recording, story, width);
+    for (const std::string& line : splitLines(text)) EXPECT_LE(line.size(), width) << line;
+    EXPECT_NE(text.find("<b>&\\x1b[2J\\xff"), std::string::npos);
+    EXPECT_EQ(text.find_first_of("\x1b\xC2\xff"), std::string::npos);
+  }
+}
+
+TEST(ShowTest, MakesAPageThatKeepsTextsAsTexts) {
+  const Recording recording = recordHostileNames();
+  const std::string page = storyPage("<i>.mcap", recording, tellStory(recording));
+  pugi::xml_document document;
+  ASSERT_TRUE(document.load_string(page.c_str()));
+  EXPECT_EQ(page.find("<b>&"), std::string::npos);
+  EXPECT_STREQ(document.select_node("//h1").node().text().get(), "<i>.mcap");
+  // Nothing from elsewhere, and nothing that runs.
+  EXPECT_TRUE(document.select_nodes("//script | //link | //img | //@src | //@href | //@onclick | //@style").empty());
+  EXPECT_EQ(document.select_nodes("//ol[@class='chain']/li").size(), 7U);
+  EXPECT_EQ(document.select_nodes("//*[@class='lane']//*[@class='error']").size(), 2U);  // the frame and its error
+}
+
+TEST(ShowTest, WritesJsonWithTheKeysOfTheManual) {
+  const Recording recording = recordHostileNames();
+  const nlohmann::json json = nlohmann::json::parse(storyJson("a.mcap", recording, tellStory(recording)));
+  EXPECT_EQ(json["contexts"][0]["pid"], kHalden);
+  EXPECT_EQ(json["contexts"][0]["processors"][0]["frames"], 2);
+  EXPECT_EQ(json["contexts"][0]["processors"][0]["frames_failed"], 1);
+  EXPECT_EQ(json["contexts"][0]["processors"][0]["chain"][1]["arguments"][3], "600");
+  EXPECT_EQ(json["errors"][0]["text"], kInjected);
+  std::ostringstream manual;
+  manual << std::ifstream(VYHOST_SHOW_MANUAL).rdbuf();
+  const std::function<void(const nlohmann::json&)> check = [&](const nlohmann::json& value) {
+    for (const auto& [key, each] : value.items()) {
+      EXPECT_TRUE(value.is_array() || manual.str().find("`" + key + "`") != std::string::npos) << key;
+      if (each.is_structured() && key != "about") check(each);
+    }
+  };
+  check(json);
+}
+
+TEST(ShowTest, ListsTheCallsThatWereAskedFor) {
+  const Recording recording = record([] {
+    letFramesPass();
+    vysim_fail_call("vy_create_filter", 2, VYSIM_FAULT_ERROR);
+    withDepthProcessor([](const Processor& processor) {
+      for (int i = 0; i < 4; ++i) process(processor, makeFrame());
+      std::thread([&] { process(processor, makeFrame()); }).join();
+    });
+  });
+  const auto lines = [&recording](const vyhost::CallFilter& filter) {
+    const std::string text = callLines(recording, filter);
+    return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
+  };
+  struct Case {
+    vyhost::CallFilter filter;
+    std::size_t count;
+  };
+  const Case cases[] = {
+      {{}, recording.calls.size()},
+      // DisparityTransform and FrameRotate run for each of five frames.
+      {{{"vy_filter_process"}, {}, {}, {}, {}}, 10},
+      {{{"vy_filter_process"}, {"DisparityTransform"}, {}, {}, {}}, 5},
+      {{{"vy_filter_process"}, {"DisparityTransform"}, {2}, {}, {}}, 1},
+      {{{"vy_create_*", "vy_delete_error"}, {"NoiseRemovalFilter", "error:1"}, {}, {}, {}}, 2},
+      {{{"*"}, {"context:1"}, {}, {}, {}}, 3},
+      {{{}, {}, {3}, {}, {}}, 0},
+      {{{}, {}, {}, 100.0, {}}, 0},
+      {{{}, {}, {}, {}, -1.0}, 0},
+  };
+  for (const Case& each : cases) {
+    EXPECT_EQ(lines(each.filter), each.count)
+        << fmt::format("{} {}", fmt::join(each.filter.functions, " "), fmt::join(each.filter.handles, " "));
+  }
+  const std::string failed = callLines(recording, {{"vy_create_filter"}, {"NoiseRemovalFilter"}, {}, {}, {}});
+  for (const char* part : {" t1   vy_create_filter(\"NoiseRemovalFilter\") = null", "error:1", "\"injected fault\""})
+    EXPECT_NE(failed.find(part), std::string::npos) << failed;
+  const vyhost::CallFilter wrong[] = {{{"vy_none"}, {}, {}, {}, {}},
+                                      {{}, {"filtre:1"}, {}, {}, {}},
+                                      {{}, {"filter:"}, {}, {}, {}},
+                                      {{}, {"NoFilter"}, {}, {}, {}}};
+  for (const vyhost::CallFilter& filter : wrong) EXPECT_THROW(callLines(recording, filter), vyhost::Failure);
+}
+
+}  // namespace
