@@ -1,4 +1,4 @@
-// What is measured, from a chain of no filters to a registry of a thousand.
+// The cases that are measured, from a chain without filters to a registry of a thousand.
 #include <benchmark/benchmark.h>
 #include <vy_frame_processor.h>
 #include <vy_private_filter.h>
@@ -11,25 +11,18 @@
 #include "TrivialHost.h"
 #include "device/ChainCatalogue.h"
 #include "processor/FrameProcessor.h"
+#include "support/SchemaText.h"
 
 namespace {
 
 constexpr VYCameraIntrinsic kIntrinsic = {14, 14, 8, 4, 16, 8};
 
-struct DeviceDeleter {
-  void operator()(vy_device_t* device) const { vysim_delete_device(device, MustSucceed()); }
-};
-struct ContextDeleter {
-  void operator()(vy_frame_processor_context_t* context) const {
-    vy_destroy_frame_processor_context(context, MustSucceed());
-  }
-};
-struct ProcessorDeleter {
-  void operator()(vy_frame_processor_t* processor) const { vy_destroy_frame_processor(processor, MustSucceed()); }
-};
-using Device = std::unique_ptr<vy_device_t, DeviceDeleter>;
-using Context = std::unique_ptr<vy_frame_processor_context_t, ContextDeleter>;
-using Processor = std::unique_ptr<vy_frame_processor_t, ProcessorDeleter>;
+using vysim::call;
+using vysim::Device;
+using vysim::Filter;
+using vysim::Frame;
+using Context = vysim::Owner<vy_destroy_frame_processor_context>;
+using Processor = vysim::Owner<vy_destroy_frame_processor>;
 
 const vysim_family& family(const std::string& name) {
   const vysim_family* const found = vysim_find_family(name.c_str());
@@ -49,26 +42,25 @@ Device makeDevice(const vysim_family& family) {
   return Device(vysim_create_device(family.vid, family.pids[0]));
 }
 
-/// A context, and as many private filters as are wanted in the registry that it keeps alive.
+/// A context, and a number of private filters in the registry that it keeps alive.
 class Registry {
  public:
   explicit Registry(std::size_t filters)
       : device_(vysim_create_device(1, 1)),
-        context_(vy_create_frame_processor_context(device_.get(), MustSucceed())),
+        context_(call(vy_create_frame_processor_context, device_.get())),
         floor_(filters + kRoom) {
     for (std::size_t i = 0; i < filters; ++i) {
-      // Of both kinds, in turn.
-      newest_ = priv_create_filter(i % 2 == 0 ? "DisparityTransform" : "HardwareD2CProcessor", MustSucceed());
+      newest_ = call(priv_create_filter, i % 2 == 0 ? "DisparityTransform" : "HardwareD2CProcessor");
       floor_registry* const registry = floor_.get();
       registry->handles[registry->count++] =
-          vy_create_private_filter(i % 2 == 0 ? "OpenNIDisparityTransform" : "DepthResize", MustSucceed());
+          call(vy_create_private_filter, i % 2 == 0 ? "OpenNIDisparityTransform" : "DepthResize");
     }
   }
   Registry(const Registry&) = delete;
   Registry& operator=(const Registry&) = delete;
   ~Registry() {
     const floor_registry* const registry = floor_.get();
-    for (std::size_t i = 0; i < registry->count; ++i) vy_delete_filter(registry->handles[i], MustSucceed());
+    for (std::size_t i = 0; i < registry->count; ++i) call(vy_delete_filter, registry->handles[i]);
   }
 
   FloorRegistry& floor() { return floor_; }
@@ -101,13 +93,13 @@ class Operation : public Work {
   Registry registry_;
 };
 
-/// Frames through a chain of host filters, which the catalogue has not.
+/// Frames through a chain of host filters that is not in the catalogue.
 class Length : public Work {
  public:
   Length(std::size_t running, std::size_t disabled)
       : processor_(nullptr, makeRecords(running, disabled)),
         chain_(makeRecords(running, disabled), registry_, VY_FORMAT_Y16, VY_PIXEL_DEPTH),
-        frame_(vysim_create_frame(16, 8, VY_FORMAT_Y16, VY_PIXEL_DEPTH, MustSucceed())) {
+        frame_(call(vysim_create_frame, 16U, 8U, VY_FORMAT_Y16, VY_PIXEL_DEPTH)) {
     floor_build_chain(chain_.get());
   }
   ~Length() override { floor_delete_chain(chain_.get()); }
@@ -142,7 +134,7 @@ class Length : public Work {
   FloorRegistry registry_;
   BasicFrameProcessor processor_;
   FloorChain chain_;
-  FrameOwner frame_;
+  Frame frame_;
 };
 
 /// The depth processor of a camera, as a host has it.
@@ -152,28 +144,29 @@ class DepthCamera : public Work {
   DepthCamera(const std::string& name, std::size_t registered, bool hardwareD2C)
       : registry_(registered),
         device_(makeDevice(family(name))),
-        context_(vy_create_frame_processor_context(device_.get(), MustSucceed())),
-        processor_(vy_create_frame_processor(context_.get(), VY_SENSOR_DEPTH, MustSucceed())),
+        context_(call(vy_create_frame_processor_context, device_.get())),
+        processor_(call(vy_create_frame_processor, context_.get(), VY_SENSOR_DEPTH)),
         chain_(depthRecords(family(name)), registry_.floor(), depthStream(family(name)).format,
                depthStream(family(name)).pixel_type),
         frame_(makeSmallFrame(depthStream(family(name)))) {
     floor_build_chain(chain_.get());
     readValues(hardwareD2C);
-    vy_frame_processor_update_config(processor_.get(), count(), values(), MustSucceed());
-    vy_frame_processor_set_hardware_d2c_params(processor_.get(), kIntrinsic, 0, 1.0F, 0, 0, 0, 0, false, false,
-                                               MustSucceed());
+    call(vy_frame_processor_update_config, processor_.get(), count(), values());
+    call([this](vy_error** error) {
+      vy_frame_processor_set_hardware_d2c_params(processor_.get(), kIntrinsic, 0, 1, 0, 0, 0, 0, false, false, error);
+    });
     chain_.get()->intrinsic = kIntrinsic;
     for (std::size_t i = 0; i < chain_.get()->count; ++i) {
       floor_link& link = chain_.get()->links[i];
       if (link.is_hardware_d2c) link.enabled = hardwareD2C;
     }
     // The first frame configures the hardware D2C filter.
-    vy_delete_frame(vy_frame_processor_process_frame(processor_.get(), frame_.get(), MustSucceed()), MustSucceed());
+    Frame(call(vy_frame_processor_process_frame, processor_.get(), frame_.get())).reset();
   }
   ~DepthCamera() override {
     for (std::size_t i = 0; i < chain_.get()->count; ++i) {
       const floor_link& link = chain_.get()->links[i];
-      if (!link.is_own) vy_delete_filter(link.filter, MustSucceed());
+      if (!link.is_own) call(vy_delete_filter, link.filter);
     }
   }
 
@@ -197,16 +190,13 @@ class DepthCamera : public Work {
   std::uint8_t count() const { return static_cast<std::uint8_t>(pointers_.size()); }
 
  private:
-  /// The values in force, from the sixth column of the schema text, and the switch of the hardware D2C filter.
+  /// The values in force, and the switch of the hardware D2C filter.
   void readValues(bool hardwareD2C) {
-    const std::string schema = vy_frame_processor_get_config_schema(processor_.get(), MustSucceed());
-    for (std::size_t begin = 0; begin < schema.size(); begin = schema.find('\n', begin) + 1) {
-      std::size_t column = begin;
-      for (int i = 0; i < 5; ++i) column = schema.find(", ", column) + 2;
-      values_.push_back(schema.substr(column, schema.find(',', column) - column));
-      if (schema.compare(begin, 20, "HardwareD2CProcessor") == 0) values_.back() = hardwareD2C ? "1" : "0";
+    for (const Setting& setting : settingsOf(call(vy_frame_processor_get_config_schema, processor_.get()))) {
+      const bool isSwitch = setting.key == "HardwareD2CProcessor#255";
+      values_.push_back(!isSwitch ? setting.value : hardwareD2C ? "1" : "0");
     }
-    for (const std::string& value : values_) pointers_.push_back(value.c_str());
+    pointers_ = pointersTo(values_);
   }
 
   Registry registry_;
@@ -214,7 +204,7 @@ class DepthCamera : public Work {
   Context context_;
   Processor processor_;
   FloorChain chain_;
-  FrameOwner frame_;
+  Frame frame_;
   std::vector<std::string> values_;
   std::vector<const char*> pointers_;
 };
@@ -244,7 +234,7 @@ class SchemaText : public DepthCamera {
       text_ = vy_frame_processor_get_config_schema(processor(), &error);
     }
   }
-  /// There is no host call to make.
+  /// The library makes no host call.
   void floor(std::size_t times) override {
     for (std::size_t i = 0; i < times; ++i) text_ = "";
   }
@@ -262,16 +252,15 @@ class SchemaLines : public Work {
     std::vector<FilterConfig> records = {record_};
     BasicFrameProcessor::registerFunctionPtrs(records);
     record_ = records.front();
-    filter_ = vy_create_filter(record_.name.c_str(), MustSucceed());
+    filter_.reset(call(vy_create_filter, record_.name.c_str()));
     link_.items = record_.exposedItems.data();
     link_.item_count = record_.exposedItems.size();
-    link_.filter = filter_;
+    link_.filter = filter_.get();
   }
-  ~SchemaLines() override { vy_delete_filter(filter_, MustSucceed()); }
 
   void library(std::size_t times) override {
     for (std::size_t i = 0; i < times; ++i) {
-      benchmark::DoNotOptimize(BasicFrameProcessor::generateFilterConfigSchemaCsv(filter_, record_));
+      benchmark::DoNotOptimize(BasicFrameProcessor::generateFilterConfigSchemaCsv(filter_.get(), record_));
     }
   }
   void floor(std::size_t times) override {
@@ -282,12 +271,12 @@ class SchemaLines : public Work {
   FloorRegistry registry_;
   FloorChain chain_;
   FilterConfig record_;
-  vy_filter_t* filter_;
+  Filter filter_;
   floor_link link_{};
 };
 
-/// A camera opened, all its processors made, and everything given back. When another context keeps the registry, the
-/// private filters of every opening stay in it: both sides then find more of them each time.
+/// Opens a camera, makes all its processors and gives everything back. If another context keeps the registry alive, the
+/// private filters of each opening stay in it, on both sides.
 class Opening : public Work {
  public:
   Opening(const std::string& name, std::size_t registered)

@@ -3,7 +3,7 @@
 #include <stdlib.h>
 #include <string.h>
 
-// Read at run time, so that every call is the indirect one that a table of operations takes.
+// Volatile, so that every call is indirect, as through a table of operations.
 static const struct {
   vy_device_info_t* (*get_device_info)(const vy_device_t*, vy_error**);
   int (*get_vid)(const vy_device_info_t*, vy_error**);
@@ -132,7 +132,7 @@ vy_frame_t* floor_process(const floor_chain* chain, const vy_frame_t* frame) {
   return result != NULL ? result : host.copy_frame(frame, true, &error);
 }
 
-// The calls of getting at a filter by its name: it is the first that reports it.
+// The calls of finding a filter by its name.
 static void find_by_name(const floor_chain* chain, const floor_link* wanted) {
   vy_error* error = NULL;
   for (const floor_link* link = chain->links; link <= wanted; ++link) {

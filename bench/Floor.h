@@ -1,5 +1,5 @@
-/// The floors: for each thing the library does, a straight line of the very host calls that it has to make, in the
-/// order in which it has to make them, through function pointers, and nothing besides. No floor looks at an error slot.
+/// The floors: for each thing that the library does, the host calls that it has to make, in their order, through
+/// function pointers, and nothing else. No floor looks at an error slot.
 #pragma once
 
 #include <TavrixSDK.h>
@@ -9,7 +9,7 @@
 extern "C" {
 #endif
 
-/// The filters of the library that are registered before one of them and itself, in order: a lookup asks their names.
+/// The library's filters in the order of their registration. The lookup of one asks the names of all up to itself.
 typedef struct floor_registry {
   vy_filter_t** handles;
   size_t count;
@@ -20,7 +20,7 @@ typedef struct floor_link {
   const char* name;  ///< to create it by
   bool is_own;       ///< one of the library's filters; `name` is that of the host filter inside
   bool is_hardware_d2c;
-  bool enabled;   ///< of the library's filters, and to begin with
+  bool enabled;   ///< at first; for the library's filters at all times
   bool admitted;  ///< the format rule lets it run
   uint8_t argc;
   const char* argv[8];
@@ -38,18 +38,18 @@ typedef struct floor_chain {
   VYCameraIntrinsic intrinsic;  ///< what the hardware D2C filter stamps on its outputs
 } floor_chain;
 
-/// One call of the library on the registry's filter at position `looked_up` - 1.
+/// The lookup of the registry's filter at position `looked_up` - 1.
 void floor_lookup(const floor_registry* registry, size_t looked_up);
 
 vy_frame_t* floor_process(const floor_chain* chain, const vy_frame_t* frame);
-/// Takes the same values, one for each published item.
+/// Takes one value for each published item.
 void floor_update_config(const floor_chain* chain, const char** values);
 /// The host calls behind the schema lines of one filter.
 void floor_schema(const floor_chain* chain, const floor_link* link);
 
 void floor_build_chain(floor_chain* chain);
 void floor_delete_chain(const floor_chain* chain);
-/// What a context asks of the host, and gives back.
+/// The host calls of making and destroying a context.
 vy_device_info_t* floor_open_device(const vy_device_t* device);
 void floor_close_device(const vy_device_info_t* info, const floor_registry* registry);
 

@@ -8,7 +8,7 @@
 #include "Floor.h"
 #include "processor/FilterConfig.h"
 
-/// The handles of the library's filters as a floor has them; has room for all that a case makes.
+/// A floor's list of the handles of the library's filters, with room for all that a case makes.
 class FloorRegistry {
  public:
   explicit FloorRegistry(std::size_t capacity = 16) : handles_(capacity) { registry_.handles = handles_.data(); }
@@ -23,7 +23,7 @@ class FloorRegistry {
   floor_registry registry_{};
 };
 
-/// What a floor knows of a chain, from the library's own records.
+/// A floor's chain, made from the library's records.
 class FloorChain {
  public:
   /// `format` is that of the frames that go into the chain.

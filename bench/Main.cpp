@@ -1,5 +1,5 @@
-// Measures times by default; `--count`, under callgrind, measures instructions and allocations; `--pixels` holds the
-// simulated host's real filters against memcpy.
+// Measures times. With --count, under callgrind, it counts instructions and allocations instead; with --pixels it
+// compares the simulated host's real filters with memcpy.
 #include <benchmark/benchmark.h>
 #include <vy_frame_processor.h>
 
@@ -20,7 +20,7 @@ void timeSide(benchmark::State& state, const Case& each, Side side) {
   while (state.KeepRunningBatch(kBatch)) (work.get()->*side)(kBatch);
 }
 
-/// A camera on each thread, every one with its own context; the registry of private filters is the same for all.
+/// Each thread has a camera and a context of its own. All share the registry of private filters.
 void timeCameras(benchmark::State& state, const char* family, Side side) {
   for (const Case& each : allCases()) {
     if (each.name != std::string("frame/") + family) continue;
@@ -33,6 +33,7 @@ void timeCameras(benchmark::State& state, const char* family, Side side) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  vysim::onRefusal = [](const vysim::Error& error) { throw vysim::CallFailed(error); };  // ends the program
   if (argc == 2 && std::strcmp(argv[1], "--pixels") == 0) {
     comparePixelFilters();
     return 0;

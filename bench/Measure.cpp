@@ -10,12 +10,12 @@
 
 namespace {
 
-// Enough for what is not the library's to vanish; a whole number of allocations a time shows as one.
+// So many that the cost of measuring does not show.
 constexpr std::size_t kTimes = 20;
 
 using Side = void (Work::*)(std::size_t times);
 
-/// The host calls of doing something once, without the running numbers of objects.
+/// The host calls of one time, without the running numbers of objects.
 std::vector<std::string> recordCalls(Work& work, Side side) {
   vysim_record_start();
   (work.*side)(1);
@@ -66,7 +66,7 @@ void demandSameHostCalls(const Case& each, Work& work) {
 void count(const std::vector<Case>& cases) {
   for (const Case& each : cases) {
     const std::unique_ptr<Work> work = each.make();
-    // Also the first time, which may cost what later ones do not.
+    // This is also the first time, which may cost more than later ones.
     demandSameHostCalls(each, *work);
     countSide(each, *work, "library", &Work::library);
     countSide(each, *work, "floor", &Work::floor);

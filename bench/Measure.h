@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-/// Something the library does, and its floor: both make the same host calls.
+/// Something that the library does, and its floor, which makes the same host calls.
 class Work {
  public:
   Work() = default;
@@ -21,7 +21,7 @@ class Work {
 struct Case {
   std::string name;
   std::function<std::unique_ptr<Work>()> make;
-  bool isTimed = true;  ///< false for what grows with every time, and so cannot be repeated at will
+  bool isTimed = true;  ///< false for a case that costs more each time
 };
 
 /// All cases, in the order of the table.

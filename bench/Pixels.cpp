@@ -1,18 +1,21 @@
 #include "Pixels.h"
 
+#include <tavrix_sim.hpp>
+
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <vector>
 
-#include "TrivialHost.h"
-
 namespace {
+
+using vysim::call;
+using vysim::Frame;
 
 constexpr int kRounds = 60;
 
-/// The shortest of many rounds: what disturbs one makes it longer.
+/// The shortest of many rounds, as disturbances only make them longer.
 template <typename Job>
 double shortestMilliseconds(Job job) {
   double shortest = 1e9;
@@ -25,21 +28,20 @@ double shortestMilliseconds(Job job) {
   return shortest;
 }
 
-FrameOwner compare(const char* filterName, const char* family, const FrameOwner& input) {
-  vy_filter_t* const filter = vy_create_filter(filterName, MustSucceed());
-  FrameOwner output(vy_filter_process(filter, input.get(), MustSucceed()));
-  const std::size_t size = vysim_frame_get_size(output.get(), MustSucceed());
-  const std::uint8_t* const bytes = vysim_frame_get_data(output.get(), MustSucceed());
+Frame compare(const char* filterName, const char* family, const Frame& input) {
+  const vysim::Filter filter(call(vy_create_filter, filterName));
+  Frame output(call(vy_filter_process, filter.get(), input.get()));
+  const std::size_t size = call(vysim_frame_get_size, output.get());
+  const std::uint8_t* const bytes = call(vysim_frame_get_data, output.get());
   std::vector<std::uint8_t> copy(size);
   const double copying = shortestMilliseconds([&] {
     std::memcpy(copy.data(), bytes, size);
-    asm volatile("" : : "r"(copy.data()) : "memory");  // the copy is wanted
+    asm volatile("" : : "r"(copy.data()) : "memory");  // keeps the compiler from dropping the copy
   });
   const double filtering =
-      shortestMilliseconds([&] { FrameOwner(vy_filter_process(filter, input.get(), MustSucceed())).reset(); });
+      shortestMilliseconds([&] { Frame(call(vy_filter_process, filter.get(), input.get())).reset(); });
   std::printf("%-20s %-14s %7.3f ms  memcpy %7.3f ms  ratio %5.2f\n", filterName, family, filtering, copying,
               filtering / copying);
-  vy_delete_filter(filter, MustSucceed());
   return output;
 }
 
@@ -50,15 +52,14 @@ void comparePixelFilters() {
   options.width = 1280;
   options.height = 800;
   for (const char* const family : {"Talon", "Mirel", "Halden", "Sorrel", "SpecialOpenNI"}) {
-    vysim_camera* const camera = vysim_open_camera(family, &options, MustSucceed());
-    const FrameOwner raw(vysim_camera_next_frame(camera, VY_SENSOR_DEPTH, MustSucceed()));
+    const vysim::Camera camera(call(vysim_open_camera, family, &options));
+    const Frame raw(call(vysim_camera_next_frame, camera.get(), VY_SENSOR_DEPTH));
     const bool isTalon = std::strcmp(family, "Talon") == 0;
-    const FrameOwner words = compare(isTalon ? "TalonFrameUnpacker" : "FrameUnpacker", family, raw);
+    const Frame words = compare(isTalon ? "TalonFrameUnpacker" : "FrameUnpacker", family, raw);
     if (isTalon) {
-      const FrameOwner depth = compare("DisparityTransform", family, words);
+      const Frame depth = compare("DisparityTransform", family, words);
       compare("FrameMirror", family, depth);
       compare("FrameFlip", family, depth);
     }
-    vysim_close_camera(camera, MustSucceed());
   }
 }

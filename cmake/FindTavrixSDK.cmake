@@ -5,8 +5,8 @@ find_path(TavrixSDK_INCLUDE_DIR TavrixSDK.h PATH_SUFFIXES include include/Tavrix
 find_library(TavrixSDK_LIBRARY TavrixSDK NO_CMAKE_FIND_ROOT_PATH)
 include(FindPackageHandleStandardArgs)
 find_package_handle_standard_args(TavrixSDK REQUIRED_VARS TavrixSDK_LIBRARY TavrixSDK_INCLUDE_DIR
-  REASON_FAILURE_MESSAGE
-    "-DTavrixSDK_ROOT=... names the host SDK's folder, with include/TavrixSDK.h and lib/libTavrixSDK.so in it")
+  FAIL_MESSAGE "Could NOT find the host SDK: -DTavrixSDK_ROOT=... names its folder, with include/TavrixSDK.h and\
+ lib/libTavrixSDK.so in it")
 if(TavrixSDK_FOUND AND NOT TARGET TavrixSDK::TavrixSDK)
   add_library(TavrixSDK::TavrixSDK SHARED IMPORTED)
   set_target_properties(TavrixSDK::TavrixSDK PROPERTIES

@@ -55,7 +55,11 @@ set(components runtime development)
 if(TARGET tavrix_sdk)
   list(APPEND components simulated_host)
   install(TARGETS tavrix_sdk LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT simulated_host)
-  install(FILES ${PROJECT_SOURCE_DIR}/simhost/include/TavrixSDK.h ${PROJECT_SOURCE_DIR}/simhost/include/tavrix_sim.h
+  set(simulated_host_include_dir ${PROJECT_SOURCE_DIR}/simhost/include)
+  install(FILES
+    ${simulated_host_include_dir}/TavrixSDK.h
+    ${simulated_host_include_dir}/tavrix_sim.h
+    ${simulated_host_include_dir}/tavrix_sim.hpp
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT simulated_host)
   install(FILES ${docs_dir}/simulated-host.md
     DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/tavrix-sdk-simulated/docs COMPONENT simulated_host)
@@ -79,21 +83,27 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each package has its own
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION libs)
-if(CMAKE_LIBRARY_ARCHITECTURE STREQUAL "arm-linux-gnueabihf")
-  set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE armhf) # CPack would take the build machine's
+if(CMAKE_CROSSCOMPILING)
+  set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE ${debian_architecture}) # CPack would take the build machine's
 endif()
 
 # Dependencies are written by hand: dpkg-shlibdeps would fail for libTavrixSDK.so, which each site provides in its own
 # way, and for another architecture. scripts/check-packages compares the versions with what the files need.
 set(language_depends "libgcc-s1 (>= 4.2), libstdc++6 (>= 11)")
-set(library_depends "libc6 (>= 2.32), ${language_depends}")
+set(library_libc 2.14)
+if(CMAKE_LIBRARY_ARCHITECTURE STREQUAL "arm-linux-gnueabihf")
+  set(library_libc 2.4)
+elseif(CMAKE_LIBRARY_ARCHITECTURE STREQUAL "aarch64-linux-gnu")
+  set(library_libc 2.17)
+endif()
 set(same_version "(= ${PROJECT_VERSION})")
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libvy-frame-processor${PROJECT_VERSION_MAJOR})
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "Frame processing extension of the Tavrix SDK - library
 Turns the raw frames of a depth camera into frames an application can use.
 The host SDK (libTavrixSDK.so) comes from its maker, or is the simulated one.")
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "${library_depends}")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS
+  "libc6 (>= ${library_libc}), libgcc-s1 (>= 4.2) | libgcc1 (>= 1:4.2), libstdc++6 (>= 5)")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS "tavrix-sdk-simulated")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libvy-frame-processor-dev)
@@ -108,7 +118,7 @@ set(CPACK_DEBIAN_SIMULATED_HOST_PACKAGE_NAME tavrix-sdk-simulated)
 set(CPACK_COMPONENT_SIMULATED_HOST_DESCRIPTION "Simulated Tavrix SDK - virtual depth cameras
 A libTavrixSDK.so that works without hardware, with its headers: cameras, filters,
 call records and fault injection for tests and debugging. Not for production.")
-set(CPACK_DEBIAN_SIMULATED_HOST_PACKAGE_DEPENDS "${library_depends}, libfmt9")
+set(CPACK_DEBIAN_SIMULATED_HOST_PACKAGE_DEPENDS "libc6 (>= 2.32), ${language_depends}, libfmt9")
 
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME vycam)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)

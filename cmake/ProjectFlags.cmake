@@ -3,8 +3,14 @@ add_library(vyfp_flags INTERFACE)
 add_library(vyfp::flags ALIAS vyfp_flags)
 target_compile_options(vyfp_flags INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wshadow
-  # The host's records are packed: a pointer to a member may be misaligned, which 32-bit ARM traps on.
-  -Werror=address-of-packed-member $<IF:$<C_COMPILER_ID:GNU>,-Werror=cast-align=strict,-Werror=cast-align>
+  # The host's records are packed: a pointer to a member may be misaligned, which 32-bit ARM traps on. GCC
+  # knows the first of these warnings since version 9.
+  $<$<NOT:$<AND:$<C_COMPILER_ID:GNU>,$<VERSION_LESS:$<C_COMPILER_VERSION>,9>>>:-Werror=address-of-packed-member>
+  $<IF:$<C_COMPILER_ID:GNU>,-Werror=cast-align=strict,-Werror=cast-align>
   $<$<BOOL:${VYFP_WERROR}>:-Werror>
   # A fused multiply-add rounds once, two operations round twice: results would depend on the target.
   -ffp-contract=off)
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|i.86)$" AND CMAKE_SIZEOF_VOID_P EQUAL 4)
+  # The old floating-point unit of 32-bit x86 rounds to float only when a value is stored.
+  target_compile_options(vyfp_flags INTERFACE -msse2 -mfpmath=sse)
+endif()

@@ -1,25 +1,21 @@
-/*
- * A small host of libvy_frame_processor. It opens a depth camera, sends frames through the library, changes a setting,
- * runs into an error and goes on, and gives everything back. Build and run it with CMake or with make:
- *
- *   cmake -S . -B build && cmake --build build && build/camera_host
- *   make && ./camera_host
- *
- * The camera is a virtual one, from tavrix_sim.h. A host with real cameras has its own device and frames in those
- * places (the functions named vysim_), and the rest as it stands here.
- */
+// A small host of libvy_frame_processor. It opens a depth camera, sends frames through the library, changes a setting,
+// runs into an error and goes on, and gives everything back. Build and run it with CMake or with make:
+//
+//   cmake -S . -B build && cmake --build build && build/camera_host
+//   make && ./camera_host
+//
+// The camera is a virtual one, from tavrix_sim.h. A host with real cameras has its own device and frames in those
+// places (the functions named vysim_), and the rest as it stands here.
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 #include <tavrix_sim.h>
 #include <vy_frame_processor.h>
 
-/* ---- Errors ------------------------------------------------------------------------------------------------------ */
+// ---- Errors ---------------------------------------------------------------------------------------------------------
 
-/*
- * Every call has an error slot as its last argument, which holds null before the call. True when the call left it so;
- * otherwise shows the error, deletes it and empties the slot for the next call.
- */
+// Every call has an error slot as its last argument, which must hold null before the call, so it is looked at after
+// each. True when the call left it null; otherwise shows the error, deletes it and empties the slot for the next call.
 static bool worked(const char* doing, vy_error** error) {
   if (*error == NULL) return true;
   fprintf(stderr, "cannot %s: %s (%s)\n", doing, vy_error_get_message(*error), vy_error_get_function(*error));
@@ -28,19 +24,19 @@ static bool worked(const char* doing, vy_error** error) {
   return false;
 }
 
-/* ---- Settings ---------------------------------------------------------------------------------------------------- */
+// ---- Settings -------------------------------------------------------------------------------------------------------
 
 enum { MAX_SETTINGS = 255 };
 
-/* The settings of a chain: a key and a value for each line of its schema, in the order of the lines. */
+// The settings of a chain: a key and a value for each line of its schema, in the order of the lines.
 typedef struct Settings {
-  char* text; /* the schema, cut into the texts that the two lists point at */
+  char* text;  // the schema, cut into the texts that the two lists point at
   const char* keys[MAX_SETTINGS];
   const char* values[MAX_SETTINGS];
   size_t count;
 } Settings;
 
-/* A line reads "FrameRotate#0, integer, 0, 270, 90, 0, description": the key comes first, the value sixth. */
+// A line reads "FrameRotate#0, integer, 0, 270, 90, 0, description": the key comes first, the value sixth.
 static void read_line(Settings* settings, char* line) {
   char* column[6] = {line};
   for (size_t i = 1; i < 6; ++i) {
@@ -59,11 +55,11 @@ static void read_line(Settings* settings, char* line) {
 static bool read_settings(Settings* settings, vy_frame_processor_t* processor) {
   vy_error* error = NULL;
   const char* const schema = vy_frame_processor_get_config_schema(processor, &error);
-  /* A sensor that the library has no chain for gives a processor that ends up here. */
+  // A sensor that the library has no chain for gives a processor that ends up here.
   if (!worked("read the settings", &error)) return false;
 
   settings->count = 0;
-  settings->text = malloc(strlen(schema) + 1); /* the schema itself belongs to the processor */
+  settings->text = malloc(strlen(schema) + 1);  // the schema itself belongs to the processor
   if (settings->text == NULL) return false;
   strcpy(settings->text, schema);
   for (char* line = settings->text; *line != '\0' && settings->count < MAX_SETTINGS;) {
@@ -76,7 +72,7 @@ static bool read_settings(Settings* settings, vy_frame_processor_t* processor) {
   return true;
 }
 
-/* Values go to the library all at once, so that one of them is changed by sending the others along as they were. */
+// Values go to the library all at once, so that one of them is changed by sending the others along as they were.
 static bool change_setting(Settings* settings, vy_frame_processor_t* processor, const char* key, const char* value) {
   for (size_t i = 0; i < settings->count; ++i) {
     if (strcmp(settings->keys[i], key) != 0) continue;
@@ -85,7 +81,7 @@ static bool change_setting(Settings* settings, vy_frame_processor_t* processor, 
     settings->values[i] = value;
     vy_frame_processor_update_config(processor, (uint8_t)settings->count, settings->values, &error);
     if (worked("change a setting", &error)) return true;
-    /* The filter has refused the value and keeps its own. Lines before this one are set, lines after it are not. */
+    // The filter has refused the value and keeps its own. Lines before this one are set, lines after it are not.
     settings->values[i] = former;
     vy_frame_processor_update_config(processor, (uint8_t)settings->count, settings->values, &error);
     worked("go back to the former settings", &error);
@@ -95,19 +91,27 @@ static bool change_setting(Settings* settings, vy_frame_processor_t* processor, 
   return false;
 }
 
-/* ---- Frames ------------------------------------------------------------------------------------------------------ */
+// ---- Frames ---------------------------------------------------------------------------------------------------------
 
 static void show(const vy_frame_t* frame) {
   vy_error* error = NULL;
   const uint32_t width = vy_video_frame_get_width(frame, &error);
+  if (!worked("ask for a frame's width", &error)) return;
   const uint32_t height = vy_video_frame_get_height(frame, &error);
+  if (!worked("ask for a frame's height", &error)) return;
   const uint8_t* const pixels = vysim_frame_get_data(frame, &error);
-  if (!worked("look at a frame", &error)) return;
-  const uint8_t* const middle = pixels + 2 * ((size_t)(height / 2) * width + width / 2); /* 16 bits, low byte first */
+  if (!worked("ask for a frame's pixels", &error)) return;
+  const uint8_t* const middle = pixels + 2 * ((size_t)(height / 2) * width + width / 2);  // 16 bits, low byte first
   printf("%u x %u pixels, %d mm in the middle\n", (unsigned)width, (unsigned)height, middle[0] | middle[1] << 8);
 }
 
-/* Takes frames from the camera, as the stream of a real one would bring them. True when all came through. */
+static bool give_back(const vy_frame_t* frame) {
+  vy_error* error = NULL;
+  vy_delete_frame(frame, &error);
+  return worked("give a frame back", &error);
+}
+
+// Takes frames from the camera, as the stream of a real one would bring them. True when all came through.
 static bool stream(vysim_camera* camera, vy_frame_processor_t* processor, int count) {
   for (int i = 0; i < count; ++i) {
     vy_error* error = NULL;
@@ -115,14 +119,14 @@ static bool stream(vysim_camera* camera, vy_frame_processor_t* processor, int co
     if (!worked("get a frame", &error)) return false;
 
     vy_frame_t* const depth = vy_frame_processor_process_frame(processor, raw, &error);
-    /* There may be a frame and an error, or neither: both have to be looked at, each for itself. */
-    const bool processed = worked("process a frame", &error);
+    // There may be a frame and an error, or neither: both have to be looked at, each for itself.
+    bool ok = worked("process a frame", &error);
     if (depth != NULL) {
-      if (processed) show(depth);
-      vy_delete_frame(depth, &error); /* the result is ours: one reference */
+      if (ok) show(depth);
+      ok = give_back(depth) && ok;  // the result is ours: one reference
     }
-    vy_delete_frame(raw, &error); /* the library has only borrowed it */
-    if (!worked("give the frames back", &error) || !processed) return false;
+    ok = give_back(raw) && ok;  // the library has only borrowed it
+    if (!ok) return false;
   }
   return true;
 }
@@ -144,9 +148,9 @@ static bool use_processor(vysim_camera* camera, vy_frame_processor_t* processor)
   return ok;
 }
 
-/* ---- The camera -------------------------------------------------------------------------------------------------- */
+// ---- The camera -----------------------------------------------------------------------------------------------------
 
-/* Some families are recognised by product ids that the host knows. It hands them over once, before cameras open. */
+// Some families are recognised by product ids that the host knows. It hands them over once, before cameras open.
 static bool hand_over_product_ids(void) {
   static const int list_types[] = {0, 3, 6};
   vy_error* error = NULL;
@@ -159,20 +163,22 @@ static bool hand_over_product_ids(void) {
   return true;
 }
 
-/* One context for the camera, one processor for each of its streams; here, depth is the only one. */
+// One context for the camera, one processor for each of its streams; here, depth is the only one.
 static bool use_camera(vysim_camera* camera) {
   vy_error* error = NULL;
   bool ok = false;
   vy_device_t* const device = vysim_camera_get_device(camera, &error);
+  if (!worked("get the camera's device", &error)) return false;
   vy_frame_processor_context_t* const context = vy_create_frame_processor_context(device, &error);
   if (!worked("make a context", &error)) return false;
   vy_frame_processor_t* const processor = vy_create_frame_processor(context, VY_SENSOR_DEPTH, &error);
   if (worked("make a processor", &error)) {
     ok = use_processor(camera, processor);
-    vy_destroy_frame_processor(processor, &error); /* before the context */
+    vy_destroy_frame_processor(processor, &error);  // before the context
+    ok = worked("destroy the processor", &error) && ok;
   }
   vy_destroy_frame_processor_context(context, &error);
-  return worked("destroy processor and context", &error) && ok;
+  return worked("destroy the context", &error) && ok;
 }
 
 int main(int argc, char** argv) {

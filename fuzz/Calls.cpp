@@ -1,6 +1,6 @@
-// Calls of the library in any order that its headers allow, while up to two calls of the host in each go wrong.
-// Whatever happens: error objects alive are those that the caller was given, references on the frames sent are what
-// they were, and in the end nothing lives but what a failing host was left with.
+// Calls of the library in any order that its headers allow, with up to two failing host calls in each. At all times no
+// errors live but those that the caller was given, and the frames sent keep their references. In the end no object
+// lives but those that a failing host kept.
 #include <sanitizer/lsan_interface.h>
 
 #include <algorithm>
@@ -10,12 +10,12 @@
 namespace {
 
 constexpr int kSteps = 30;
-constexpr std::size_t kAtOnce = 3;  ///< things of a kind
-/// References of the caller's own on every input: faults of a step may cost some.
+constexpr std::size_t kAtOnce = 3;  ///< contexts, processors and filters, each
+/// The caller holds these on every input, as the faults of a step may cost some.
 constexpr int kSpareReferences = 4;
 
-/// A function that can fail, and what that leaves behind: what it gives away together with an error is left alone, what
-/// it does not take back stays. A stamp on a frame that fails leaves the profile.
+/// A host function, and whether a fault in it leaves an object behind: one that it gives with an error, one that it
+/// does not take back, or the profile of a frame on which a stamp failed.
 struct HostFunction {
   enum Role { kAsks, kGives, kStamps, kTakes };
 
@@ -60,7 +60,7 @@ constexpr HostFunction kHostFunctions[] = {
 struct Order {
   HostFunction function;
   vysim_fault fault;
-  std::uint64_t dueAt;  ///< count of the function's calls
+  std::uint64_t dueAt;  ///< carried out at this call of the function
 };
 
 struct Open {
@@ -73,12 +73,12 @@ struct Made {
 };
 struct Own {
   vy_filter_t* filter;
-  vy_filter_config_schema_list_t* list;  ///< that is out
+  vy_filter_config_schema_list_t* list;  ///< given out and not given back
 };
 
-/// A live filter of the host's that the library knows nothing of.
+/// A filter of the host's that the library did not make.
 Own stranger() {
-  static vy_filter_t* const filter = vy_create_filter("FrameRotate", NoFailure());
+  static vy_filter_t* const filter = vysim::call(vy_create_filter, "FrameRotate");
   return {filter, nullptr};
 }
 
@@ -94,7 +94,7 @@ class Session {
   bool hasStruck(std::initializer_list<const char*> functions) const;
 
   std::size_t number(std::size_t highest) { return input_.ConsumeIntegralInRange<std::size_t>(0, highest); }
-  /// One of the things at hand, or now and then nothing at all.
+  /// One of the items, or now and then none.
   template <typename Item>
   Item pick(const std::vector<Item>& items) {
     const std::size_t index = number(items.size());
@@ -118,7 +118,7 @@ class Session {
   const Balance balance_;
   std::vector<Order> orders_, struck_;    ///< of the current call
   long left_[VYSIM_KIND_COUNT + 1] = {};  ///< objects that faults left behind, at most
-  bool hasFailedList_ = false;            ///< somebody asked for a schema list and the host failed
+  bool hasFailedList_ = false;            ///< the host has failed to give a schema list
   std::vector<Open> contexts_;
   std::vector<Made> processors_;
   std::vector<Own> ownFilters_;
@@ -133,13 +133,13 @@ void Session::orderFault() {
   const bool hasSlot = !function.is("vy_create_error") && !function.is("vy_delete_error");
   const vysim_fault fault = hasSlot ? input_.PickValueInArray(kFaults) : VYSIM_FAULT_NULL;
   for (const Order& order : orders_) {
-    if (order.function.is(function.name)) return;  // of two, none could tell which was carried out
+    if (order.function.is(function.name)) return;  // it would be unknown which of two was carried out
   }
   vysim_fail_call(function.name, nth, fault);
   orders_.push_back({function, fault, vysim_call_count(function.name) + nth});
 }
 
-/// Does a call of the library while the host fails as the input wants. Returns whether it left no error.
+/// Calls the library while the host fails as the input says. Returns whether there was no error.
 template <typename Work>
 bool Session::call(Work work) {
   orders_.clear();
@@ -196,7 +196,8 @@ void Session::makeOwn() {
   vy_filter_t* filter = nullptr;
   const bool isFine = call([&](vy_error** error) { filter = priv_create_filter(name, error); });
   EXPECT_TRUE(isFine == (filter != nullptr) || hasStruck({"vy_create_error"}));
-  if (filter != nullptr && !contexts_.empty()) ownFilters_.push_back({filter, nullptr});  // else it is dead already
+  if (filter != nullptr && !contexts_.empty())
+    ownFilters_.push_back({filter, nullptr});  // without a context it is dead at once
 }
 
 void Session::sendFrame(bool isToOwn) {
@@ -213,16 +214,16 @@ void Session::sendFrame(bool isToOwn) {
   });
   EXPECT_TRUE(!isFine || output != nullptr || !struck_.empty()) << "neither a frame nor an error";
 
-  // A release that was refused leaves a reference more. One done in spite of an error, its own or one that a query left
-  // in the slot before, is done once more at the end of the walk; and a reference that was never added is missing, too.
+  // A refused release leaves one reference too many. There is one too few if a reference was never added, or if a
+  // release worked while an error was in the slot: it is then repeated at the end of the walk.
   const bool isUncounted = hasStruck({"vy_delete_frame", "vy_frame_add_ref", "vy_filter_is_enabled",
                                       "vy_filter_get_name", "vy_frame_get_format", "vy_video_frame_get_pixel_type"});
   const bool isDead = output == nullptr || (isUncounted && vysim_frame_get_ref_count(output) == 0);
-  if (!isDead) vy_delete_frame(output, NoFailure());
+  if (!isDead) vysim::call(vy_delete_frame, output);
   const int now = vysim_frame_get_ref_count(frame.get());
   EXPECT_NEAR(now, references, isUncounted ? 3 : 0) << "references on the input";
-  for (int i = now; i < references; ++i) vy_frame_add_ref(frame.get(), NoFailure());
-  for (int i = now; i > references; --i) vy_delete_frame(frame.get(), NoFailure());
+  for (int i = now; i < references; ++i) vysim::call(vy_frame_add_ref, frame.get());
+  for (int i = now; i > references; --i) vysim::call(vy_delete_frame, frame.get());
 }
 
 void Session::sendSettings() {
@@ -283,8 +284,7 @@ void Session::giveBack(Own& own) {
   own.list = nullptr;
 }
 
-/// The filter's list goes with it, unless a fault made the library note another one, or none; the filter goes on
-/// working.
+/// The filter lives on. Its list is given back, unless a fault made the library note another one, or none.
 void Session::deleteOwn() {
   if (ownFilters_.empty()) return;
   Own& own = ownFilters_[number(ownFilters_.size() - 1)];
@@ -300,7 +300,7 @@ void Session::destroy(Made made) {
   EXPECT_TRUE(isFine == (made.processor != nullptr) || hasStruck({"vy_create_error"}));
 }
 
-/// Closes a context, what was made of it first; with the last one all that goes with the library's own filters.
+/// Closes a context, after its processors. The last one takes the library's own filters with it.
 void Session::close(Open open) {
   const std::vector<Made> made = processors_;
   for (const Made& each : made) {
@@ -349,8 +349,8 @@ void Session::run() {
 
 }  // namespace
 
-/// What a failing host was left with is its own affair, and counted above; memory of the library is never taken below a
-/// function of the host.
+/// Objects that a failing host keeps are counted above. Memory of the library is never allocated inside a host
+/// function.
 extern "C" const char* __lsan_default_suppressions() {
   return "leak:libTavrixSDK.so\n";
 }
@@ -358,13 +358,13 @@ extern "C" const char* __lsan_default_suppressions() {
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   for (const SensorCase& sensor : allSensors()) {
     for (const Frame& input : sensor.inputs) {
-      while (vysim_frame_get_ref_count(input.get()) <= kSpareReferences) vy_frame_add_ref(input.get(), NoFailure());
+      while (vysim_frame_get_ref_count(input.get()) <= kSpareReferences) vysim::call(vy_frame_add_ref, input.get());
     }
   }
   stranger();
   vysim_count_calls(true);
   Session(data, size).run();
-  // The fuzzer's own check would run after nearly every session, as a failing host keeps objects.
+  // The fuzzer's own check would run after nearly every session, because a failing host keeps objects.
   static unsigned sessions = 0;
   if (++sessions % 64 == 0) EXPECT_EQ(__lsan_do_recoverable_leak_check(), 0) << "in one of the last 64 sessions";
   return 0;

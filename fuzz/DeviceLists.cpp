@@ -1,5 +1,4 @@
-// Any data as product-id lists, then cameras: which family each is taken for
-// must be what the order of the rules says.
+// Any data as product-id lists, then cameras: each must be taken for the family that the order of the rules says.
 #include <algorithm>
 #include <memory>
 #include <stdexcept>
@@ -9,10 +8,8 @@
 
 namespace {
 
-using Ids = std::pair<int, int>;  ///< vendor and product id
 using List = std::vector<Ids>;
 
-constexpr int kTypes[] = {0, 3, 6};
 constexpr int kSensors = 11;
 
 std::string schemaOfSensor(Ids camera, int sensor) {
@@ -23,7 +20,7 @@ std::string schemaOfSensor(Ids camera, int sensor) {
   return schema != nullptr ? schema : "no processor";
 }
 
-/// A family, and how it looks: the schema text of every sensor.
+/// A family, recognised by the schema texts of its sensors.
 struct Family {
   std::string name;
   List cameras;
@@ -53,8 +50,7 @@ bool holds(const List& list, Ids camera) {
   return std::find(list.begin(), list.end(), camera) != list.end();
 }
 
-/// What a camera is taken for, by the lists of the types in kTypes; null for an
-/// unknown one.
+/// The family of a camera, given the lists in the order of kListTypes; null for an unknown camera.
 const Family* familyOf(const List (&lists)[3], Ids camera) {
   const auto named = [](const char* name) {
     return &*std::find_if(families().begin(), families().end(), [name](const Family& f) { return f.name == name; });
@@ -85,8 +81,7 @@ class Run {
  private:
   std::size_t number(std::size_t highest) { return input_.ConsumeIntegralInRange<std::size_t>(0, highest); }
 
-  /// The ids of a camera: known to somebody, of a list at hand, or any; now and
-  /// then with a bit more.
+  /// Ids that a family has, that a list has, or any; now and then with one bit changed.
   Ids pickIds() {
     const List& list = lists_[number(2)];
     Ids ids = {kMaker, input_.ConsumeIntegral<std::uint16_t>()};
@@ -103,16 +98,12 @@ class Run {
 
   void replaceList() {
     const std::size_t choice = number(4);
-    const int type = choice < 3 ? kTypes[choice] : input_.ConsumeIntegral<int>();
-    std::vector<std::uint8_t> bytes;
-    for (std::size_t records = number(3); records > 0; --records) {
-      const Ids ids = pickIds();
-      for (const int byte : {ids.first, ids.first >> 8, ids.second, ids.second >> 8}) {
-        bytes.push_back(static_cast<std::uint8_t>(byte & 0xFF));
-      }
-    }
+    const int type = choice < 3 ? kListTypes[choice] : input_.ConsumeIntegral<int>();
+    List devices;
+    for (std::size_t records = number(3); records > 0; --records) devices.push_back(pickIds());
+    std::vector<std::uint8_t> bytes = deviceList(devices);
     bytes.resize(bytes.size() + number(3));
-    // Of its exact size, so that a byte read beyond it is found.
+    // An array of the exact size, so that the sanitizer finds a byte read beyond it.
     const auto data = std::make_unique<std::uint8_t[]>(bytes.size());
     std::copy(bytes.begin(), bytes.end(), data.get());
     const bool isNull = number(15) == 0;
@@ -127,15 +118,13 @@ class Run {
       hasThrown = true;
     }
     const bool isRefused = isNull || size == 0;
-    const auto* const known = std::find(std::begin(kTypes), std::end(kTypes), type);
+    const auto* const known = std::find(std::begin(kListTypes), std::end(kListTypes), type);
     EXPECT_EQ(error.take(), isRefused ? ownError("Fail to set device info data", "vy_set_device_info_data") : kNoError);
-    EXPECT_EQ(hasThrown, !isRefused && known != std::end(kTypes) && isNegative);
-    if (isRefused || isNegative || known == std::end(kTypes)) return;
-    List& list = lists_[known - kTypes];
+    EXPECT_EQ(hasThrown, !isRefused && known != std::end(kListTypes) && isNegative);
+    if (isRefused || isNegative || known == std::end(kListTypes)) return;
+    List& list = lists_[known - kListTypes];
     list.clear();
-    for (std::size_t i = 0; i + 4 <= bytes.size(); i += 4) {
-      list.emplace_back(bytes[i] + 256 * bytes[i + 1], bytes[i + 2] + 256 * bytes[i + 3]);
-    }
+    for (const auto& [vid, pid] : devices) list.emplace_back(vid & 0xFFFF, pid & 0xFFFF);
   }
 
   void openCamera() {
@@ -155,7 +144,7 @@ class Run {
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   families();
-  for (const int type : kTypes) setDeviceList(type, {0});  // less than a record: empties the list
+  emptyDeviceLists();
   const Balance balance;
   Run(data, size).run();
   balance.expectLevel();

@@ -1,6 +1,6 @@
-// Any texts as settings of a running processor. Input: a character that picks the sensor of a camera, then the texts,
-// each ended by ";": as many commands, one after the other, as they fill, the last one filled up with empty texts. What
-// is in force afterwards must be what strtod() and strtol() say, up to the first value that a filter refuses.
+// Any texts as settings of a running processor. The input is a character that picks a sensor, then texts that end with
+// ";" and fill one command after the other; empty texts fill up the last one. The values in force afterwards must be
+// what strtod() and strtol() read, up to the first value that a filter refuses.
 #include <cmath>
 #include <cstdlib>
 #include <map>
@@ -11,7 +11,7 @@ namespace {
 
 constexpr int kCommandsAtMost = 3;
 
-/// All host filters that were made for the processor: its chain, the ones inside the library's own filters included.
+/// The host filters of the processor's chain, those inside the library's own filters included.
 std::vector<vy_filter_t*> hostFilters;
 
 /// The live value under each key ("filter#item", the switch as item 255).
@@ -29,28 +29,27 @@ std::string keyOf(const std::string& filter, std::uint32_t item) {
   return filter + "#" + std::to_string(item);
 }
 
-/// Reads all there is, published or not, from the host and the library's own switches.
+/// Reads all values of the host, published or not, and the library's own switches.
 Settings readSettings(std::map<std::string, Range>* ranges = nullptr) {
   Settings settings;
   for (vy_filter_t* const filter : hostFilters) {
     ErrorSlot notOwn;
     const char* const ownName = priv_filter_get_name(filter, notOwn);
-    const std::string name = ownName != nullptr ? ownName : vy_filter_get_name(filter, NoFailure());
+    const std::string name = ownName != nullptr ? ownName : call(vy_filter_get_name, filter);
     settings[keyOf(name, 255)] =
-        ownName != nullptr ? priv_filter_is_enabled(filter, NoFailure()) : vy_filter_is_enabled(filter, NoFailure());
-    vy_filter_config_schema_list_t* const list = vy_filter_get_config_schema_list(filter, NoFailure());
-    for (std::uint32_t i = 0; i < vy_filter_config_schema_list_get_count(list, NoFailure()); ++i) {
-      const VYFilterConfigSchemaItem item = vy_filter_config_schema_list_get_item(list, i, NoFailure());
-      settings[keyOf(name, i)] = vy_filter_get_config_value(filter, item.name, NoFailure());
+        ownName != nullptr ? call(priv_filter_is_enabled, filter) : call(vy_filter_is_enabled, filter);
+    const SchemaList list(call(vy_filter_get_config_schema_list, filter));
+    for (std::uint32_t i = 0; i < call(vy_filter_config_schema_list_get_count, list.get()); ++i) {
+      const VYFilterConfigSchemaItem item = call(vy_filter_config_schema_list_get_item, list.get(), i);
+      settings[keyOf(name, i)] = call(vy_filter_get_config_value, filter, item.name);
       const bool isStepped = item.type != VY_FILTER_CONFIG_VALUE_TYPE_FLOAT;
       if (ranges != nullptr) (*ranges)[keyOf(name, i)] = {item.min, item.max, isStepped ? item.step : 0};
     }
-    vy_delete_filter_config_schema_list(list, NoFailure());
   }
   return settings;
 }
 
-/// What a command makes of the settings. Returns whether a filter refuses a value.
+/// Applies a command to the settings. Returns whether a filter refuses a value.
 bool apply(const std::vector<std::string>& keys, const std::vector<const char*>& texts,
            const std::map<std::string, Range>& ranges, Settings& settings) {
   for (std::size_t i = 0; i < keys.size(); ++i) {
@@ -66,7 +65,7 @@ bool apply(const std::vector<std::string>& keys, const std::vector<const char*>&
   return false;
 }
 
-/// The host's correction of depths takes no disparities: the one chain that can be switched into refusing its frames.
+/// Only this chain can be switched into refusing its frames: the host's correction of depths takes no disparities.
 bool refusesFrames(const Settings& settings) {
   const auto correction = settings.find("HardwareD2DCorrectionFilter#255");
   return correction != settings.end() && correction->second == 1 && settings.at("DisparityTransform#255") == 0;
@@ -75,7 +74,7 @@ bool refusesFrames(const Settings& settings) {
 void runCommands(const SensorCase& sensor, const Processor& processor, const std::vector<std::string>& texts) {
   const std::string schema = schemaOf(processor);
   std::vector<std::string> keys;
-  for (const std::string& line : splitLines(schema)) keys.push_back(line.substr(0, line.find(", ")));
+  for (const Setting& setting : settingsOf(schema)) keys.push_back(setting.key);
   std::map<std::string, Range> ranges;
   Settings expected = readSettings(&ranges);
 
@@ -100,7 +99,7 @@ void runCommands(const SensorCase& sensor, const Processor& processor, const std
 
 }  // namespace
 
-// The linker leads the library's calls here (--wrap).
+// The library calls these in place of the host's (--wrap of the linker).
 extern "C" {
 vy_filter_t* __real_vy_create_filter(const char* name, vy_error** error);
 vy_filter_t* __real_vy_create_private_filter(const char* name, vy_error** error);
@@ -126,7 +125,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const Balance balance;
   hostFilters.clear();
   {
-    const Context context(vy_create_frame_processor_context(sensor.device.get(), NoFailure()));
+    const Context context(call(vy_create_frame_processor_context, sensor.device.get()));
     runCommands(sensor, makeProcessor(context, sensor.sensor), texts);
   }
   balance.expectLevel();

@@ -1,5 +1,4 @@
-// The text conversions, and the canonical texts made of them, against streams
-// and the C library.
+// The text conversions, and the canonical texts made of them, against streams and the C library.
 #include <climits>
 #include <cstdlib>
 #include <cstring>
@@ -8,33 +7,12 @@
 #include "Support.h"
 #include "host/commonTypes.h"
 #include "processor/FrameProcessor.h"
+#include "support/TextModel.h"
 
 namespace {
 
-std::string trimmed(std::string text) {
-  while (!text.empty() && text.front() == ' ') text.erase(0, 1);
-  while (!text.empty() && text.back() == ' ') text.pop_back();
-  return text;
-}
+// Counterparts of the conversions. They store a value where the conversion stores one.
 
-std::string lowered(std::string text) {
-  for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));  // of the C locale
-  return text;
-}
-
-// The counterparts of the conversions. `out` is stored where the conversion
-// stores it.
-
-bool booleanOf(const std::string& text, bool* out) {
-  bool word = false;
-  const bool isWord = !(std::istringstream(lowered(text)) >> std::boolalpha >> word).fail();
-  const std::string digit = trimmed(text);
-  if (!isWord && digit != "0" && digit != "1") return false;
-  *out = isWord ? word : digit == "1";
-  return true;
-}
-
-/// By way of a wider number.
 bool integerOf(const std::string& text, int* out) {
   const std::string number = trimmed(text);
   if (number.empty() || (number.size() == 1 && std::string("0123456789").find(number) == std::string::npos))
@@ -52,8 +30,7 @@ bool numberOf(const std::string& text, Number* out) {
   return text.find_first_not_of(' ', static_cast<std::size_t>(rest - text.c_str())) == std::string::npos;
 }
 
-/// Does a conversion and its counterpart, both on a value from before, which a
-/// refused text may leave.
+/// Compares a conversion with its counterpart. Both start with the same value, as a refused text may leave it.
 template <typename Number>
 void compare(const std::string& text, Number before, bool (*convert)(const std::string&, Number*),
              bool (*counterpart)(const std::string&, Number*)) {

@@ -1,5 +1,5 @@
-// Every allocation that the library makes fails once, for every sensor of every family, through a whole scenario. The
-// program has a C++ runtime of its own that it hides (see CMakeLists.txt): the host's memory does not come from here.
+// Every allocation of the library fails once, in a whole scenario for every sensor of every family. Allocations of the
+// host are not touched: the program has a C++ runtime of its own (see CMakeLists.txt).
 #include <iostream>
 #include <new>
 
@@ -15,7 +15,7 @@ class AllocationRun : public Scenario {
 
   std::uint64_t count() const { return count_; }
   int thrown() const { return thrown_; }
-  /// The call in which the allocation failed: what it was, and its number from 1.
+  /// The call in which the allocation failed: its kind, and its number from 1.
   Step failedIn() const { return failedIn_; }
   int failedInCall() const { return failedInCall_; }
   const std::string& text() const { return schema(); }
@@ -63,14 +63,6 @@ class AllocationRun : public Scenario {
 
 constexpr int kFirstProcessor = 2;  // the number of the call that makes it
 
-using Kinds = std::array<std::size_t, VYSIM_KIND_COUNT>;
-
-Kinds aliveKinds() {
-  Kinds kinds = {};
-  for (std::size_t kind = 0; kind < kinds.size(); ++kind) kinds[kind] = vysim_live_count(static_cast<vysim_kind>(kind));
-  return kinds;
-}
-
 /// A schema text without the lines of one filter.
 std::string without(const std::string& schema, const std::string& filter) {
   std::string rest;
@@ -100,10 +92,10 @@ void AllocationSweepTest::sweep(const SensorCase& sensor) {
     SCOPED_TRACE(sensor.family + " sensor " + std::to_string(sensor.sensor) + ", allocation " +
                  std::to_string(failing) + " of " + std::to_string(undisturbed.count()));
     const std::int64_t piecesBefore = piecesAlive;
-    const Kinds objectsBefore = aliveKinds();
+    const Balance objects;
     fail(sensor, failing, undisturbed.text());
     EXPECT_EQ(piecesAlive, piecesBefore) << "memory lost";
-    EXPECT_EQ(aliveKinds(), objectsBefore) << "objects left behind, in the order of vysim_kind";
+    objects.expectLevel();
   }
 }
 
@@ -113,10 +105,10 @@ void AllocationSweepTest::fail(const SensorCase& sensor, std::uint64_t failing, 
   ++failed_;
   EXPECT_LE(run.thrown(), 1);
   if (run.thrown() != 0) return;
-  // Only the making of one of the library's own filters keeps an exception; the chain is without the filter then.
+  // Only the making of a filter of the library's own catches the exception; the chain is then without that filter.
   ++absorbed_;
   EXPECT_EQ(run.failedIn(), Scenario::Step::kMake);
-  if (run.failedInCall() != kFirstProcessor) return;  // whose schema the scenario reads
+  if (run.failedInCall() != kFirstProcessor) return;  // the scenario reads the schema of the first only
   EXPECT_NE(run.text(), wholeSchema);
   EXPECT_TRUE(run.text() == without(wholeSchema, "HardwareD2CProcessor") ||
               run.text() == without(wholeSchema, "DisparityTransform"))
@@ -133,16 +125,16 @@ TEST_F(AllocationSweepTest, EveryAllocationFailsOnce) {
 }
 
 TEST_F(AllocationSweepTest, AListOfProductIdsStaysAsItWasWhenItCannotBeReplaced) {
-  setDeviceList(0, {0x71, 0x3E, 0x01, 0x00});
-  const std::uint8_t others[] = {0x71, 0x3E, 0x02, 0x00};
+  setDeviceList(0, deviceList({{kMaker, 1}}));
+  const std::vector<std::uint8_t> others = deviceList({{kMaker, 2}});
   allocations = {true, 0, 1};
-  EXPECT_THROW(vy_set_device_info_data(0, others, sizeof others, NoFailure()), std::bad_alloc);
+  EXPECT_THROW(setDeviceList(0, others), std::bad_alloc);
   allocations.watched = false;
   const OpenDevice camera = openDevice(1);
   EXPECT_NE(schemaOf(makeProcessor(camera.context, kDepth)), "");
 }
 
-// Names beyond 255 characters are the only thing that takes memory when a filter is looked for.
+// Looking for a filter takes memory only for names of more than 255 characters.
 TEST_F(AllocationSweepTest, DestroyingWithoutMemoryLeavesAFilterToTheRegistry) {
   const std::string name(300, 'n');
   definePassing("OpenNIDisparityTransform", name.c_str(), true);

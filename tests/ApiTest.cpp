@@ -28,7 +28,7 @@ const struct {
     {"vy_frame_processor_set_hardware_d2c_params", [](auto* p, auto** e) { return setD2CParams(p, e), true; }},
 };
 
-ErrorText nullPointer(const char* function) {
+Error nullPointer(const char* function) {
   return ownError("NULL pointer passed for argument", function);
 }
 
@@ -41,8 +41,9 @@ TEST_F(ApiTest, NullHandlesAreErrorsUnderTheFunctionsOwnName) {
   vy_destroy_frame_processor(nullptr, error);
   EXPECT_EQ(error.take(), nullPointer("vy_destroy_frame_processor"));
   vy_destroy_frame_processor_context(nullptr, error);
-  EXPECT_STREQ(vy_error_get_args(*static_cast<vy_error**>(error)), "");
-  EXPECT_EQ(error.take(), nullPointer("vy_destroy_frame_processor_context"));
+  const Error refused = error.take();
+  EXPECT_EQ(refused, nullPointer("vy_destroy_frame_processor_context"));
+  EXPECT_EQ(refused.args, "");
   for (const auto& each : kProcessorCalls) {
     EXPECT_TRUE(each.call(nullptr, error)) << each.function;
     EXPECT_EQ(error.take(), nullPointer(each.function));
@@ -77,7 +78,7 @@ TEST_F(ApiTest, HostErrorsWhileReadingTheIdsReachTheCaller) {
       {"vy_device_get_device_info"},
       {"vy_device_info_get_pid"},
       {"vy_device_info_get_vid"},
-      {"vy_device_info_get_pid", "vy_device_info_get_vid"},  // in this order: the later error is told
+      {"vy_device_info_get_pid", "vy_device_info_get_vid"},  // asked in this order; the caller gets the later error
   };
   for (const auto& functions : cases) {
     for (const char* function : functions) failCall(function);
@@ -108,7 +109,7 @@ TEST_F(ApiTest, DeviceListsAreReplacedWholeInRecordsOfFourBytes) {
       {6, 8, kFirst | kSecond},           {0, 1, kFirst | kSecond}, {6, 2, 0},
   };
   for (const auto& step : steps) {
-    vy_set_device_info_data(step.type, data, step.size, NoFailure());
+    call(vy_set_device_info_data, step.type, data, step.size);
     const int known = (isKnown(0x3E71, 0x0351) ? kFirst : 0) | (isKnown(0x1234, 0xF002) ? kSecond : 0) |
                       (isKnown(0x5678, 0x0003) ? kThird : 0);
     EXPECT_EQ(known, step.known) << "type " << step.type << ", size " << step.size;
@@ -117,8 +118,8 @@ TEST_F(ApiTest, DeviceListsAreReplacedWholeInRecordsOfFourBytes) {
 
 TEST_F(ApiTest, DeviceListDataIsChecked) {
   const std::uint8_t data[] = {0x71, 0x3E, 0x51, 0x03};
-  const ErrorText refused = ownError("Fail to set device info data", "vy_set_device_info_data");
-  for (const int type : {0, 5}) {  // before the type is looked at
+  const Error refused = ownError("Fail to set device info data", "vy_set_device_info_data");
+  for (const int type : {0, 5}) {  // data and size are checked before the type
     ErrorSlot error;
     vy_set_device_info_data(type, nullptr, 4, error);
     EXPECT_EQ(error.take(), refused);
@@ -127,7 +128,7 @@ TEST_F(ApiTest, DeviceListDataIsChecked) {
   }
   setDeviceList(0, {0x71, 0x3E, 0x51, 0x03});
   for (const int size : {-1, -4, -5, -2147483647 - 1}) {
-    EXPECT_THROW(vy_set_device_info_data(0, data, size, NoFailure()), std::length_error) << size;
+    EXPECT_THROW(call(vy_set_device_info_data, 0, data, size), std::length_error) << size;
     EXPECT_TRUE(isKnown(kMaker, 0x0351)) << "the list must stay as it was";
   }
 }
@@ -142,7 +143,7 @@ TEST_F(ApiTest, ContextsKeepTheirChainsWhenListsChange) {
 TEST_F(ApiTest, D2CParamsDoNothingOnAProcessorOfAnotherSensor) {
   const OpenDevice halden = openDevice(kHalden);
   const Processor color = makeProcessor(halden.context, kColor);
-  EXPECT_EQ(recordCalls([&] { setD2CParams(color.get(), NoFailure()); }), "");
+  EXPECT_EQ(recordCalls([&] { call(setD2CParams, color.get()); }), "");
 }
 
 TEST_F(ApiTest, ProcessorsAreIndependentAndOutliveTheirContext) {
@@ -156,8 +157,8 @@ TEST_F(ApiTest, ProcessorsAreIndependentAndOutliveTheirContext) {
   const Frame input = makeFrame(VY_FORMAT_Y16, VY_PIXEL_DISPARITY, 6, 2);
   const Outcome turned = process(first, input);
   const Outcome plain = process(second, input);
-  EXPECT_EQ(vy_video_frame_get_width(turned.frame.get(), NoFailure()), 2U);
-  EXPECT_EQ(vy_video_frame_get_width(plain.frame.get(), NoFailure()), 6U);
+  EXPECT_EQ(call(vy_video_frame_get_width, turned.frame.get()), 2U);
+  EXPECT_EQ(call(vy_video_frame_get_width, plain.frame.get()), 6U);
 }
 
 TEST_F(ApiTest, CommitHashIsSevenHexadecimalDigits) {

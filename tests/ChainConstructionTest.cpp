@@ -1,4 +1,4 @@
-// Building a chain and taking it down: the host calls made, filters that fail on the way, deletion.
+// Building a chain and deleting it: the host calls, and filters that fail on the way.
 #include "support/HostTest.h"
 
 namespace {
@@ -86,7 +86,7 @@ TEST_F(ChainConstructionTest, AFilterThatFailsIsLeftOutWithoutATrace) {
       {{{"vy_filter_enable", 1}}, "MFR", 1},
       {{{"vy_filter_enable", 4}}, "NMF", 1},
       {{{"vy_filter_enable", 2}, {"vy_delete_filter", 1, kWithResult}}, "NFR", 1},
-      // The schema text suffers, the chain does not.
+      // The schema text loses lines; the chain is whole.
       {{{"vy_filter_get_config_schema_list", 2}, {"vy_filter_get_name", 4}}, "NMFR", 0, "NR"},
   };
   for (const auto& each : cases) {
@@ -108,7 +108,7 @@ TEST_F(ChainConstructionTest, AFilterThatFailsIsLeftOutWithoutATrace) {
   }
 }
 
-// What comes together with an error is the host's: deleting it would be a guess.
+// The library does not know whether a handle that comes with an error is its own, so it does not delete it.
 TEST_F(ChainConstructionTest, AHandleThatComesWithAnErrorIsLeftAlone) {
   const LeakTolerance tolerance;
   failCall("vy_create_filter", 2, kWithResult);

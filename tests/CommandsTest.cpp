@@ -37,8 +37,8 @@ class CommandsTest : public HostTest {
     return effect;
   }
 
-  std::string effectOf(const std::vector<const char*>& values, ErrorText* error = nullptr) {
-    ErrorText outcome;
+  std::string effectOf(const std::vector<const char*>& values, Error* error = nullptr) {
+    Error outcome;
     const std::string calls = recordCalls([&] { outcome = updateConfig(processor_, values); });
     if (error != nullptr) {
       *error = outcome;
@@ -83,7 +83,7 @@ TEST_F(CommandsTest, TheFirstErrorEndsTheCommand) {
   };
   for (const auto& each : cases) {
     failCalls({each.fault});
-    ErrorText error;
+    Error error;
     EXPECT_EQ(effectOf({"1", "1", "1", "1", "1", "1"}, &error), each.effect) << each.fault.function;
     EXPECT_EQ(error, injectedError(each.fault.function));
   }
@@ -114,7 +114,7 @@ TEST_F(CommandsTest, TheFirstFilterOfANameGetsAllOfItsCommands) {
 TEST_F(CommandsTest, AnEmptySchemaTakesNothing) {
   for (const unsigned nth : {1U, 2U, 3U, 4U}) failCall("vy_create_filter", nth);
   processor_ = makeProcessor(vashti_.context, kDepth);
-  vy_frame_processor_update_config(processor_.get(), 3, nullptr, NoFailure());
+  call(vy_frame_processor_update_config, processor_.get(), 3, nullptr);
 }
 
 TEST_F(CommandsTest, NamesThatLookLikeKeysBreakTheKeys) {

@@ -1,13 +1,14 @@
-// Every camera family: how it is recognised, and its chains, held against a table of their own.
+// Every camera family: how it is recognised, and its chains, against a table written for this test.
 #include <map>
 
+#include "support/HostFilters.h"
 #include "support/HostTest.h"
 
 namespace {
 
 // ---- What is expected ---------------------------------------------------------------------------
-// ------------------------------------------------------------------------------------------------- A filter reads:
-// name, starts on or off, made by the host or (own) by the library, (its arguments), {published items}.
+
+// A filter reads: name, starts on or off, made by the host or (own) by the library, (its arguments), {published items}.
 
 const std::string kTail = "FrameMirror off host {255}; FrameFlip off host {255}; FrameRotate on host {0}; ";
 const std::string kMirroredTail = "FrameMirror on host {255}; FrameFlip off host {255}; FrameRotate on host {0}; ";
@@ -22,9 +23,9 @@ std::string noise(const std::string& arguments, const std::string& state = "on")
 // clang-format off
 struct Family {
   const char* name;
-  int listType;           ///< of the list that the host fills; -1 for a family of fixed product ids
-  std::vector<int> pids;  ///< fixed ones
-  std::string depth;      ///< before the tail, which is also the whole colour chain of every camera
+  int listType;           ///< type of the list with its product ids; -1 for fixed ids
+  std::vector<int> pids;  ///< fixed product ids
+  std::string depth;      ///< without kTail, which ends it; kTail alone is every colour chain
   std::map<int, std::string> others;
 };
 const Family kFamilies[] = {
@@ -66,18 +67,18 @@ std::map<int, std::string> chainsOf(const Family& family) {
 
 // ---- What the host sees -------------------------------------------------------------------------
 
-/// What stands between two marks.
+/// The text between two marks.
 std::string between(const std::string& text, const std::string& before, const std::string& after) {
   const std::size_t begin = text.find(before);
   if (begin == std::string::npos) return {};
   return text.substr(begin + before.size(), text.find(after, begin + before.size()) - begin - before.size());
 }
 
-/// The published items of a filter, from the keys of the schema's lines.
+/// The published items of a filter, as its schema lines name them.
 std::string publishedItems(const std::string& schema, const std::string& name) {
   std::string items;
-  for (const std::string& line : splitLines(schema)) {
-    if (between("\n" + line, "\n", "#") == name) items += (items.empty() ? "" : " ") + between(line, "#", ",");
+  for (const Setting& setting : settingsOf(schema)) {
+    if (setting.filter() == name) items += (items.empty() ? "" : " ") + setting.item();
   }
   return items;
 }
@@ -94,7 +95,7 @@ std::string chainByCalls(const Context& context, int sensor) {
   std::string text, name, kind, state, arguments;
   const auto flush = [&] {
     if (name.empty()) return;
-    // The host is not told of the switch of the library's own filters; the schema shows it.
+    // The host does not know whether one of the library's own filters is on; the schema does.
     if (kind == "own") {
       state = std::string(schema).find(name + "#255, boolean, 0, 1, 1, 1, ") != std::string::npos ? "on" : "off";
     }
@@ -133,23 +134,20 @@ std::map<int, std::string> chainsByCalls(int vid, int pid) {
 // ---- Tests --------------------------------------------------------------------------------------
 
 constexpr int kListedPid = 0x0351;
-const std::vector<std::uint8_t> kListedBytes = {0x71, 0x3E, 0x51, 0x03};
+const std::vector<std::uint8_t> kListedBytes = deviceList({{kMaker, kListedPid}});
 
 class DeviceCatalogueTest : public HostTest {
  protected:
   DeviceCatalogueTest() {
-    // Filters with ten items each, so that every published item finds its line in the schema.
+    // Each filter has ten items, so that every published item has its line in the schema.
     static const std::vector<VYFilterConfigSchemaItem> kItems(
         10, VYFilterConfigSchemaItem{"item", VY_FILTER_CONFIG_VALUE_TYPE_INT, 0, 1, 1, 0, "Item"});
-    for (const char* name :
-         {"FrameUnpacker", "TalonFrameUnpacker", "TiberonDecompress", "CorvidPixelOffsetFix", "NoiseRemovalFilter",
-          "DisparityTransform", "HardwareD2DCorrectionFilter", "FrameMirror", "FrameFlip", "FrameRotate"}) {
-      defineFilter({name, nullptr, false, kItems.data(), 10, nullptr, nullptr});
+    for (const HostFilter& filter : kHostFilters) {
+      defineFilter({filter.name, nullptr, filter.isPrivate, kItems.data(), 10, nullptr, nullptr});
     }
-    defineFilter({"OpenNIDisparityTransform", nullptr, true, kItems.data(), 10, nullptr, nullptr});
   }
 
-  /// By the chains, which are different for each family.
+  /// The family that has these chains; no two have the same.
   static std::string familyOf(int vid, int pid) {
     const auto chains = chainsByCalls(vid, pid);
     if (chains.empty()) return "none";
@@ -178,7 +176,7 @@ TEST_F(DeviceCatalogueTest, EveryProductHasTheChainsOfItsFamily) {
 TEST_F(DeviceCatalogueTest, NobodyElseHasChains) {
   setDeviceList(0, kListedBytes);
   EXPECT_EQ(familyOf(kMaker, kListedPid), "Talon");
-  const std::pair<int, int> cases[] = {
+  const Ids cases[] = {
       {kMaker, 0x41A2},
       {kMaker, 0},
       {0x1234, 0x41A1},
@@ -187,7 +185,7 @@ TEST_F(DeviceCatalogueTest, NobodyElseHasChains) {
       {-1, -1},
       {kMaker, kListedPid + 1},
       {kListedPid, kMaker},
-      // Never cut to 16 bits.
+      // Ids of more than 16 bits are not cut.
       {kMaker + 65536, 0x41A1},
       {kMaker, 0x141A1},
       {kMaker + 65536, kListedPid},
@@ -207,7 +205,7 @@ TEST_F(DeviceCatalogueTest, ListsComeBeforeFixedProductsInTheirOrder) {
       {kMaker, 0x41A1, kMirelList | kPellanList, "Mirel"},
       {kMaker, 0x41A1, kPellanList, "Pellan"},
       {0x1234, 0x41A1, kMirelList, "Mirel"},
-      {kMaker, 0x416B, 0, "Pellan"},  // not Corvid, whose list holds the number, too
+      {kMaker, 0x416B, 0, "Pellan"},  // though Corvid's list has this id as well
       {kMaker, 0x416B, kTalonList, "Talon"},
       {kMaker, 0x416B, kMirelList, "Mirel"},
       {0x1234, 0x416B, kPellanList, "Pellan"},
@@ -215,12 +213,9 @@ TEST_F(DeviceCatalogueTest, ListsComeBeforeFixedProductsInTheirOrder) {
       {0x1234, 0x414B, 0, "none"},
   };
   for (const auto& each : cases) {
-    const std::vector<std::uint8_t> other = {0x71, 0x3E, 0xFF, 0xFF};
-    std::vector<std::uint8_t> listed = other;  // the device stands behind another
-    for (const int value : {each.vid, each.pid}) {
-      listed.push_back(static_cast<std::uint8_t>(value & 0xFF));
-      listed.push_back(static_cast<std::uint8_t>(value >> 8));
-    }
+    const Ids stranger = {kMaker, 0xFFFF};
+    const std::vector<std::uint8_t> other = deviceList({stranger});
+    const std::vector<std::uint8_t> listed = deviceList({stranger, {each.vid, each.pid}});
     setDeviceList(0, (each.lists & kTalonList) != 0 ? listed : other);
     setDeviceList(3, (each.lists & kMirelList) != 0 ? listed : other);
     setDeviceList(6, (each.lists & kPellanList) != 0 ? listed : other);

@@ -1,10 +1,9 @@
-// Cameras of every family through the library as a host drives it: the depth that comes out against the scene.
+// Frames of every camera family go through the library; the depth that comes out must be that of the scene.
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <map>
 
-#include "support/HostTest.h"
 #include "support/Scenario.h"
 
 namespace {
@@ -15,38 +14,35 @@ const char* const kFamilies[] = {"Talon",  "Mirel",  "Pellan", "Corvid",        
 class EndToEndTest : public HostTest, public testing::WithParamInterface<const char*> {
  protected:
   EndToEndTest() {
-    for (const int type : {0, 3, 6}) {
-      const std::uint8_t* data = nullptr;
-      const int size = vysim_device_list(type, &data);
-      vy_set_device_info_data(type, data, size, NoFailure());
-    }
+    setAllDeviceLists();
     vysim_camera_options options = {};
     options.clean = true;
     if (sweepStep() > 1) {  // a slow tool, or an emulator
       options.width = 320;
       options.height = 200;
     }
-    camera_.reset(vysim_open_camera(GetParam(), &options, NoFailure()));
-    context_.reset(vy_create_frame_processor_context(vysim_camera_get_device(camera_.get(), NoFailure()), NoFailure()));
+    camera_.reset(call(vysim_open_camera, GetParam(), &options));
+    context_.reset(call(vy_create_frame_processor_context, call(vysim_camera_get_device, camera_.get())));
   }
 
   Frame nextFrame(int sensor) {
-    return Frame(vysim_camera_next_frame(camera_.get(), static_cast<VYSensorType>(sensor), NoFailure()));
+    return Frame(call(vysim_camera_next_frame, camera_.get(), static_cast<VYSensorType>(sensor)));
   }
 
-  /// Holds every pixel that has depth in both against the scene; at least this share of the scene's must be there.
+  /// Depth must agree with the scene at every pixel that has any in both, and at least this share of the scene's pixels
+  /// must have some.
   void expectScene(const Frame& output, double leastShare) {
     ASSERT_NE(output, nullptr);
-    ASSERT_EQ(vy_frame_get_format(output.get(), NoFailure()), VY_FORMAT_Y16);
-    ASSERT_EQ(vy_video_frame_get_pixel_type(output.get(), NoFailure()), VY_PIXEL_DEPTH);
-    const std::size_t pixels = std::size_t{vy_video_frame_get_width(output.get(), NoFailure())} *
-                               vy_video_frame_get_height(output.get(), NoFailure());
+    ASSERT_EQ(call(vy_frame_get_format, output.get()), VY_FORMAT_Y16);
+    ASSERT_EQ(call(vy_video_frame_get_pixel_type, output.get()), VY_PIXEL_DEPTH);
+    const std::size_t pixels =
+        std::size_t{call(vy_video_frame_get_width, output.get())} * call(vy_video_frame_get_height, output.get());
     std::vector<std::uint16_t> truth(pixels), depth(pixels);
-    vysim_camera_get_truth(camera_.get(), output.get(), truth.data(), NoFailure());
-    ASSERT_EQ(vysim_frame_get_size(output.get(), NoFailure()), pixels * 2);
-    std::memcpy(depth.data(), vysim_frame_get_data(output.get(), NoFailure()), pixels * 2);
+    call(vysim_camera_get_truth, camera_.get(), output.get(), truth.data());
+    ASSERT_EQ(call(vysim_frame_get_size, output.get()), pixels * 2);
+    std::memcpy(depth.data(), call(vysim_frame_get_data, output.get()), pixels * 2);
 
-    std::map<std::uint16_t, double> tolerances;  // of each depth that occurs
+    std::map<std::uint16_t, double> tolerances;  // by depth
     std::size_t inScene = 0, inBoth = 0, wrong = 0;
     for (std::size_t i = 0; i < pixels; ++i) {
       if (truth[i] == 0) continue;
@@ -55,7 +51,7 @@ class EndToEndTest : public HostTest, public testing::WithParamInterface<const c
       ++inBoth;
       auto tolerance = tolerances.find(truth[i]);
       if (tolerance == tolerances.end()) {
-        const double millimetres = vysim_camera_get_depth_tolerance(camera_.get(), truth[i], NoFailure());
+        const double millimetres = call(vysim_camera_get_depth_tolerance, camera_.get(), truth[i]);
         tolerance = tolerances.emplace(truth[i], millimetres).first;
       }
       if (std::abs(depth[i] - truth[i]) <= tolerance->second) continue;
@@ -97,27 +93,23 @@ TEST_P(EndToEndTest, DepthIsThatOfTheScene) {
 }
 
 /// A command that leaves every setting as the schema shows it, except for some.
-ErrorText changeSettings(const Processor& processor, const std::map<std::string, const char*>& changes) {
-  std::vector<std::string> texts;
-  for (const std::string& line : splitLines(schemaOf(processor))) {
-    std::size_t column = 0;
-    for (int comma = 0; comma < 5; ++comma) column = line.find(", ", column) + 2;
-    const auto change = changes.find(line.substr(0, line.find(',')));
-    texts.push_back(change != changes.end() ? change->second : line.substr(column, line.find(',', column) - column));
+Error changeSettings(const Processor& processor, const std::map<std::string, const char*>& changes) {
+  std::vector<std::string> values;
+  for (const Setting& setting : settingsOf(schemaOf(processor))) {
+    const auto change = changes.find(setting.key);
+    values.push_back(change != changes.end() ? change->second : setting.value);
   }
-  std::vector<const char*> values;
-  for (const std::string& text : texts) values.push_back(text.c_str());
-  return updateConfig(processor, values);
+  return updateConfig(processor, pointersTo(values));
 }
 
-/// With a denominator that is odd, no pixel of the output lies between two of the input: each has one that is nearest.
+/// An odd denominator: each output pixel has one nearest input pixel, and never two.
 constexpr float kScale = 4.0F / 3;
 
 std::uint32_t scaled(std::int16_t size) {
   return static_cast<std::uint32_t>(static_cast<float>(size) * kScale);
 }
 
-// Each of these moves pixels; where the scene ends up is the host's knowledge, and must be the picture's.
+// Each case moves pixels. The host knows where the scene should end up, and the picture must show it there.
 TEST_P(EndToEndTest, DepthFollowsEveryCommand) {
   const std::map<std::string, const char*> cases[] = {
       {{"FrameMirror#255", "1"}},
@@ -130,11 +122,9 @@ TEST_P(EndToEndTest, DepthFollowsEveryCommand) {
     SCOPED_TRACE(changes.begin()->first);
     const Processor processor = makeProcessor(context_, kDepth);
     const Frame input = nextFrame(kDepth);
-    const auto width = static_cast<std::int16_t>(vy_video_frame_get_width(input.get(), NoFailure()));
-    const auto height = static_cast<std::int16_t>(vy_video_frame_get_height(input.get(), NoFailure()));
-    const VYCameraIntrinsic intrinsic = {600, 600, 320, 240, width, height};
-    vy_frame_processor_set_hardware_d2c_params(processor.get(), intrinsic, 0, kScale, 16, -20, -32, 8, true, false,
-                                               NoFailure());
+    const auto width = static_cast<std::int16_t>(call(vy_video_frame_get_width, input.get()));
+    const auto height = static_cast<std::int16_t>(call(vy_video_frame_get_height, input.get()));
+    setHardwareD2C(processor, {{600, 600, 320, 240, width, height}, kScale, 16, -20, -32, 8, true});
     EXPECT_EQ(changeSettings(processor, changes), kNoError);
     const Outcome outcome = process(processor, input);
     EXPECT_EQ(outcome.error, kNoError);
@@ -145,8 +135,8 @@ TEST_P(EndToEndTest, DepthFollowsEveryCommand) {
     const bool isTurned = changes.count("FrameRotate#0") != 0;
     const auto expectedWidth = isResized ? scaled(width) - 16 : static_cast<std::uint32_t>(width);
     const auto expectedHeight = isResized ? scaled(height) - 12 : static_cast<std::uint32_t>(height);
-    EXPECT_EQ(vy_video_frame_get_width(outcome.frame.get(), NoFailure()), isTurned ? expectedHeight : expectedWidth);
-    EXPECT_EQ(vy_video_frame_get_height(outcome.frame.get(), NoFailure()), isTurned ? expectedWidth : expectedHeight);
+    EXPECT_EQ(call(vy_video_frame_get_width, outcome.frame.get()), isTurned ? expectedHeight : expectedWidth);
+    EXPECT_EQ(call(vy_video_frame_get_height, outcome.frame.get()), isTurned ? expectedWidth : expectedHeight);
   }
 }
 

@@ -1,4 +1,4 @@
-// What the shared library shows, and what it needs.
+// What the shared library exports, and what it needs.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -22,7 +22,7 @@ std::string outputOf(const std::string& command) {
   return output;
 }
 
-/// Symbols of the library as nm lists them: what stands behind the type letter.
+/// The library's symbols: what nm prints behind the type letter.
 Names symbols(const std::string& options) {
   std::istringstream lines(outputOf(VYFP_NM " --dynamic --demangle " + options + " \"" VYFP_LIBRARY "\""));
   Names names;
@@ -74,7 +74,7 @@ TEST(ExportsTest, ExactlyTheInterfaceIsVisibleAndCarriesItsVersion) {
       "cvt2Float(string const&, float*)",
       "cvt2Double(string const&, double*)",
   };
-  Names expected = {version};  // the version itself is listed as a symbol, too
+  Names expected = {version};  // nm lists the version as a symbol, too
   for (const std::string& function : functions) expected.insert(function + "@@" + version);
   EXPECT_EQ(symbols("--defined-only"), expected);
 }
@@ -107,7 +107,7 @@ TEST(ExportsTest, NothingButTheHostAndTheLanguageIsNeeded) {
   for (std::string line; std::getline(lines, line);) {
     if (line.find("(NEEDED)") == std::string::npos) continue;
     const std::string name = line.substr(line.find('[') + 1, line.find(".so") - line.find('[') - 1);
-    // The sanitizers belong to builds with them.
+    // Sanitized builds need a sanitizer as well.
     const Names allowed = {"libTavrixSDK", "libstdc++", "libgcc_s", "libm",   "libc",
                            "libc++",       "libasan",   "libubsan", "libtsan"};
     EXPECT_TRUE(allowed.count(name) != 0 || name.find("ld-linux") == 0) << name;

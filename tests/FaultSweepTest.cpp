@@ -1,37 +1,25 @@
-// Every call that the library makes of its host goes wrong once, in each way in which it can: for every sensor of every
-// family, through a whole scenario from opening to closing. With stand-ins for filters, which take any frame, the
-// outcome of a frame is held against a model of the rules; with the host's own filters against what holds for any
-// frame.
+// Every host call of the library fails once in each possible way, in a whole scenario for every sensor of every family.
+// With stand-in filters, which take any frame, the outcome of a frame must be that of a model of the rules. With the
+// host's own filters, what is true of every frame must hold.
 #include <iostream>
 
 #include "support/FrameModel.h"
+#include "support/HostFilters.h"
 #include "support/Scenario.h"
 
 namespace {
 
-using Kinds = std::array<std::size_t, VYSIM_KIND_COUNT>;
+using Kinds = std::array<long, VYSIM_KIND_COUNT>;
 
 // ---- Filters that take any frame ----------------------------------------------------------------
 
-constexpr const char* kStandIns[] = {"FrameUnpacker",
-                                     "TalonFrameUnpacker",
-                                     "TiberonDecompress",
-                                     "CorvidPixelOffsetFix",
-                                     "NoiseRemovalFilter",
-                                     "DisparityTransform",
-                                     "HardwareD2DCorrectionFilter",
-                                     "FrameMirror",
-                                     "FrameFlip",
-                                     "FrameRotate",
-                                     "DepthResize",
-                                     "OpenNIDisparityTransform"};
-constexpr std::uint32_t kStandInWidth = 4;  // no input is as narrow
+constexpr std::uint32_t kStandInWidth = 4;  // inputs are wider
 
-/// The stamp on the frames of a stand-in; 0 is none's.
+/// The stamp on the frames of a stand-in, from 1; 0 if there is no stand-in of that name.
 std::uint8_t stampFor(const std::string& name) {
   std::uint8_t stamp = 1;
-  for (const char* const each : kStandIns) {
-    if (name == each) return stamp;
+  for (const HostFilter& each : kHostFilters) {
+    if (name == each.name) return stamp;
     ++stamp;
   }
   return 0;
@@ -42,14 +30,13 @@ class StandIns {
   StandIns() {
     for (VYFilterConfigSchemaItem& item : items_)
       item = {"Value", VY_FILTER_CONFIG_VALUE_TYPE_INT, 0, 9, 1, 5, "a value"};
-    for (std::size_t i = 0; i < std::size(kStandIns); ++i) stampers_[i].stamp = stampFor(kStandIns[i]);
+    for (std::size_t i = 0; i < std::size(kHostFilters); ++i) stampers_[i].stamp = stampFor(kHostFilters[i].name);
   }
 
   void define() {
-    for (std::size_t i = 0; i < std::size(kStandIns); ++i) {
-      const bool isPrivate = i >= std::size(kStandIns) - 2;
-      defineFilter({kStandIns[i], nullptr, isPrivate, items_.data(), static_cast<std::uint32_t>(items_.size()), stamp,
-                    &stampers_[i]});
+    for (std::size_t i = 0; i < std::size(kHostFilters); ++i) {
+      defineFilter({kHostFilters[i].name, nullptr, kHostFilters[i].isPrivate, items_.data(),
+                    static_cast<std::uint32_t>(items_.size()), stamp, &stampers_[i]});
     }
   }
 
@@ -61,7 +48,7 @@ class StandIns {
   }
 
   std::array<VYFilterConfigSchemaItem, 10> items_;
-  Stamper stampers_[std::size(kStandIns)];
+  Stamper stampers_[std::size(kHostFilters)];
 };
 
 // ---- One way through a scenario -----------------------------------------------------------------
@@ -70,7 +57,7 @@ class StandIns {
 struct StepLog {
   Scenario::Step step;
   ModelChain chain;                ///< as the call found it
-  std::vector<std::string> calls;  ///< host calls, but for those about error objects
+  std::vector<std::string> calls;  ///< host calls, without those on error objects
   std::uint64_t errorsMade = 0;
   std::uint64_t errorsDeleted = 0;
 };
@@ -93,9 +80,9 @@ bool isAboutErrors(const std::string& function) {
   return function == "vy_create_error" || function == "vy_delete_error";
 }
 
-/// Frames that a family's sensors gave.
+/// No family's sensors give more frames.
 constexpr int kInputsAtMost = 20;
-/// References of the test's own on every input: a fault may cost one.
+/// The test holds these on every input, as a fault may cost one.
 constexpr int kSpareReferences = 2;
 
 class FaultRun : public Scenario {
@@ -108,7 +95,7 @@ class FaultRun : public Scenario {
         modelled_(modelled) {}
 
   Log takeLog() { return std::move(log_); }
-  /// Objects that the fault leaves behind: the host was told to take them back and did not, or never gave them away.
+  /// Objects that the fault leaves behind: the host refused to take them back, or gave them out together with an error.
   const Kinds& left() const { return left_; }
 
  private:
@@ -124,21 +111,21 @@ class FaultRun : public Scenario {
   int expectFrame(const Frame& input, const Frame& output);
 
   const Strike& strike_;
-  const std::string function_;  ///< that is struck
+  const std::string function_;  ///< the one that fails
   const Log* const faultless_;
   const bool modelled_;
   Log log_;
   Kinds left_ = {};
   ModelChain chain_;
   std::size_t filtersMade_ = 0;
-  ErrorText error_;  ///< of the last call
+  Error error_;  ///< of the last call
 };
 
 void FaultRun::call(Step step, const Work& work) {
   log_.push_back({step, chain_, {}});
   StepLog& done = log_.back();
   const bool recording = isFaultless() || isStruckStep();
-  const std::size_t errorsBefore = vysim_live_count(VYSIM_ERROR);
+  const Balance objects;
 
   if (recording) vysim_record_start();
   if (isStruckStep()) vysim_fail_call(strike_.function, strike_.nth, strike_.kind);
@@ -147,8 +134,7 @@ void FaultRun::call(Step step, const Work& work) {
   if (recording) vysim_record_stop();
 
   if (isStruckStep() && function_ == "vy_delete_error") left_[VYSIM_ERROR] = 1;
-  EXPECT_EQ(vysim_live_count(VYSIM_ERROR) - errorsBefore,
-            (error.isSet() ? 1U : 0U) + (isStruckStep() ? left_[VYSIM_ERROR] : 0U))
+  EXPECT_EQ(objects.grown(VYSIM_ERROR), (error.isSet() ? 1 : 0) + (isStruckStep() ? left_[VYSIM_ERROR] : 0))
       << "error objects alive must be those that the caller was given";
   error_ = error.take();
   if (recording) readRecords(done);
@@ -173,7 +159,7 @@ void FaultRun::readRecords(StepLog& done) const {
   }
 }
 
-/// What the calls of a step say of the first processor's chain and of the registry.
+/// Follows the first processor's chain and the registry by the calls of a step.
 void FaultRun::noteChain(const StepLog& done) {
   const bool isFirstProcessor = log_.size() == 2;
   for (const std::string& record : done.calls) {
@@ -182,7 +168,7 @@ void FaultRun::noteChain(const StepLog& done) {
       const std::size_t begin = record.find('"') + 1;
       ModelLink link = {record.substr(begin, record.rfind('"') - begin) + "#" + std::to_string(++filtersMade_), false};
       if (link.isOwn()) chain_.registry.push_back(link.label);
-      link.enabled = link.isOwn() && !link.isResize();  // the host is not told of the library's own switches
+      link.enabled = link.isOwn() && !link.isResize();  // the library keeps these switches to itself
       if (isFirstProcessor) chain_.links.push_back(link);
     }
     for (ModelLink& link : chain_.links) {
@@ -196,7 +182,7 @@ void FaultRun::noteChain(const StepLog& done) {
   for (ModelLink& link : chain_.links) link.enabled = link.enabled || link.isOwn();
 }
 
-/// Which failures reach the caller, and which never do; frames are the model's matter.
+/// Demands the error that the step must give its caller. That of a frame is the model's matter.
 void FaultRun::expectCallersError(Step step) const {
   const bool withError = strike_.kind != VYSIM_FAULT_NULL;
   switch (step) {
@@ -208,7 +194,7 @@ void FaultRun::expectCallersError(Step step) const {
     case Step::kSettings:
       if (function_ == "vy_delete_filter_config_schema_list") {
         EXPECT_EQ(error_, kNoError);
-      } else if (withError && function_ != "vy_filter_get_name") {  // which is a lookup's own, or another call's
+      } else if (withError && function_ != "vy_filter_get_name") {  // some lookups drop their errors
         EXPECT_EQ(error_, injectedError(function_.c_str()));
       }
       break;
@@ -221,8 +207,8 @@ void FaultRun::expectCallersError(Step step) const {
 
 void FaultRun::expectLeft() {
   const struct {
-    const char* make;  ///< what it gives together with an error is left alone
-    const char* take;  ///< what it refuses to take back stays
+    const char* make;  ///< an object that it gives with an error is left alone
+    const char* take;  ///< an object that it refuses to take back stays
     vysim_kind kind;
   } pairs[] = {
       {"vy_create_filter", "vy_delete_filter", VYSIM_FILTER},
@@ -230,7 +216,8 @@ void FaultRun::expectLeft() {
       {"vy_device_get_device_info", "vy_delete_device_info", VYSIM_DEVICE_INFO},
       {"vy_filter_get_config_schema_list", "vy_delete_filter_config_schema_list", VYSIM_SCHEMA_LIST},
   };
-  // The registry notes which lists its filters gave out, error or not, and gives one back with the filter.
+  // The registry notes every list that its filters give out, with an error or without, and gives one back with the
+  // filter.
   const bool isNoted = strike_.call.find(": DepthResize#") != std::string::npos ||
                        strike_.call.find(": OpenNIDisparityTransform#") != std::string::npos;
   for (const auto& pair : pairs) {
@@ -254,11 +241,11 @@ void FaultRun::receive(const Frame& input, Frame output) {
     EXPECT_TRUE(output != nullptr || !(error_ == kNoError)) << "neither a frame nor an error";
   }
   EXPECT_EQ(references, expected) << "references on the input";
-  for (int i = references; i < 1 + kSpareReferences; ++i) vy_frame_add_ref(input.get(), NoFailure());
-  for (int i = references; i > 1 + kSpareReferences; --i) vy_delete_frame(input.get(), NoFailure());
+  for (int i = references; i < 1 + kSpareReferences; ++i) vysim::call(vy_frame_add_ref, input.get());
+  for (int i = references; i > 1 + kSpareReferences; --i) vysim::call(vy_delete_frame, input.get());
 }
 
-/// Holds a frame against the model; says how many references more (or fewer) are on the input.
+/// Compares a frame with the model. Returns how many references the input has gained (or lost).
 int FaultRun::expectFrame(const Frame& input, const Frame& output) {
   const ModelChain& chain = isFaultless() ? log_.back().chain : (*faultless_)[strike_.step].chain;
   const FrameModel model(chain, input, strike_.nth, strike_.kind);
@@ -271,7 +258,7 @@ int FaultRun::expectFrame(const Frame& input, const Frame& output) {
   if (output == nullptr || model.result == FrameModel::kNone) return model.inputReferences;
 
   EXPECT_EQ(vysim_frame_get_ref_count(output.get()), model.resultReferences);
-  const bool isCopy = vy_video_frame_get_width(output.get(), NoFailure()) != kStandInWidth;
+  const bool isCopy = vysim::call(vy_video_frame_get_width, output.get()) != kStandInWidth;
   EXPECT_EQ(isCopy, model.result == FrameModel::kCopy);
   EXPECT_NE(output, input);
   if (!isCopy && model.result != FrameModel::kCopy) {
@@ -294,26 +281,25 @@ class FaultSweepTest : public HostTest, public testing::WithParamInterface<std::
 
   bool modelled_ = false;
   StandIns standIns_;
-  std::uint64_t faults_ = 0;  ///< that there are
-  std::uint64_t runs_ = 0;    ///< of which were tried, and faultless ones
+  std::uint64_t faults_ = 0;  ///< found
+  std::uint64_t runs_ = 0;    ///< done, those without a fault included
 };
 
 Log FaultSweepTest::run(const SensorCase& sensor, const Strike& strike, const Log* faultless) {
   vysim_reset();
-  // Frames are told apart by number: new ones are not to get those of the inputs.
+  // Frames are told apart by number, so the numbers of the inputs must not be used again.
   for (int i = 0; i < kInputsAtMost; ++i) makeFrame();
   if (modelled_) standIns_.define();
-  Kinds before = {};
-  for (std::size_t kind = 0; kind < before.size(); ++kind) before[kind] = alive(static_cast<vysim_kind>(kind));
+  const Balance objects;
   FaultRun way(sensor, strike, faultless, modelled_);
   way.run();
-  for (std::size_t kind = 0; kind < before.size(); ++kind) {
-    const std::size_t left = alive(static_cast<vysim_kind>(kind)) - before[kind];
+  for (std::size_t i = 0; i < way.left().size(); ++i) {
+    const auto kind = static_cast<vysim_kind>(i);
+    const long left = objects.grown(kind);
     const bool isBound = !modelled_ && (kind == VYSIM_FRAME || kind == VYSIM_STREAM_PROFILE);
-    EXPECT_TRUE(left == way.left()[kind] || (isBound && left < way.left()[kind]))
-        << vysim_kind_name(static_cast<vysim_kind>(kind)) << " objects left: " << left << " instead of "
-        << way.left()[kind];
-    expectLeftBehind(static_cast<vysim_kind>(kind), left);
+    EXPECT_TRUE(left == way.left()[i] || (isBound && left < way.left()[i]))
+        << vysim_kind_name(kind) << " objects left: " << left << " instead of " << way.left()[i];
+    expectLeftBehind(kind, left);
   }
   ++runs_;
   return way.takeLog();
@@ -351,11 +337,11 @@ void FaultSweepTest::sweepFamily(bool modelled) {
   const std::vector<SensorCase> sensors = openSensors(*vysim_family_at(GetParam()));
   for (const SensorCase& sensor : sensors) {
     for (const Frame& input : sensor.inputs) {
-      for (int i = 0; i < kSpareReferences; ++i) vy_frame_add_ref(input.get(), NoFailure());
+      for (int i = 0; i < kSpareReferences; ++i) vysim::call(vy_frame_add_ref, input.get());
     }
     sweep(sensor);
     for (const Frame& input : sensor.inputs) {
-      for (int i = 0; i < kSpareReferences; ++i) vy_delete_frame(input.get(), NoFailure());
+      for (int i = 0; i < kSpareReferences; ++i) vysim::call(vy_delete_frame, input.get());
     }
   }
   std::cout << faults_ << " faults, " << runs_ << " runs\n";

@@ -1,4 +1,4 @@
-// A frame's way through a chain: which filters run, which frames are released when, how every failure ends.
+// A frame in a chain: which filters run, when frames are released, how failures end.
 #include <algorithm>
 
 #include "support/HostTest.h"
@@ -29,7 +29,7 @@ class FrameLoopTest : public HostTest {
 
 Frame makeInput(int format = VY_FORMAT_Y16, int pixelType = VY_PIXEL_DISPARITY) {
   Frame input = makeFrame(format, pixelType);
-  if (format != VY_FORMAT_RLE) vysim_frame_get_data(input.get(), NoFailure())[0] = kInputStamp;
+  if (format != VY_FORMAT_RLE) call(vysim_frame_get_data, input.get())[0] = kInputStamp;
   return input;
 }
 
@@ -93,7 +93,7 @@ TEST_F(FrameLoopTest, SwitchedOffChainsCopyTheInput) {
   EXPECT_EQ(stampOf(outcome.frame), kInputStamp);
   EXPECT_EQ(vysim_frame_get_ref_count(input.get()), 1);
 
-  EXPECT_EQ(updateConfig(processor_, {"0", "1"}), kNoError);  // the live state counts, frame by frame
+  EXPECT_EQ(updateConfig(processor_, {"0", "1"}), kNoError);  // the filter's state is asked for every frame
   EXPECT_EQ(stampOf(process(processor_, input).frame), 3);
   EXPECT_EQ(stampers_[1].runs, 1);
 }
@@ -130,7 +130,7 @@ TEST_F(FrameLoopTest, ThreeFiltersRunForSomeFormatsOnly) {
 
 TEST_F(FrameLoopTest, TheRulesLookAtTheFrameThatWentIn) {
   build(nullptr, "FrameUnpacker");
-  process(processor_, makeInput(VY_FORMAT_Y12));  // Y16 behind the first filter
+  process(processor_, makeInput(VY_FORMAT_Y12));  // the first filter makes it Y16
   EXPECT_EQ(stampers_[1].runs, 1);
   stampers_[0].format = VY_FORMAT_Y12;
   process(processor_, makeInput(VY_FORMAT_Y16));
@@ -159,36 +159,39 @@ constexpr Fault kOff2 = {"vy_filter_is_enabled", 2, kNull};
 constexpr Fault kOff3 = {"vy_filter_is_enabled", 3, kNull};
 
 const FailureCase kFailures[] = {
-    // A filter fails: the ones behind it do not run, and what it returned is handed back.
+    // A filter fails: later ones do not run, and what it returned is the result.
     {{{"vy_filter_process", 2}}, 0, "vy_filter_process", 1},
     {{{"vy_filter_process", 2, kWithResult}}, 2, "vy_filter_process", 2},
     {{{"vy_filter_process", 3}}, 0, "vy_filter_process", 2},
-    // Neither frame nor error: a copy of the input, not the frame of the filter before.
+    // A filter gives neither frame nor error: the result is a copy of the input, not the previous filter's frame.
     {{{"vy_filter_process", 1, kNull}}, kInputStamp, nullptr, 0},
     {{{"vy_filter_process", 2, kNull}}, kInputStamp, nullptr, 1},
     {{{"vy_filter_process", 2, kNull}, {"vy_create_frame_from_other_frame", 1}}, 0, nullptr, 1},
-    // A release between two filters fails: the last good frame goes back, and the release is tried once more.
+    // A release between two filters fails: the last good frame is the result, and the release is tried once more.
     {{{"vy_delete_frame", 1}}, 1, "vy_delete_frame", 1},
     {{{"vy_delete_frame", 2}}, 2, "vy_delete_frame", 2},
-    // The last release fails: reported only where no frame is at hand.
+    // The last release fails: reported only if there is no frame to return.
     {{{"vy_delete_frame", 3, kWithResult}}, 3, nullptr, 3},
     {{{"vy_filter_process", 3}, {"vy_delete_frame", 3, kWithResult}}, 0, "vy_delete_frame", 2},
     {{{"vy_filter_process", 3, kNull}, {"vy_delete_frame", 3, kWithResult}}, 0, "vy_delete_frame", 2},
     {{{"vy_filter_process", 3, kWithResult}, {"vy_delete_frame", 3, kWithResult}}, 3, "vy_filter_process", 3},
-    // Errors of queries wait for the next test: behind the next filter's work ...
+    // The error of a query shows at the next test of the slot: behind the next filter's work ...
     {{{"vy_frame_add_ref", 1, kWithResult}}, 1, "vy_frame_add_ref", 1},
-    {{{"vy_frame_add_ref", 1}}, 1, "vy_frame_add_ref", 1, 1},  // a reference that was never added is dropped
+    {{{"vy_frame_add_ref", 1}}, 1, "vy_frame_add_ref", 1, 1},  // it was never added, and is released all the same
     {{{"vy_frame_get_format", 1}}, 1, "vy_frame_get_format", 1},
-    {{{"vy_frame_get_format", 2}}, 1, "vy_frame_get_format", 1},  // the one whose value nobody needs
+    {{{"vy_frame_get_format", 2}}, 1, "vy_frame_get_format", 1},  // its value is not used
     {{{"vy_video_frame_get_pixel_type", 1}}, 1, "vy_video_frame_get_pixel_type", 1},
     {{{"vy_filter_get_name", 1}}, 1, "vy_filter_get_name", 1},
     {{{"vy_frame_get_format", 4}, {"vy_filter_process", 2, kNull}}, 0, "vy_frame_get_format", 1},
-    // ... or behind the next release. That release worked, and is repeated all the same.
+    // ... or behind the next release, which is then repeated though it worked.
     {{{"vy_filter_is_enabled", 2}}, 1, "vy_filter_is_enabled", 1, 1},
     {{{"vy_video_frame_get_pixel_type", 2}}, 1, "vy_video_frame_get_pixel_type", 1, 1},
     {{{"vy_filter_get_name", 3}}, 2, "vy_filter_get_name", 2},
-    {{{"vy_filter_is_enabled", 2}, {"vy_delete_frame", 1}}, 1, "vy_delete_frame", 1},  // the later error is told
-    // No test comes any more: never reported.
+    {{{"vy_filter_is_enabled", 2}, {"vy_delete_frame", 1}},
+     1,
+     "vy_delete_frame",
+     1},  // the caller gets the later error
+    // No test comes after it: never reported.
     {{{"vy_filter_is_enabled", 3}}, 2, nullptr, 2},
     // No filter runs.
     {{kOff1, kOff2, {"vy_filter_is_enabled", 3}}, 0, "vy_filter_is_enabled", 0},
@@ -204,7 +207,7 @@ TEST_F(FrameLoopTest, FailuresEndTheChainWithTheFrameAtHand) {
     SCOPED_TRACE(trace);
 
     Frame input = makeInput();
-    vy_frame_add_ref(input.get(), NoFailure());
+    call(vy_frame_add_ref, input.get());
     for (Stamper& stamper : stampers_) stamper.runs = 0;
     failCalls(each.faults);
     const Outcome outcome = process(processor_, input);
@@ -214,21 +217,20 @@ TEST_F(FrameLoopTest, FailuresEndTheChainWithTheFrameAtHand) {
     EXPECT_NE(outcome.frame, input);
     EXPECT_EQ(runs(), each.runs);
     EXPECT_EQ(vysim_frame_get_ref_count(input.get()), each.inputReferences);
-    if (each.inputReferences == 2) vy_delete_frame(input.get(), NoFailure());
+    if (each.inputReferences == 2) call(vy_delete_frame, input.get());
   }
 }
 
 TEST_F(FrameLoopTest, AFilterWithoutFrameOrErrorSetsTheSlotToNull) {
   build();
-  ErrorSlot stale;
-  vy_error* const former = vy_create_error(1, "stale", "nobody", "", 1);
-  *static_cast<vy_error**>(stale) = former;
+  vy_error* const stale = vy_create_error(1, "stale", "nobody", "", 1);
+  vy_error* slot = stale;
   failCall("vy_filter_process", 1, kNull);
   const Frame input = makeInput();
-  const Frame output(vy_frame_processor_process_frame(processor_.get(), input.get(), stale));
-  EXPECT_FALSE(stale.isSet());
+  const Frame output(vy_frame_processor_process_frame(processor_.get(), input.get(), &slot));
+  EXPECT_EQ(slot, nullptr);
   EXPECT_EQ(stampOf(output), kInputStamp);
-  vy_delete_error(former);
+  vy_delete_error(stale);
 }
 
 TEST_F(FrameLoopTest, AChainOfWhichNoFilterCouldBeMadeCopiesTheInput) {

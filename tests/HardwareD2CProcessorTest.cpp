@@ -7,7 +7,7 @@ namespace {
 
 constexpr VYCameraIntrinsic kIntrinsic = {600, 500, 320.5F, 200, 640, 400};
 
-/// Around a "DepthResize" that makes new frames.
+/// The filter around a "DepthResize" that makes new frames.
 class HardwareD2CProcessorTest : public HostTest {
  protected:
   HardwareD2CProcessorTest() {
@@ -15,10 +15,12 @@ class HardwareD2CProcessorTest : public HostTest {
     filter_ = std::make_unique<HardwareD2CProcessor>();
   }
   void setParams(float scale, bool applyScale) {
-    filter_->set_hardware_d2c_params(kIntrinsic, 1, scale, -10, 4, 6, -2, applyScale, true, NoFailure());
+    call([&](vy_error** error) {
+      filter_->set_hardware_d2c_params(kIntrinsic, 1, scale, -10, 4, 6, -2, applyScale, true, error);
+    });
   }
   std::string callsForAFrame() {
-    return recordCalls([&] { Frame(filter_->filter_process(input_.get(), NoFailure())); });
+    return recordCalls([&] { Frame(call(&HardwareD2CProcessor::filter_process, filter_.get(), input_.get())); });
   }
 
   Stamper stamper_ = {5};
@@ -60,8 +62,8 @@ TEST_F(HardwareD2CProcessorTest, ParametersAreAppliedOncePerSet) {
   EXPECT_EQ(configuration(), "[\"6\", \"5\", \"1.000000000\", \"-5\", \"3\", \"2\", \"-1\"])");
   EXPECT_NE(callsForAFrame().find("intrinsic: {300, 250, 160.25, 100, 320, 200}"), std::string::npos)
       << "the folded intrinsics, and folded once, are stamped on later frames";
-  failCall("vy_filter_update_config");  // swallowed
-  filter_->reset_filter(NoFailure());
+  failCall("vy_filter_update_config");  // dropped
+  call(&HardwareD2CProcessor::reset_filter, filter_.get());
   EXPECT_EQ(configuration(), "[\"0\", \"0\", \"0.000000000\", \"0\", \"0\", \"0\", \"0\"])");
   EXPECT_EQ(configuration(), "0 calls") << "not even when the host refused";
   EXPECT_NE(callsForAFrame().find("intrinsic: {0, 0, 0, 0, 0, 0}"), std::string::npos);
@@ -73,7 +75,7 @@ TEST_F(HardwareD2CProcessorTest, FailuresLeaveTheFrameThatTheyShould) {
     const char* function;
     vysim_fault fault;
     bool hasFrame;
-    std::size_t profilesLeftBehind;  // the handle is given back only when all went well
+    long profilesLeftBehind;  // the handle is given back only after success
   } cases[] = {
       {"vy_video_frame_get_width", VYSIM_FAULT_ERROR, false, 0},
       {"vy_video_frame_get_height", VYSIM_FAULT_ERROR, false, 0},
@@ -89,7 +91,7 @@ TEST_F(HardwareD2CProcessorTest, FailuresLeaveTheFrameThatTheyShould) {
   for (const auto& each : cases) {
     const LeakTolerance tolerance;
     failCall(each.function, 1, each.fault);
-    const std::size_t before = alive(VYSIM_STREAM_PROFILE);
+    const long before = alive(VYSIM_STREAM_PROFILE);
     ErrorSlot error;
     const Frame output(filter_->filter_process(input_.get(), error));
     EXPECT_EQ(error.take(), injectedError(each.function));
@@ -99,21 +101,21 @@ TEST_F(HardwareD2CProcessorTest, FailuresLeaveTheFrameThatTheyShould) {
   }
 
   ErrorSlot error;
-  failCall("vy_filter_process", 1, kNull);  // there is no profile of no frame
+  failCall("vy_filter_process", 1, kNull);  // asks a null frame for its profile
   EXPECT_EQ(filter_->filter_process(input_.get(), error), nullptr);
   EXPECT_EQ(error.take().function, "vy_frame_get_stream_profile");
   for (const char* first : {"vy_video_frame_get_width", "vy_video_frame_get_height"}) {
-    failCall(first);  // written over, and deleted
+    failCall(first);  // the next error replaces it
     failCall("vy_filter_process");
     EXPECT_EQ(filter_->filter_process(input_.get(), error), nullptr);
     EXPECT_EQ(error.take(), injectedError("vy_filter_process"));
   }
 }
 
-/// The filter as it is when its host filter is missing.
+/// The filter without the host filter inside.
 struct WithoutHostFilter : HardwareD2CProcessor {
   WithoutHostFilter() {
-    vy_delete_filter(filter_, NoFailure());
+    call(vy_delete_filter, filter_);
     filter_ = nullptr;
   }
 };
@@ -121,7 +123,7 @@ struct WithoutHostFilter : HardwareD2CProcessor {
 TEST_F(HardwareD2CProcessorTest, OtherOperations) {
   ErrorSlot error;
   EXPECT_STREQ(filter_->get_name(), "HardwareD2CProcessor");
-  EXPECT_EQ(filter_->filter_process(nullptr, NoFailure()), nullptr);
+  EXPECT_EQ(call(&HardwareD2CProcessor::filter_process, filter_.get(), nullptr), nullptr);
   EXPECT_EQ(filter_->get_filter_config_schema(error), nullptr);
   EXPECT_EQ(error.take(), ownError("the function does not support parameter retrieval", "get_filter_config_schema", 9));
   const char* arguments[] = {"640", "400", "1.0", "0", "0", "0", "0"};
@@ -137,7 +139,7 @@ TEST_F(HardwareD2CProcessorTest, OtherOperations) {
   EXPECT_EQ(error.take(), ownError("filter is nullptr", "get_filter_name"));
 }
 
-// The chain holds another filter of the library's before, which refuses the parameters.
+// Another filter of the library's stands before it in the chain, and refuses the parameters.
 TEST_F(HardwareD2CProcessorTest, ParametersReachTheFilterThroughTheChain) {
   for (const char* name : {"FrameUnpacker", "NoiseRemovalFilter", "FrameMirror", "FrameFlip", "FrameRotate"}) {
     definePassing(name);
@@ -146,7 +148,7 @@ TEST_F(HardwareD2CProcessorTest, ParametersReachTheFilterThroughTheChain) {
   const OpenDevice camera = openDevice(kSpecialOpenNI);
   const Processor depth = makeProcessor(camera.context, kDepth);
   EXPECT_EQ(updateConfig(depth, {"1", "1", "1", "0", "0"}), kNoError);  // of noise, disparity, D2C, mirror, flip
-  vy_frame_processor_set_hardware_d2c_params(depth.get(), kIntrinsic, 0, 1, -1, 2, -3, 4, true, false, NoFailure());
+  setHardwareD2C(depth, {kIntrinsic, 1, -1, 2, -3, 4, true});
   Outcome outcome;
   const std::string calls = recordCalls([&] { outcome = process(depth, input_); });
   EXPECT_EQ(outcome.error, kNoError);

@@ -1,5 +1,5 @@
-// Hosts that keep their contract to the letter and are unkind all the same. Two of the host's functions are replaced
-// for this program; the host's own are behind them.
+// Hosts that do the oddest things their contract allows. This program replaces two of the host's functions, and calls
+// the host's own from them.
 #include <dlfcn.h>
 
 #include <algorithm>
@@ -10,9 +10,9 @@
 
 namespace {
 
-bool namesAreTransient = false;  ///< every name stands in one buffer, which the next call writes over
-bool namesChange = false;        ///< a filter never says the same name twice
-vy_filter_config_schema_list_t* nextList = nullptr;  ///< what the host hands out as its next schema list, once
+bool namesAreTransient = false;                      ///< the next call overwrites a name
+bool namesChange = false;                            ///< a filter reports another name each time
+vy_filter_config_schema_list_t* nextList = nullptr;  ///< the host hands this out once as a new list
 
 template <typename Function>
 Function* hostsOwn(const char* name) {
@@ -58,30 +58,30 @@ TEST_F(HostQuirksTest, ANameLastsNoLongerThanUntilTheNextCall) {
   EXPECT_EQ(callsOf("vy_filter_process", calls).size(), 7U) << "all filters are on, and their rules let them run";
 }
 
-// Both the name and the handle have to agree. A private filter whose name does not stay the same is never found.
+// A private filter is found by its handle and its name, so one that changes its name is never found.
 TEST_F(HostQuirksTest, AFilterThatChangesItsNameIsNotFound) {
-  vy_filter_t* const filter = priv_create_filter("DisparityTransform", NoFailure());
-  priv_filter_enable(filter, true, NoFailure());
-  EXPECT_TRUE(priv_filter_is_enabled(filter, NoFailure()));
+  vy_filter_t* const filter = call(priv_create_filter, "DisparityTransform");
+  call(priv_filter_enable, filter, true);
+  EXPECT_TRUE(call(priv_filter_is_enabled, filter));
   namesChange = true;
-  EXPECT_FALSE(priv_filter_is_enabled(filter, NoFailure()));
+  EXPECT_FALSE(call(priv_filter_is_enabled, filter));
 }
 
-// A list that is out already belongs to the filter that gave it out first, until it is given back once.
+// A list belongs to the filter that gave it out first, until it is given back.
 TEST_F(HostQuirksTest, TheSameSchemaListTwice) {
-  vy_filter_t* const disparity = priv_create_filter("DisparityTransform", NoFailure());
-  vy_filter_t* const hardwareD2C = priv_create_filter("HardwareD2CProcessor", NoFailure());
+  vy_filter_t* const disparity = call(priv_create_filter, "DisparityTransform");
+  vy_filter_t* const hardwareD2C = call(priv_create_filter, "HardwareD2CProcessor");
   for (const bool disparityIsFirst : {true, false}) {
     vy_filter_t* const first = disparityIsFirst ? disparity : hardwareD2C;
     vy_filter_t* const second = disparityIsFirst ? hardwareD2C : disparity;
-    auto* const list = priv_filter_get_config_schema_list(first, NoFailure());
+    auto* const list = call(priv_filter_get_config_schema_list, first);
     nextList = list;
-    EXPECT_EQ(priv_filter_get_config_schema_list(second, NoFailure()), list);
-    // The hardware D2C filter says of every list that it is empty.
-    EXPECT_EQ(priv_filter_config_schema_list_get_count(list, NoFailure()) != 0, disparityIsFirst);
-    priv_filter_delete_config_schema_list(list, NoFailure());
-    EXPECT_EQ(priv_filter_config_schema_list_get_count(list, NoFailure()), 0U);
-    priv_filter_delete_config_schema_list(list, NoFailure());
+    EXPECT_EQ(call(priv_filter_get_config_schema_list, second), list);
+    // The hardware D2C filter calls every list empty.
+    EXPECT_EQ(call(priv_filter_config_schema_list_get_count, list) != 0, disparityIsFirst);
+    call(priv_filter_delete_config_schema_list, list);
+    EXPECT_EQ(call(priv_filter_config_schema_list_get_count, list), 0U);
+    call(priv_filter_delete_config_schema_list, list);
   }
 }
 

@@ -1,4 +1,4 @@
-// A host whose locale writes decimal commas: the resize arguments keep their point, all other numbers follow it.
+// A host whose locale has decimal commas: the resize arguments keep their point, all other numbers follow the locale.
 #include "d2c/HardwareD2CParams.h"
 #include "processor/FrameProcessor.h"
 #include "support/CommaLocale.h"
@@ -23,7 +23,7 @@ TEST_F(LocaleTest, TheScaleKeepsItsPoint) {
 
 TEST_F(LocaleTest, SchemaNumbersFollowTheLocale) {
   const auto kFloat = VY_FILTER_CONFIG_VALUE_TYPE_FLOAT;
-  // Whole and small, small, and large: each is written in a way of its own.
+  // Whole, fractional and large numbers are written by different code.
   const VYFilterConfigSchemaItem items[] = {{"limit", kFloat, 2, 0.25, 3e7, -0.5, "Limit"}};
   defineFilter({"Alpha", nullptr, false, items, 1, nullptr, nullptr});
   FilterConfig record;
@@ -31,7 +31,7 @@ TEST_F(LocaleTest, SchemaNumbersFollowTheLocale) {
   record.kind = FilterConfig::kHostFilter;
   record.exposedItems = {0};
   BasicFrameProcessor processor(nullptr, {record});
-  EXPECT_STREQ(processor.getConfigSchema(NoFailure()),
+  EXPECT_STREQ(call(&BasicFrameProcessor::getConfigSchema, &processor),
                "Alpha#0, float, 2,000000, 0,250000, 30000000,000000, -0,500000, Limit\n");
 }
 

@@ -11,10 +11,10 @@ class OpenNID2DTest : public HostTest {
   Stamper stamper_ = {5};
 };
 
-/// The filter as it is when its host filter is missing.
+/// The filter without the host filter inside.
 struct WithoutHostFilter : OpenNID2DProcessor {
   WithoutHostFilter() {
-    vy_delete_filter(filter_, NoFailure());
+    call(vy_delete_filter, filter_);
     filter_ = nullptr;
   }
 };
@@ -48,11 +48,11 @@ TEST_F(OpenNID2DTest, WithoutHostFilterOperationsReportUnderTheirOwnName) {
     EXPECT_TRUE(each.call(filter, frame.get(), error)) << each.operation;
     EXPECT_EQ(error.take(), ownError(each.message, each.operation));
   }
-  EXPECT_EQ(filter.get_filter(NoFailure()), nullptr);
+  EXPECT_EQ(call(&OpenNID2DProcessor::get_filter, &filter), nullptr);
   EXPECT_STREQ(filter.get_name(), "DisparityTransform");
-  EXPECT_EQ(filter.filter_process(nullptr, NoFailure()), nullptr) << "a null frame comes first";
-  filter.enable_filter(true, NoFailure());
-  EXPECT_TRUE(filter.is_filter_enabled(NoFailure()));
+  EXPECT_EQ(call(&OpenNID2DProcessor::filter_process, &filter, nullptr), nullptr) << "a null frame comes first";
+  call(&OpenNID2DProcessor::enable_filter, &filter, true);
+  EXPECT_TRUE(call(&OpenNID2DProcessor::is_filter_enabled, &filter));
 }
 
 TEST_F(OpenNID2DTest, NullListsAreEmptyLists) {
@@ -60,27 +60,28 @@ TEST_F(OpenNID2DTest, NullListsAreEmptyLists) {
   ErrorSlot error;
   EXPECT_EQ(filter.get_config_schema_list(nullptr, error), nullptr) << "the argument counts, not the filter inside";
   EXPECT_EQ(error.take(), ownError("filter is nullptr", "get_config_schema_list"));
-  filter.delete_config_schema_list(nullptr, NoFailure());
-  EXPECT_EQ(filter.get_config_schema_list_count(nullptr, NoFailure()), 0U);
-  EXPECT_EQ(filter.get_config_schema_list_item(nullptr, 0, NoFailure()).name, nullptr);
+  call(&OpenNID2DProcessor::delete_config_schema_list, &filter, nullptr);
+  EXPECT_EQ(call(&OpenNID2DProcessor::get_config_schema_list_count, &filter, nullptr), 0U);
+  EXPECT_EQ(call(&OpenNID2DProcessor::get_config_schema_list_item, &filter, nullptr, 0).name, nullptr);
 }
 
 TEST_F(OpenNID2DTest, NamesAndArgumentCounts) {
   OpenNID2DProcessor filter;
   EXPECT_STREQ(filter.get_name(), "DisparityTransform");
-  EXPECT_STREQ(filter.get_filter_name(NoFailure()), "Reported");
-  EXPECT_STREQ(filter.get_filter_config_schema(NoFailure()), "");
+  EXPECT_STREQ(call(&OpenNID2DProcessor::get_filter_name, &filter), "Reported");
+  EXPECT_STREQ(call(&OpenNID2DProcessor::get_filter_config_schema, &filter), "");
   const std::vector<const char*> arguments(300, "x");
-  const std::string calls =
-      recordCalls([&] { filter.update_filter_config(300, const_cast<const char**>(arguments.data()), NoFailure()); });
+  const std::string calls = recordCalls([&] {
+    call(&OpenNID2DProcessor::update_filter_config, &filter, 300, const_cast<const char**>(arguments.data()));
+  });
   EXPECT_NE(calls.find("argc: 44,"), std::string::npos) << "the low eight bits of 300";
 }
 
 TEST_F(OpenNID2DTest, FramesThatComeWithAnErrorAreReleased) {
   OpenNID2DProcessor filter;
   const Frame input = makeFrame();
-  EXPECT_EQ(stampOf(Frame(filter.filter_process(input.get(), NoFailure()))), 5);
-  EXPECT_EQ(filter.filter_process(nullptr, NoFailure()), nullptr);
+  EXPECT_EQ(stampOf(Frame(call(&OpenNID2DProcessor::filter_process, &filter, input.get()))), 5);
+  EXPECT_EQ(call(&OpenNID2DProcessor::filter_process, &filter, nullptr), nullptr);
   const std::vector<std::pair<const char*, vysim_fault>> cases[] = {
       {{"vy_filter_process", VYSIM_FAULT_ERROR}},
       {{"vy_filter_process", kWithResult}},
@@ -93,7 +94,7 @@ TEST_F(OpenNID2DTest, FramesThatComeWithAnErrorAreReleased) {
     EXPECT_EQ(error.take(), injectedError("vy_filter_process"));
   }
   failCall("vy_filter_process", 1, kNull);
-  EXPECT_EQ(filter.filter_process(input.get(), NoFailure()), nullptr);
+  EXPECT_EQ(call(&OpenNID2DProcessor::filter_process, &filter, input.get()), nullptr);
 }
 
 }  // namespace

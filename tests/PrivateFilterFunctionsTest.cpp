@@ -6,7 +6,7 @@
 
 namespace {
 
-/// With a context, which keeps the registry and its filters alive.
+/// Holds a context, which keeps the registry and its filters alive.
 class PrivateFilterFunctionsTest : public HostTest {
  protected:
   PrivateFilterFunctionsTest() : device_(openDevice(0)) {}
@@ -51,7 +51,7 @@ TEST_F(PrivateFilterFunctionsTest, NullHandlesAreErrorsUnderTheFunctionsOwnName)
   EXPECT_EQ(error.take(), ownError("config schema list is nullptr", "priv_filter_config_schema_list_get_count"));
   EXPECT_TRUE(isZero(priv_filter_config_schema_list_get_item(nullptr, 0, error)));
   EXPECT_EQ(error.take(), ownError("config schema list is nullptr", "priv_filter_config_schema_list_get_item"));
-  priv_filter_delete_config_schema_list(nullptr, NoFailure());
+  call(priv_filter_delete_config_schema_list, nullptr);
 }
 
 TEST_F(PrivateFilterFunctionsTest, CreationReportsUnderItsOwnName) {
@@ -72,19 +72,19 @@ TEST_F(PrivateFilterFunctionsTest, CreationReportsUnderItsOwnName) {
         EXPECT_EQ(error.take(), ownError("Create filter failed", function));
       }
       expectLeftBehind(VYSIM_FILTER, 1);  // the one that came with an error is the host's
-      vy_filter_t* const filter = create(name, NoFailure());
-      EXPECT_STREQ(priv_filter_get_name(filter, NoFailure()), name);  // not that of the host filter inside
-      EXPECT_STRNE(vy_filter_get_name(filter, NoFailure()), name);
-      EXPECT_FALSE(priv_filter_is_enabled(filter, NoFailure()));
+      vy_filter_t* const filter = call(create, name);
+      EXPECT_STREQ(call(priv_filter_get_name, filter), name);  // not the name of the host filter inside
+      EXPECT_STRNE(call(vy_filter_get_name, filter), name);
+      EXPECT_FALSE(call(priv_filter_is_enabled, filter));
     }
   }
 }
 
-// A handle of the host's that the library did not make: nothing happens, and only two functions have something to say.
+// A filter that the library did not make: nothing happens to it, and only priv_filter_get_name() reports an error.
 TEST_F(PrivateFilterFunctionsTest, ForeignHandlesGiveNeutralResults) {
-  vy_filter_t* const own = priv_create_filter("DisparityTransform", NoFailure());
+  vy_filter_t* const own = call(priv_create_filter, "DisparityTransform");
   ASSERT_NE(own, nullptr);
-  vy_filter_t* const foreign = vy_create_private_filter("OpenNIDisparityTransform", NoFailure());  // of the same name
+  vy_filter_t* const foreign = call(vy_create_private_filter, "OpenNIDisparityTransform");  // of the same name
   for (const auto& each : kFilterCalls) {
     ErrorSlot error;
     EXPECT_TRUE(each.call(foreign, error)) << each.function;
@@ -92,10 +92,10 @@ TEST_F(PrivateFilterFunctionsTest, ForeignHandlesGiveNeutralResults) {
     EXPECT_EQ(error.take(), isName ? ownError("failed to get filter name", "getPrivateFilterName") : kNoError)
         << each.function;
   }
-  EXPECT_FALSE(priv_filter_is_enabled(own, NoFailure())) << "a foreign handle reached another filter";
-  vy_delete_filter(foreign, NoFailure());
+  EXPECT_FALSE(call(priv_filter_is_enabled, own)) << "a foreign handle reached another filter";
+  call(vy_delete_filter, foreign);
 
-  // A dead one: the host's error stays, except where it is replaced.
+  // A dead handle: the host's error stays, unless priv_filter_get_name() replaces it.
   for (const auto& each : kFilterCalls) {
     ErrorSlot error;
     EXPECT_TRUE(each.call(foreign, error)) << each.function;
@@ -107,98 +107,99 @@ TEST_F(PrivateFilterFunctionsTest, ForeignHandlesGiveNeutralResults) {
 TEST_F(PrivateFilterFunctionsTest, CallsReachTheFilterInside) {
   const VYFilterConfigSchemaItem items[] = {{"size", VY_FILTER_CONFIG_VALUE_TYPE_INT, 0, 100, 1, 7, "Size"}};
   defineFilter({"OpenNIDisparityTransform", nullptr, true, items, 1, nullptr, nullptr});
-  vy_filter_t* const filter = priv_create_filter("DisparityTransform", NoFailure());
+  vy_filter_t* const filter = call(priv_create_filter, "DisparityTransform");
 
   const std::string switching = recordCalls([&] {
-    priv_filter_enable(filter, true, NoFailure());
-    EXPECT_TRUE(priv_filter_is_enabled(filter, NoFailure()));
-    priv_filter_enable(filter, false, NoFailure());
-    EXPECT_FALSE(priv_filter_is_enabled(filter, NoFailure()));
+    call(priv_filter_enable, filter, true);
+    EXPECT_TRUE(call(priv_filter_is_enabled, filter));
+    call(priv_filter_enable, filter, false);
+    EXPECT_FALSE(call(priv_filter_is_enabled, filter));
   });
   EXPECT_EQ(switching.find("enable"), std::string::npos) << "the host filter is not told of the switch:\n" << switching;
 
-  priv_filter_set_config_value(filter, "size", 42, NoFailure());
-  EXPECT_EQ(priv_filter_get_config_value(filter, "size", NoFailure()), 42);
-  priv_filter_reset(filter, NoFailure());
-  EXPECT_EQ(priv_filter_get_config_value(filter, "size", NoFailure()), 7);
+  call(priv_filter_set_config_value, filter, "size", 42);
+  EXPECT_EQ(call(priv_filter_get_config_value, filter, "size"), 42);
+  call(priv_filter_reset, filter);
+  EXPECT_EQ(call(priv_filter_get_config_value, filter, "size"), 7);
 
   const char* arguments[] = {"a", "b"};
-  const auto configuring = recordCalls([&] { priv_filter_update_config(filter, 2, arguments, NoFailure()); });
+  const auto configuring = recordCalls([&] { call(priv_filter_update_config, filter, 2, arguments); });
   EXPECT_EQ(callsOf("vy_filter_update_config", configuring),
             (std::vector<std::string>{"vy_filter_update_config(filter: OpenNIDisparityTransform#1, argc: 2, argv: "
                                       "[\"a\", \"b\"])"}));
 
-  vy_filter_config_schema_list_t* const list = priv_filter_get_config_schema_list(filter, NoFailure());
-  EXPECT_EQ(priv_filter_config_schema_list_get_count(list, NoFailure()), 1U);
-  EXPECT_STREQ(priv_filter_config_schema_list_get_item(list, 0, NoFailure()).name, "size");
+  vy_filter_config_schema_list_t* const list = call(priv_filter_get_config_schema_list, filter);
+  EXPECT_EQ(call(priv_filter_config_schema_list_get_count, list), 1U);
+  EXPECT_STREQ(call(priv_filter_config_schema_list_get_item, list, 0).name, "size");
   ErrorSlot error;
   EXPECT_TRUE(isZero(priv_filter_config_schema_list_get_item(list, 1, error)));
   EXPECT_TRUE(error.isSet());
-  // One that the host gave out itself.
-  vy_filter_config_schema_list_t* const foreign = vy_filter_get_config_schema_list(filter, NoFailure());
-  EXPECT_EQ(priv_filter_config_schema_list_get_count(foreign, NoFailure()), 0U);
-  EXPECT_TRUE(isZero(priv_filter_config_schema_list_get_item(foreign, 0, NoFailure())));
-  priv_filter_delete_config_schema_list(foreign, NoFailure());
-  EXPECT_EQ(alive(VYSIM_SCHEMA_LIST), 2U);
-  vy_delete_filter_config_schema_list(foreign, NoFailure());
-  priv_filter_delete_config_schema_list(list, NoFailure());
-  priv_filter_delete_config_schema_list(list, NoFailure());  // not out any more
-  EXPECT_EQ(priv_filter_config_schema_list_get_count(list, NoFailure()), 0U);
+  // A list that the host gave out itself.
+  vy_filter_config_schema_list_t* const foreign = call(vy_filter_get_config_schema_list, filter);
+  EXPECT_EQ(call(priv_filter_config_schema_list_get_count, foreign), 0U);
+  EXPECT_TRUE(isZero(call(priv_filter_config_schema_list_get_item, foreign, 0)));
+  call(priv_filter_delete_config_schema_list, foreign);
+  EXPECT_EQ(alive(VYSIM_SCHEMA_LIST), 2);
+  call(vy_delete_filter_config_schema_list, foreign);
+  call(priv_filter_delete_config_schema_list, list);
+  call(priv_filter_delete_config_schema_list, list);  // given back already
+  EXPECT_EQ(call(priv_filter_config_schema_list_get_count, list), 0U);
 
   const Frame input = makeFrame();
-  EXPECT_EQ(Frame(priv_filter_process(filter, input.get(), NoFailure())), input);
-  EXPECT_EQ(priv_filter_process(filter, nullptr, NoFailure()), nullptr);
+  EXPECT_EQ(Frame(call(priv_filter_process, filter, input.get())), input);
+  EXPECT_EQ(call(priv_filter_process, filter, nullptr), nullptr);
   EXPECT_EQ(vysim_frame_get_ref_count(input.get()), 1);
 }
 
 // The host's "DepthResize" has items; the library's filter around it has none.
 TEST_F(PrivateFilterFunctionsTest, TheD2CFilterHasNoItems) {
-  vy_filter_t* const d2c = priv_create_filter("HardwareD2CProcessor", NoFailure());
-  priv_filter_set_config_value(d2c, "Width", 1, NoFailure());
-  EXPECT_EQ(priv_filter_get_config_value(d2c, "Width", NoFailure()), 0);
-  vy_filter_config_schema_list_t* const list = priv_filter_get_config_schema_list(d2c, NoFailure());
-  EXPECT_GT(vy_filter_config_schema_list_get_count(list, NoFailure()), 0U);
-  EXPECT_EQ(priv_filter_config_schema_list_get_count(list, NoFailure()), 0U);
-  EXPECT_TRUE(isZero(priv_filter_config_schema_list_get_item(list, 0, NoFailure())));
-  // What is no list, below and above the one that is out.
+  vy_filter_t* const d2c = call(priv_create_filter, "HardwareD2CProcessor");
+  call(priv_filter_set_config_value, d2c, "Width", 1);
+  EXPECT_EQ(call(priv_filter_get_config_value, d2c, "Width"), 0);
+  vy_filter_config_schema_list_t* const list = call(priv_filter_get_config_schema_list, d2c);
+  EXPECT_GT(call(vy_filter_config_schema_list_get_count, list), 0U);
+  EXPECT_EQ(call(priv_filter_config_schema_list_get_count, list), 0U);
+  EXPECT_TRUE(isZero(call(priv_filter_config_schema_list_get_item, list, 0)));
+  // Addresses of no list, below and above the real one.
   for (std::uintptr_t address : {std::uintptr_t{1}, UINTPTR_MAX}) {
     auto* const none = reinterpret_cast<vy_filter_config_schema_list_t*>(address);
-    EXPECT_TRUE(isZero(priv_filter_config_schema_list_get_item(none, 0, NoFailure())));
-    priv_filter_delete_config_schema_list(none, NoFailure());
+    EXPECT_TRUE(isZero(call(priv_filter_config_schema_list_get_item, none, 0)));
+    call(priv_filter_delete_config_schema_list, none);
   }
-  priv_filter_delete_config_schema_list(list, NoFailure());
+  call(priv_filter_delete_config_schema_list, list);
 }
 
 TEST_F(PrivateFilterFunctionsTest, NamesOfAnyLengthAreFound) {
-  std::deque<std::string> names;  // filters made under one go on reporting it
+  std::deque<std::string> names;  // filters keep pointers to them
   for (const std::size_t length : {0U, 1U, 254U, 255U, 256U, 257U, 1000U}) {
     definePassing("OpenNIDisparityTransform", names.emplace_back(length, 'n').c_str(), true);
-    vy_filter_t* const filter = priv_create_filter("DisparityTransform", NoFailure());
-    EXPECT_STREQ(priv_filter_get_name(filter, NoFailure()), "DisparityTransform") << length;
+    vy_filter_t* const filter = call(priv_create_filter, "DisparityTransform");
+    EXPECT_STREQ(call(priv_filter_get_name, filter), "DisparityTransform") << length;
   }
 }
 
 TEST_F(PrivateFilterFunctionsTest, D2CParamsAreForTheD2CFilterOnly) {
   ErrorSlot error;
-  vy_filter_t* const disparity = priv_create_filter("DisparityTransform", NoFailure());
+  vy_filter_t* const disparity = call(priv_create_filter, "DisparityTransform");
   priv_filter_set_hardware_d2c_params(disparity, {}, 0, 1, 0, 0, 0, 0, false, false, error);
   EXPECT_EQ(error.take(), ownError("failed to convert hardware d2c processor", "setHardwareD2CParams"));
-  vy_filter_t* const d2c = priv_create_filter("HardwareD2CProcessor", NoFailure());
-  priv_filter_set_hardware_d2c_params(d2c, {}, 0, 1, 0, 0, 0, 0, false, false, NoFailure());
+  vy_filter_t* const d2c = call(priv_create_filter, "HardwareD2CProcessor");
+  priv_filter_set_hardware_d2c_params(d2c, {}, 0, 1, 0, 0, 0, 0, false, false, error);
+  EXPECT_EQ(error.take(), kNoError);
 }
 
 TEST_F(PrivateFilterFunctionsTest, DeletedFiltersLiveUntilTheLastContextIsGone) {
-  vy_filter_t* const filter = priv_create_filter("DisparityTransform", NoFailure());
-  priv_delete_filter(filter, NoFailure());
-  priv_delete_filter(filter, NoFailure());
-  EXPECT_STREQ(priv_filter_get_name(filter, NoFailure()), "DisparityTransform");
-  EXPECT_EQ(alive(VYSIM_FILTER), 1U);
+  vy_filter_t* const filter = call(priv_create_filter, "DisparityTransform");
+  call(priv_delete_filter, filter);
+  call(priv_delete_filter, filter);
+  EXPECT_STREQ(call(priv_filter_get_name, filter), "DisparityTransform");
+  EXPECT_EQ(alive(VYSIM_FILTER), 1);
   {
     const OpenDevice second = openDevice(kHalden);
     device_.context.reset();
-    EXPECT_STREQ(priv_filter_get_name(filter, NoFailure()), "DisparityTransform");
+    EXPECT_STREQ(call(priv_filter_get_name, filter), "DisparityTransform");
   }
-  EXPECT_EQ(alive(VYSIM_FILTER), 0U);
+  EXPECT_EQ(alive(VYSIM_FILTER), 0);
   device_ = openDevice(0);
   ErrorSlot error;
   EXPECT_EQ(priv_filter_get_name(filter, error), nullptr) << "a new registry knows none of the old filters";

@@ -12,7 +12,7 @@ class PrivateFilterRegistryTest : public HostTest {
   vy_filter_t* create(const char* name) {
     const std::shared_ptr<IPrivFilter> filter = registry_->createFilter(name);
     EXPECT_NE(filter, nullptr);
-    return filter != nullptr ? filter->get_filter(NoFailure()) : nullptr;
+    return filter != nullptr ? call(&IPrivFilter::get_filter, filter) : nullptr;
   }
 
   std::shared_ptr<FilterFactory> registry_ = FilterFactory::getInstance();
@@ -42,20 +42,20 @@ TEST_F(PrivateFilterRegistryTest, HandlesResolveToTheirOwnFilterOnly) {
   vy_filter_t* const other = create("HardwareD2CProcessor");
   const vy_filter_t* const handles[] = {first, second, other};
   for (const vy_filter_t* handle : handles) {
-    const std::shared_ptr<IPrivFilter> filter = registry_->getPrivateFilter(handle, NoFailure());
+    const std::shared_ptr<IPrivFilter> filter = call(&FilterFactory::getPrivateFilter, registry_, handle);
     ASSERT_NE(filter, nullptr);
-    EXPECT_EQ(filter->get_filter(NoFailure()), handle);
+    EXPECT_EQ(call(&IPrivFilter::get_filter, filter), handle);
   }
-  registry_->enablePrivateFilter(second, true, NoFailure());
-  EXPECT_FALSE(registry_->isPrivateFilterEnabled(first, NoFailure()));
-  EXPECT_TRUE(registry_->isPrivateFilterEnabled(second, NoFailure()));
+  call(&FilterFactory::enablePrivateFilter, registry_, second, true);
+  EXPECT_FALSE(call(&FilterFactory::isPrivateFilterEnabled, registry_, first));
+  EXPECT_TRUE(call(&FilterFactory::isPrivateFilterEnabled, registry_, second));
 
   // The host's name for the handle must be that of the filter: the first call asks for the one, the others for the
   // rest.
   failCall("vy_filter_get_name", 1, kNull);
-  EXPECT_EQ(registry_->getPrivateFilter(first, NoFailure()), nullptr);
+  EXPECT_EQ(call(&FilterFactory::getPrivateFilter, registry_, first), nullptr);
   failCall("vy_filter_get_name", 2, kNull);
-  EXPECT_EQ(registry_->getPrivateFilter(first, NoFailure()), nullptr);
+  EXPECT_EQ(call(&FilterFactory::getPrivateFilter, registry_, first), nullptr);
 
   ErrorSlot error;
   failCall("vy_filter_get_name");
@@ -65,22 +65,24 @@ TEST_F(PrivateFilterRegistryTest, HandlesResolveToTheirOwnFilterOnly) {
   EXPECT_EQ(registry_->getPrivateFilter(first, error), nullptr);
   EXPECT_EQ(error.take(), kNoError) << "that of a registered filter: skipped, its error deleted";
   failCall("vy_filter_get_name", 2);
-  EXPECT_NE(registry_->getPrivateFilter(second, NoFailure()), nullptr) << "the search goes on behind it";
+  EXPECT_NE(call(&FilterFactory::getPrivateFilter, registry_, second), nullptr) << "the search goes on behind it";
 }
 
 TEST_F(PrivateFilterRegistryTest, DeletingAFilterGivesBackItsFirstListOnly) {
   vy_filter_t* const filter = create("DisparityTransform");
-  vy_filter_config_schema_list_t* const first = registry_->getPrivateFilterConfigSchemaList(filter, NoFailure());
-  vy_filter_config_schema_list_t* const second = registry_->getPrivateFilterConfigSchemaList(filter, NoFailure());
+  vy_filter_config_schema_list_t* const first =
+      call(&FilterFactory::getPrivateFilterConfigSchemaList, registry_, filter);
+  vy_filter_config_schema_list_t* const second =
+      call(&FilterFactory::getPrivateFilterConfigSchemaList, registry_, filter);
   vy_filter_config_schema_list_t* const low = std::less<>()(first, second) ? first : second;
   vy_filter_config_schema_list_t* const high = low == first ? second : first;
-  registry_->deletePrivateFilter(filter, NoFailure());
-  EXPECT_EQ(registry_->getPrivateFilterConfigSchemaListCount(low, NoFailure()), 0U);
-  EXPECT_GE(registry_->getPrivateFilterConfigSchemaListCount(high, NoFailure()), 10U);
-  registry_->deletePrivateFilter(filter, NoFailure());  // the filter lives on, and gives back the next one
-  EXPECT_EQ(alive(VYSIM_SCHEMA_LIST), 0U);
-  registry_->deletePrivateFilter(filter, NoFailure());
-  EXPECT_NE(registry_->getPrivateFilter(filter, NoFailure()), nullptr);
+  call(&FilterFactory::deletePrivateFilter, registry_, filter);
+  EXPECT_EQ(call(&FilterFactory::getPrivateFilterConfigSchemaListCount, registry_, low), 0U);
+  EXPECT_GE(call(&FilterFactory::getPrivateFilterConfigSchemaListCount, registry_, high), 10U);
+  call(&FilterFactory::deletePrivateFilter, registry_, filter);  // the filter lives on, and gives back the next one
+  EXPECT_EQ(alive(VYSIM_SCHEMA_LIST), 0);
+  call(&FilterFactory::deletePrivateFilter, registry_, filter);
+  EXPECT_NE(call(&FilterFactory::getPrivateFilter, registry_, filter), nullptr);
 }
 
 }  // namespace

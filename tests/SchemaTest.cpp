@@ -108,14 +108,9 @@ TEST_F(SchemaTest, ValuesAreThoseAfterTheInitialConfiguration) {
     const OpenDevice device = openDevice(pid);
     const Processor processor = makeProcessor(device.context, kDepth);
     std::size_t found = 0;
-    for (const std::string& line : splitLines(schemaOf(processor))) {
-      for (std::size_t item = 0; item < values.size(); ++item) {
-        if (line.find("NoiseRemovalFilter#" + std::to_string(item) + ", ") != 0) continue;
-        std::size_t column = 0;
-        for (int comma = 0; comma < 5; ++comma) column = line.find(", ", column) + 2;
-        EXPECT_EQ(line.substr(column, line.find(',', column) - column), values[item]) << line;
-        ++found;
-      }
+    for (const Setting& setting : settingsOf(schemaOf(processor))) {
+      if (setting.filter() != "NoiseRemovalFilter" || setting.isSwitch()) continue;
+      EXPECT_EQ(setting.value, values.at(found++)) << setting.key;
     }
     EXPECT_EQ(found, values.size());
   }

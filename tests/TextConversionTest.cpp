@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 #include <host/commonTypes.h>
 
-#include <sstream>
+#include "support/TextModel.h"
 
 namespace {
 
@@ -20,21 +20,6 @@ TEST(TextConversionTest, OnlySpacesAreTrimmed) {
   for (const auto& [text, trimmed] : cases) EXPECT_EQ(clearHeadAndTailSpace(text), trimmed) << '"' << text << '"';
 }
 
-/// The conversion by an input stream, which cvt2Boolean does without.
-bool booleanByStream(const std::string& text, bool* out) {
-  if (text.empty()) return false;
-  std::istringstream stream(toLower(text));
-  bool value = false;
-  if (stream >> std::boolalpha >> value) {
-    *out = value;
-    return true;
-  }
-  const std::string digit = clearHeadAndTailSpace(text);
-  if (digit != "0" && digit != "1") return false;
-  *out = digit == "1";
-  return true;
-}
-
 TEST(TextConversionTest, BooleanReadsWhatAnInputStreamReads) {
   int accepted = 0;
   for (const std::string before : {"", " ", "\t", "\v\f\r\n ", "x", " -", "\xA0", "  "}) {
@@ -43,7 +28,7 @@ TEST(TextConversionTest, BooleanReadsWhatAnInputStreamReads) {
       for (const std::string after : {"", " ", "  ", "xyz", "\t", "1", "e", "\n"}) {
         const std::string text = before + word + after;
         bool expected = false, actual = false;
-        const bool isAccepted = booleanByStream(text, &expected);
+        const bool isAccepted = booleanOf(text, &expected);
         EXPECT_EQ(cvt2Boolean(text, &actual), isAccepted) << '"' << text << '"';
         EXPECT_EQ(actual, expected) << '"' << text << '"';
         bool untouched = true;

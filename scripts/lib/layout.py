@@ -14,6 +14,8 @@ INSIDE = ["src/host", "src/processor", "src/device", "src/d2c", "src/privfilter"
 
 # Each room and what it includes besides itself and the standard library: rooms, or single headers. Lowest first.
 ROOMS = {
+    # Stands in for parts of the C and C++ libraries that older ones lack.
+    "src/compat": [],
     # What everything else of the library stands on: the error slot, the host's record layouts, text conversions.
     "src/host": ["simhost/include/TavrixSDK.h", "include/vy_frame_processor.h"],
     "src/processor": ["src/host", "simhost/include/TavrixSDK.h", "include"],
@@ -40,7 +42,7 @@ ROOMS = {
 # Where includes are looked up, the file's own root first.
 ROOTS = ["src", "simhost/src", "simhost/include", "include", "tools/vycam", "tests", "bench", "fuzz"]
 # Names that were given.
-FREE_NAMES = re.compile(r"(simhost/)?include/|.*/(commonTypes|deviceInfoConfig)\.(h|cpp)$")
+FREE_NAMES = re.compile(r"(simhost/)?include/|src/compat/sys/|.*/(commonTypes|deviceInfoConfig)\.(h|cpp)$")
 
 INCLUDE = re.compile(r'\s*#\s*include\s*([<"])([^>"]+)')
 # Texts and comments. None of them begins inside another.

@@ -3,10 +3,10 @@
 # file after scripts/lib/project.sh.
 # shellcheck disable=SC2034,SC2154 # these variables are for the scripts that source this file, or from project.sh
 
-# shellcheck source=scripts/lib/armhf.sh
-source "$project_dir/scripts/lib/armhf.sh"
+# shellcheck source=scripts/lib/cross.sh
+source "$project_dir/scripts/lib/cross.sh"
 
-#   use_target native|armhf
+#   use_target native|armhf|arm64
 # Sets: preset, build (its folder), architecture (Debian's word), tools (prefix of the binutils), emulator (runs what
 # was built), cmake_target (options for builds outside the tree), compiler (for C without CMake).
 use_target() {
@@ -20,15 +20,14 @@ use_target() {
       cmake_target=()
       compiler=gcc
       ;;
-    armhf)
-      preset="package-armhf"
-      architecture=armhf
-      tools=arm-linux-gnueabihf-
-      emulator=(qemu-arm -L "$project_dir/build/armhf-sysroot")
-      cmake_target=(--toolchain "$project_dir/cmake/armhf-toolchain.cmake")
-      compiler="arm-linux-gnueabihf-gcc --sysroot=$project_dir/build/armhf-sysroot"
+    armhf | arm64)
+      use_cross_target "$target"
+      preset=package-$target
+      tools=$triplet-
+      cmake_target=(--toolchain "$project_dir/cmake/$target-toolchain.cmake")
+      compiler="$triplet-gcc --sysroot=$sysroot"
       ;;
-    *) fail "unknown target '$target'; it is native or armhf" ;;
+    *) fail "unknown target '$target'; it is native, armhf or arm64" ;;
   esac
   build=$project_dir/build/$preset
   library=$build/lib/libvy_frame_processor.so
@@ -37,10 +36,7 @@ use_target() {
 # Installs what the target's build needs and the further packages given, and builds.
 build_package_preset() {
   install_packages "${build_packages[@]}" "$@"
-  if [ "$target" = armhf ]; then
-    install_packages "${armhf_packages[@]}"
-    armhf_sysroot
-  fi
+  [ "$target" = native ] || prepare_cross_target
   build_preset "$preset"
 }
 

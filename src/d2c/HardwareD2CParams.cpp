@@ -2,6 +2,7 @@
 #include "d2c/HardwareD2CParams.h"
 
 #include <algorithm>
+#include <cfloat>
 #include <cinttypes>
 #include <cmath>
 #include <cstddef>
@@ -9,6 +10,10 @@
 #include <cstring>
 
 #include "d2c/Saturate.h"
+
+// 32-bit x86 computes in a wider type unless told otherwise, and a size comes out as another one.
+static_assert(FLT_EVAL_METHOD == 0,
+              "float has to be computed as float: on 32-bit x86 compile with -msse2 -mfpmath=sse");
 
 namespace {
 

@@ -74,7 +74,7 @@ const FilterFactory::RegisteredFilter* FilterFactory::findRegistered(const vy_fi
   // The host's text need not outlive the next host call, so the name is copied; only one that is longer than any of the
   // host's own takes memory.
   const std::size_t size = std::strlen(reported) + 1;
-  alignas(64) char shortName[256];
+  alignas(64) char shortName[256];  // comparing a text that crosses a cache line costs more
   const std::unique_ptr<char[]> longName(size > sizeof shortName ? new char[size] : nullptr);
   char* const name = longName != nullptr ? longName.get() : shortName;
   std::memcpy(name, reported, size);

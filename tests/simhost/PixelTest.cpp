@@ -1,4 +1,4 @@
-// The pixel functions of the simulated host, each held against a slow and obvious way to the same result.
+// The pixel functions of the simulated host, each against a slow and obvious way to the same result.
 #include <gtest/gtest.h>
 
 #include <cmath>

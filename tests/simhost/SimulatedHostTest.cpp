@@ -1,4 +1,4 @@
-// The simulated host's own promises: what tests of the frame processor library rely on.
+// What tests of the frame processor library rely on in the simulated host.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -8,38 +8,28 @@
 #include <vector>
 
 #include "support/CommaLocale.h"
-#include "tavrix_sim.h"
+#include "tavrix_sim.hpp"
 
 namespace {
 
-/// The error slot of a call, for its outcome; the error is deleted with it.
-struct Slot {
-  ~Slot() { vy_delete_error(error); }
-  operator vy_error**() { return &error; }
-  std::string message() const { return vy_error_get_message(error); }
-  std::string function() const { return vy_error_get_function(error); }
-  int type() const { return vy_error_get_exception_type(error); }
-
-  vy_error* error = nullptr;
-};
+using namespace vysim;
 
 constexpr int kDeadObject = 3, kInvalidValue = 4, kWrongObject = 5, kNotFound = 6, kUnsuitableFrame = 7, kInjected = 8;
 
-vy_filter_t* makeFilter(const char* name, bool isPrivate = false) {
-  Slot slot;
-  vy_filter_t* filter = isPrivate ? vy_create_private_filter(name, slot) : vy_create_filter(name, slot);
-  EXPECT_EQ(slot.error, nullptr) << slot.message();
-  return filter;
+Filter makeFilter(const char* name, bool isPrivate = false) {
+  return Filter(call(isPrivate ? vy_create_private_filter : vy_create_filter, name));
 }
 
-vy_frame_t* makeFrame(VYFormat format = VY_FORMAT_Y16, VYPixelType type = VY_PIXEL_DISPARITY, uint32_t width = 6,
-                      uint32_t height = 4) {
-  return vysim_create_frame(width, height, format, type, nullptr);
+Frame makeFrame(VYFormat format = VY_FORMAT_Y16, VYPixelType type = VY_PIXEL_DISPARITY) {
+  return Frame(call(vysim_create_frame, 6U, 4U, format, type));
 }
 
 class SimulatedHost : public testing::Test {
  protected:
-  SimulatedHost() { vysim_reset(); }
+  SimulatedHost() {
+    onRefusal = [](const Error& error) { ADD_FAILURE() << error.function << ": " << error.message; };
+    vysim_reset();
+  }
   ~SimulatedHost() override {
     vysim_reset();
     for (int kind = 0; kind < VYSIM_KIND_COUNT; ++kind) {
@@ -48,7 +38,7 @@ class SimulatedHost : public testing::Test {
   }
 };
 
-// Every function that takes a handle as its first argument. The calls that delete come last.
+/// A function that takes a handle as its first argument.
 struct HandleCall {
   const char* function;
   vysim_kind kind;
@@ -61,12 +51,10 @@ HandleCall on(vysim_kind kind, const char* name, Result (*function)(Handle*, Par
 }
 
 vy_frame_t* mirrorFrame(const vy_frame_t* frame, vy_error** error) {
-  vy_filter_t* mirror = makeFilter("FrameMirror");
-  vy_frame_t* mirrored = vy_filter_process(mirror, frame, error);
-  vy_delete_filter(mirror, nullptr);
-  return mirrored;
+  return vy_filter_process(makeFilter("FrameMirror").get(), frame, error);
 }
 
+/// All of them; those that delete come last.
 std::vector<HandleCall> handleCalls() {
   const vysim_kind device = VYSIM_DEVICE, info = VYSIM_DEVICE_INFO, filter = VYSIM_FILTER, list = VYSIM_SCHEMA_LIST,
                    frame = VYSIM_FRAME, profile = VYSIM_STREAM_PROFILE;
@@ -112,120 +100,107 @@ std::vector<HandleCall> handleCalls() {
 }
 
 TEST_F(SimulatedHost, RefusesNullWrongAndDeadHandles) {
-  vy_device_t* device = vysim_create_device(1, 2);
-  vy_frame_t* frame = makeFrame();
-  vy_filter_t* rotate = makeFilter("FrameRotate");
+  const Device device(vysim_create_device(1, 2));
+  const Frame frame = makeFrame();
+  vy_filter_t* const rotate = makeFilter("FrameRotate").release();
   void* const dead[] = {vysim_create_device(1, 2),
-                        vy_device_get_device_info(device, nullptr),
+                        call(vy_device_get_device_info, device.get()),
                         rotate,
-                        vy_filter_get_config_schema_list(rotate, nullptr),
-                        makeFrame(),
-                        vy_frame_get_stream_profile(frame, nullptr)};  // in the order of vysim_kind
+                        call(vy_filter_get_config_schema_list, rotate),
+                        makeFrame().release(),
+                        call(vy_frame_get_stream_profile, frame.get())};  // in the order of vysim_kind
   for (const HandleCall& each : handleCalls()) {
     if (std::string(each.function).find("delete") != std::string::npos) each.call(dead[each.kind], nullptr);
   }
   for (const HandleCall& each : handleCalls()) {
-    void* const wrong = each.kind == VYSIM_DEVICE ? static_cast<void*>(frame) : device;
+    void* const wrong = each.kind == VYSIM_DEVICE ? static_cast<void*>(frame.get()) : device.get();
     for (const auto& [handle, type] : {std::pair<void*, int>(nullptr, kInvalidValue), std::pair(wrong, kWrongObject),
                                        std::pair(dead[each.kind], kDeadObject)}) {
-      Slot slot;
+      ErrorSlot slot;
       each.call(handle, slot);
-      EXPECT_EQ(slot.type(), type) << each.function << ": " << slot.message();
-      EXPECT_EQ(slot.function(), each.function);
+      const Error error = slot.take();
+      EXPECT_EQ(error.exceptionType, type) << each.function << ": " << error.message;
+      EXPECT_EQ(error.function, each.function);
       each.call(handle, nullptr);  // an error that nobody wants is dropped
     }
   }
   auto* deadFrame = static_cast<vy_frame_t*>(dead[VYSIM_FRAME]);
   EXPECT_EQ(vysim_frame_get_ref_count(deadFrame), 0);
-  for (int i = 0; i < 256; ++i) vy_delete_frame(makeFrame(), nullptr);  // it stays dead while others come and go
-  Slot slot;
+  for (int i = 0; i < 256; ++i) makeFrame();  // it stays dead while others come and go
+  ErrorSlot slot;
   EXPECT_EQ(vy_video_frame_get_width(deadFrame, slot), 0U);
-  EXPECT_EQ(slot.message(), "frame is dead: frame#2 was deleted before");
-  vy_delete_frame(frame, nullptr);
-  vysim_delete_device(device, nullptr);
+  EXPECT_EQ(slot.take().message, "frame is dead: frame#2 was deleted before");
 }
 
 TEST_F(SimulatedHost, CountsReferencesAcrossThreads) {
-  vy_frame_t* frame = makeFrame();
+  const Frame frame = makeFrame();
   std::vector<std::thread> threads;
   for (int i = 0; i < 4; ++i) {
-    threads.emplace_back([frame] {
+    threads.emplace_back([&frame] {
       for (int n = 0; n < 5000; ++n) {
-        vy_frame_add_ref(frame, nullptr);
-        vy_delete_frame(makeFrame(), nullptr);
-        vy_delete_frame(frame, nullptr);
+        call(vy_frame_add_ref, frame.get());
+        makeFrame();
+        call(vy_delete_frame, frame.get());
       }
     });
   }
   for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(vysim_frame_get_ref_count(frame), 1);
-  vy_delete_frame(frame, nullptr);
+  EXPECT_EQ(vysim_frame_get_ref_count(frame.get()), 1);
 }
 
 TEST_F(SimulatedHost, FramesMadeFromOthersHaveProfilesOfTheirOwn) {
-  vy_frame_t* frame = makeFrame(VY_FORMAT_Y16, VY_PIXEL_DEPTH);
-  vysim_frame_get_data(frame, nullptr)[0] = 7;
-  vy_filter_t* resize = makeFilter("DepthResize", true);  // unconfigured: passes frames on, but never the very same one
-  vy_frame_t* copies[] = {vy_create_frame_from_other_frame(frame, true, nullptr),
-                          vy_create_frame_from_other_frame(frame, false, nullptr),
-                          vy_filter_process(resize, frame, nullptr)};
+  const Frame frame = makeFrame(VY_FORMAT_Y16, VY_PIXEL_DEPTH);
+  call(vysim_frame_get_data, frame.get())[0] = 7;
+  const Filter resize = makeFilter("DepthResize", true);  // makes a new frame though it is not configured
+  const Frame copies[] = {Frame(call(vy_create_frame_from_other_frame, frame.get(), true)),
+                          Frame(call(vy_create_frame_from_other_frame, frame.get(), false)),
+                          Frame(call(vy_filter_process, resize.get(), frame.get()))};
   const int firstBytes[] = {7, 0, 7};
-  vy_stream_profile_t* original = vy_frame_get_stream_profile(frame, nullptr);
   for (int i = 0; i < 3; ++i) {
-    EXPECT_EQ(vysim_frame_get_data(copies[i], nullptr)[0], firstBytes[i]);
-    vy_stream_profile_t* profile = vy_frame_get_stream_profile(copies[i], nullptr);
-    vy_video_stream_profile_set_intrinsic(profile, {1, 1, 1, 1, 1, 1}, nullptr);
-    vy_delete_stream_profile(profile, nullptr);
-    vy_delete_frame(copies[i], nullptr);
+    EXPECT_EQ(call(vysim_frame_get_data, copies[i].get())[0], firstBytes[i]);
+    const StreamProfile profile(call(vy_frame_get_stream_profile, copies[i].get()));
+    call(vy_video_stream_profile_set_intrinsic, profile.get(), VYCameraIntrinsic{1, 1, 1, 1, 1, 1});
   }
-  EXPECT_EQ(vy_video_stream_profile_get_intrinsic(original, nullptr).width, 6);
-  vy_delete_stream_profile(original, nullptr);
-  vy_delete_filter(resize, nullptr);
-  vy_delete_frame(frame, nullptr);
+  const StreamProfile original(call(vy_frame_get_stream_profile, frame.get()));
+  EXPECT_EQ(call(vy_video_stream_profile_get_intrinsic, original.get()).width, 6);
 }
 
 TEST_F(SimulatedHost, CarriesOutOrdersToFail) {
-  vy_frame_t* frame = makeFrame();
+  Frame frame = makeFrame();
   vysim_fail_call("vy_video_frame_get_width", 2, VYSIM_FAULT_ERROR);
   vysim_fail_call("vy_video_frame_get_height", 1, VYSIM_FAULT_NULL);
   vysim_fail_call("vy_create_frame_from_other_frame", 1, VYSIM_FAULT_ERROR_WITH_RESULT);
-  EXPECT_EQ(vy_video_frame_get_width(frame, nullptr), 6U);
-  Slot refused;
-  EXPECT_EQ(vy_video_frame_get_width(frame, refused), 0U);
-  EXPECT_EQ(refused.type(), kInjected);
-  EXPECT_EQ(std::string(vy_error_get_args(refused.error)), "frame: frame#1");
-  Slot silent;
-  EXPECT_EQ(vy_video_frame_get_height(frame, silent), 0U);
-  EXPECT_EQ(silent.error, nullptr);
-  Slot both;
-  vy_frame_t* copy = vy_create_frame_from_other_frame(frame, true, both);
-  EXPECT_TRUE(copy && both.type() == kInjected);
+  EXPECT_EQ(call(vy_video_frame_get_width, frame.get()), 6U);
+  ErrorSlot slot;
+  EXPECT_EQ(vy_video_frame_get_width(frame.get(), slot), 0U);
+  const Error refused = slot.take();
+  EXPECT_EQ(refused.exceptionType, kInjected);
+  EXPECT_EQ(refused.args, "frame: frame#1");
+  EXPECT_EQ(call(vy_video_frame_get_height, frame.get()), 0U);
+  Frame copy(vy_create_frame_from_other_frame(frame.get(), true, slot));
+  EXPECT_TRUE(copy != nullptr && slot.take().exceptionType == kInjected);
 
   vysim_fail_call(nullptr, 1, VYSIM_FAULT_ERROR);
   vy_delete_error(vy_create_error(1, "m", "f", "a", 4));  // these two cannot fail, so the order waits for the next call
-  Slot any;
-  vy_delete_frame(copy, any);
-  EXPECT_EQ(any.type(), kInjected);
+  vy_delete_frame(copy.get(), slot);
+  EXPECT_EQ(slot.take().exceptionType, kInjected);
   EXPECT_EQ(vysim_fail_count(), 4U);
-  vy_delete_frame(copy, nullptr);
-  vy_delete_frame(frame, nullptr);
 }
 
 TEST_F(SimulatedHost, RecordsCountsAndTimesCalls) {
-  vy_frame_t* frame = makeFrame();
-  vy_filter_t* rotate = makeFilter("FrameRotate");
+  const Frame frame = makeFrame();
+  Filter rotate = makeFilter("FrameRotate");
   vysim_record_start();
   vysim_count_calls(true);
   vysim_timing_start();
   const char* angle[] = {"90"};
-  vy_filter_update_config(rotate, 1, angle, nullptr);
-  vy_frame_t* turned = vy_filter_process(rotate, frame, nullptr);
-  vy_filter_set_config_value(rotate, nullptr, 0.5, nullptr);
+  call(vy_filter_update_config, rotate.get(), uint8_t{1}, angle);
+  vy_frame_t* const turned = call(vy_filter_process, rotate.get(), frame.get());
+  vy_filter_set_config_value(rotate.get(), nullptr, 0.5, nullptr);
   vy_delete_frame(turned, nullptr);
   vy_delete_frame(turned, nullptr);
   vysim_record_stop();
-  vy_delete_filter(rotate, nullptr);
-  vy_delete_frame(frame, nullptr);
+  rotate.reset();
 
   const char* expected[] = {"vy_filter_update_config(filter: FrameRotate#1, argc: 1, argv: [\"90\"])",
                             "vy_filter_process(filter: FrameRotate#1, frame: frame#1)",
@@ -233,8 +208,8 @@ TEST_F(SimulatedHost, RecordsCountsAndTimesCalls) {
                             "vy_delete_frame(frame: frame#2)", "vy_delete_frame(frame: frame#2 (dead))"};
   for (size_t i = 0; i < std::size(expected); ++i) EXPECT_STREQ(vysim_record_at(i), expected[i]);
   EXPECT_EQ(vysim_record_count(), std::size(expected));
-  EXPECT_EQ(vysim_call_count("vy_delete_frame"), 3U);
-  EXPECT_EQ(vysim_call_count(nullptr), 7U);
+  EXPECT_EQ(vysim_call_count("vy_delete_frame"), 2U);
+  EXPECT_EQ(vysim_call_count(nullptr), 6U);
   EXPECT_EQ(vysim_timing_filter_count(), 1U);
   EXPECT_EQ(vysim_timing_filter_at(0).calls, 1U);
 }
@@ -243,7 +218,7 @@ TEST_F(SimulatedHost, FiltersRefuseSettingsThatMakeNoSense) {
   const struct {
     const char* filter;
     bool isPrivate;
-    std::vector<const char*> arguments;  // none: the item is set
+    std::vector<const char*> arguments;  // if empty, the item is set instead
     const char* item;
     double value;
     const char* messagePart;
@@ -263,37 +238,35 @@ TEST_F(SimulatedHost, FiltersRefuseSettingsThatMakeNoSense) {
       {"DepthResize", true, {"4294967295", "48", "1", "0", "0", "0", "0"}, nullptr, 0, "OutputWidth"},
   };
   for (const auto& each : refusals) {
-    vy_filter_t* filter = makeFilter(each.filter, each.isPrivate);
-    Slot slot;
+    const Filter filter = makeFilter(each.filter, each.isPrivate);
+    ErrorSlot slot;
     std::vector<const char*> arguments = each.arguments;
     if (arguments.empty()) {
-      vy_filter_set_config_value(filter, each.item, each.value, slot);
+      vy_filter_set_config_value(filter.get(), each.item, each.value, slot);
     } else {
-      vy_filter_update_config(filter, static_cast<uint8_t>(arguments.size()), arguments.data(), slot);
+      vy_filter_update_config(filter.get(), static_cast<uint8_t>(arguments.size()), arguments.data(), slot);
     }
-    EXPECT_NE(slot.message().find(each.messagePart), std::string::npos) << each.filter << ": " << slot.message();
-    vy_filter_config_schema_list_t* list = vy_filter_get_config_schema_list(filter, nullptr);
-    for (uint32_t i = 0; i < vy_filter_config_schema_list_get_count(list, nullptr); ++i) {
-      const VYFilterConfigSchemaItem item = vy_filter_config_schema_list_get_item(list, i, nullptr);
-      EXPECT_EQ(vy_filter_get_config_value(filter, item.name, nullptr), double{item.def}) << item.name;
+    const std::string message = slot.take().message;
+    EXPECT_NE(message.find(each.messagePart), std::string::npos) << each.filter << ": " << message;
+    const SchemaList list(call(vy_filter_get_config_schema_list, filter.get()));
+    for (uint32_t i = 0; i < call(vy_filter_config_schema_list_get_count, list.get()); ++i) {
+      const VYFilterConfigSchemaItem item = call(vy_filter_config_schema_list_get_item, list.get(), i);
+      EXPECT_EQ(call(vy_filter_get_config_value, filter.get(), item.name), double{item.def}) << item.name;
     }
-    vy_delete_filter_config_schema_list(list, nullptr);
-    vy_delete_filter(filter, nullptr);
   }
 }
 
 TEST_F(SimulatedHost, ArgumentTextsHaveAPointWhateverTheLocale) {
   const CommaLocale locale;
   if (!locale.isSet()) GTEST_SKIP() << "no German locale here: install the package locales";
-  vy_filter_t* resize = makeFilter("DepthResize", true);
+  const Filter resize = makeFilter("DepthResize", true);
   for (const auto& [scale, isNumber] : {std::pair("1.500000000", true), std::pair("0,5", false)}) {
     const char* arguments[] = {"64", "48", scale, "0", "0", "0", "0"};
-    Slot slot;
-    vy_filter_update_config(resize, 7, arguments, slot);
-    EXPECT_EQ(slot.error == nullptr, isNumber) << slot.message();
-    EXPECT_EQ(vy_filter_get_config_value(resize, "Scale", nullptr), 1.5) << "after " << scale;
+    ErrorSlot slot;
+    vy_filter_update_config(resize.get(), 7, arguments, slot);
+    EXPECT_EQ(slot.isSet(), !isNumber) << slot.take().message;
+    EXPECT_EQ(call(vy_filter_get_config_value, resize.get(), "Scale"), 1.5) << "after " << scale;
   }
-  vy_delete_filter(resize, nullptr);
 }
 
 TEST_F(SimulatedHost, FiltersRefuseFramesThatTheyCannotWorkOn) {
@@ -316,18 +289,15 @@ TEST_F(SimulatedHost, FiltersRefuseFramesThatTheyCannotWorkOn) {
                {"FrameRotate", false, VY_FORMAT_Y14, VY_PIXEL_INTENSITY},
                {"DepthResize", true, VY_FORMAT_Y11, VY_PIXEL_DEPTH}};
   for (const auto& each : cases) {
-    vy_filter_t* filter = makeFilter(each.filter, each.isPrivate);
-    vy_frame_t* frame = makeFrame(each.format, each.type);
-    Slot slot;
-    EXPECT_EQ(vy_filter_process(filter, frame, slot), nullptr);
-    EXPECT_EQ(slot.type(), kUnsuitableFrame) << each.filter << ": " << slot.message();
-    vy_delete_frame(frame, nullptr);
-    vy_delete_filter(filter, nullptr);
-    Slot wrongWay;
-    EXPECT_EQ(
-        each.isPrivate ? vy_create_filter(each.filter, wrongWay) : vy_create_private_filter(each.filter, wrongWay),
-        nullptr);
-    EXPECT_EQ(wrongWay.type(), kNotFound) << each.filter;
+    const Filter filter = makeFilter(each.filter, each.isPrivate);
+    const Frame frame = makeFrame(each.format, each.type);
+    ErrorSlot slot;
+    EXPECT_EQ(vy_filter_process(filter.get(), frame.get(), slot), nullptr);
+    const Error error = slot.take();
+    EXPECT_EQ(error.exceptionType, kUnsuitableFrame) << each.filter << ": " << error.message;
+    const auto otherWay = each.isPrivate ? vy_create_filter : vy_create_private_filter;
+    EXPECT_EQ(otherWay(each.filter, slot), nullptr);
+    EXPECT_EQ(slot.take().exceptionType, kNotFound) << each.filter;
   }
 }
 
@@ -339,19 +309,15 @@ TEST_F(SimulatedHost, DefinedFiltersReplaceBuiltInOnesUntilReset) {
     *error = vy_create_error(1, "mine alone", "process", "", 9);
     return nullptr;
   };
-  vysim_define_filter(&definition, nullptr);
-  vy_filter_t* filter = makeFilter("FrameMirror");
+  call(vysim_define_filter, &definition);
+  const Filter filter = makeFilter("FrameMirror");
   vysim_reset();
-  vy_filter_t* builtIn = makeFilter("FrameMirror");
-  EXPECT_STREQ(vy_filter_get_name(filter, nullptr), "Mine");
-  EXPECT_STREQ(vy_filter_get_name(builtIn, nullptr), "FrameMirror");
-  vy_frame_t* frame = makeFrame();
-  Slot slot;
-  EXPECT_EQ(vy_filter_process(filter, frame, slot), nullptr);
-  EXPECT_EQ(slot.message(), "mine alone");
-  vy_delete_frame(frame, nullptr);
-  vy_delete_filter(builtIn, nullptr);
-  vy_delete_filter(filter, nullptr);
+  const Filter builtIn = makeFilter("FrameMirror");
+  EXPECT_STREQ(call(vy_filter_get_name, filter.get()), "Mine");
+  EXPECT_STREQ(call(vy_filter_get_name, builtIn.get()), "FrameMirror");
+  ErrorSlot slot;
+  EXPECT_EQ(vy_filter_process(filter.get(), makeFrame().get(), slot), nullptr);
+  EXPECT_EQ(slot.take().message, "mine alone");
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Replaces operator new. In an archive of its own, as the linker can hide the symbols of archives only.
+// Replaces operator new. It is an archive of its own because the linker can only hide the symbols of archives.
 #include "support/FailingNew.h"
 
 #include <cstdlib>
@@ -7,7 +7,7 @@
 thread_local Allocations allocations;
 thread_local std::int64_t piecesAlive = 0;
 
-// The other forms of new and delete are made of these.
+// The other forms call these; a sanitizer has its own for arrays, so those stand here, too.
 void* operator new(std::size_t size) {
   if (allocations.watched && ++allocations.count == allocations.failing) throw std::bad_alloc();
   void* const memory = std::malloc(size != 0 ? size : 1);
@@ -20,5 +20,14 @@ void operator delete(void* memory) noexcept {
   std::free(memory);
 }
 void operator delete(void* memory, std::size_t /*size*/) noexcept {
+  operator delete(memory);
+}
+void* operator new[](std::size_t size) {
+  return operator new(size);
+}
+void operator delete[](void* memory) noexcept {
+  operator delete(memory);
+}
+void operator delete[](void* memory, std::size_t /*size*/) noexcept {
   operator delete(memory);
 }

@@ -5,7 +5,7 @@
 
 namespace {
 
-constexpr int kDeadObject = 3;  // exception types of the simulated host's own refusals
+constexpr int kDeadObject = 3;  // exception types of the simulated host
 constexpr int kInvalidValue = 4;
 constexpr int kInjected = 8;
 
@@ -15,15 +15,15 @@ constexpr int kInput = 0;
 
 FrameModel::FrameModel(const ModelChain& chain, const Frame& input, std::uint64_t failing, vysim_fault fault)
     : chain_(chain),
-      format_(static_cast<int>(vy_frame_get_format(input.get(), NoFailure()))),
-      pixelType_(static_cast<int>(vy_video_frame_get_pixel_type(input.get(), NoFailure()))),
+      format_(static_cast<int>(vysim::call(vy_frame_get_format, input.get()))),
+      pixelType_(static_cast<int>(vysim::call(vy_video_frame_get_pixel_type, input.get()))),
       failing_(failing),
       fault_(fault),
       frames_{{kInput, 0}} {
   run();
 }
 
-/// A host call. `refusal` is the host's own exception type for an argument that cannot be, 0 for good arguments.
+/// A host call. `refusal` is the exception type with which the host refuses its arguments, 0 for good ones.
 FrameModel::Outcome FrameModel::call(const std::string& function, const std::string& object, int refusal) {
   calls += function + " " + object + "\n";
   const bool struck = ++callCount_ == failing_;
@@ -70,7 +70,7 @@ bool FrameModel::admitsInput(const ModelLink& link, ErrorOrigin& slot) {
   const int pixelType = call("vy_video_frame_get_pixel_type", frameName(kInput), slot).done ? pixelType_ : 0;
   if (link.isOwn()) {
     if (!find(link, slot)) slot = {"getPrivateFilterName", kInvalidValue};
-    return true;  // under no name is it among those with a rule
+    return true;  // the library's own filters have no format rule
   }
   if (!call("vy_filter_get_name", link.label, slot).done) return true;
   const std::string name = link.hostName();
@@ -100,7 +100,8 @@ int FrameModel::processByOwn(const ModelLink& link, int maker, int frame, ErrorO
   return product;
 }
 
-/// The colour geometry on the product; the first failure ends it and leaves the profile's handle behind.
+/// Writes the colour geometry to a frame's profile. The first failure ends it, and the profile's handle is not given
+/// back.
 void FrameModel::stamp(int frame, ErrorOrigin& slot) {
   const bool obtained =
       call("vy_frame_get_stream_profile", frameName(frame), slot, frame == kNone ? kInvalidValue : 0).done;

@@ -12,18 +12,18 @@ struct ModelLink {
 
   std::string hostName() const { return label.substr(0, label.find('#')); }
   bool isResize() const { return hostName() == "DepthResize"; }
-  /// The library's own filters go by the handle of the host filter inside them.
+  /// One of the library's own filters; its handle is that of the host filter inside.
   bool isOwn() const { return isResize() || hostName() == "OpenNIDisparityTransform"; }
 };
 
-/// What a frame finds: the chain of its processor, and all host filters inside the registry's filters, oldest first.
+/// The chain that a frame goes through, and the host filters inside all of the registry's filters, oldest first.
 struct ModelChain {
   std::vector<ModelLink> links;
   std::vector<std::string> registry;
   bool resizeIsConfigured = false;
 };
 
-/// Where an error object comes from, told by the function and the host's exception type; empty for none.
+/// The function and exception type of an error; empty for none.
 struct ErrorOrigin {
   std::string function;
   int type = 0;
@@ -31,23 +31,22 @@ struct ErrorOrigin {
   bool isSet() const { return !function.empty(); }
 };
 
-/// The rules for one frame, written a second time and without memory to manage: which host calls are made, which frame
-/// and which error come out, and who holds references in the end, when the nth call of the host goes wrong. Every
-/// filter is taken for one that makes a new frame of whatever it is given.
+/// The rules for one frame, written a second time: which host calls are made, which frame and error come out, and how
+/// many references remain, when the nth host call fails. Every filter makes a new frame of any input.
 class FrameModel {
  public:
   static constexpr int kNone = -1;  ///< no frame
-  static constexpr int kCopy = 0;   ///< the copy of the input; else the number of the filter in the chain, from 1
+  static constexpr int kCopy = 0;   ///< the copy of the input; filters count from 1
 
   FrameModel(const ModelChain& chain, const Frame& input, std::uint64_t failing, vysim_fault fault);
 
   std::string calls;  ///< one a line, in the form of canonicalCalls()
   int result = kNone;
   ErrorOrigin error;
-  int inputReferences = 0;  ///< more or (negative) fewer on the input than before
+  int inputReferences = 0;  ///< gained on the input; negative for lost
   int resultReferences = 0;
-  std::size_t framesLeft = 0;    ///< that nobody will release
-  std::size_t profilesLeft = 0;  ///< the same
+  long framesLeft = 0;    ///< that nobody will release
+  long profilesLeft = 0;  ///< whose handle nobody will give back
 
  private:
   struct Outcome {
@@ -82,6 +81,6 @@ class FrameModel {
   std::vector<Product> frames_;  ///< the input is the first
 };
 
-/// Recorded calls in the form in which they are compared: frames by order of appearance, other arguments than objects
-/// and the handling of error objects left out.
+/// Recorded calls in the form in which they are compared: frames are numbered as they appear, and arguments that are no
+/// objects, and calls on error objects, are left out.
 std::string canonicalCalls(const std::vector<std::string>& records);

@@ -1,52 +1,60 @@
 #include "support/HostTest.h"
 
-#include <sstream>
+#include <tuple>
 
-std::ostream& operator<<(std::ostream& out, const ErrorText& error) {
+bool vysim::operator==(const Error& a, const Error& b) {
+  return std::tie(a.status, a.message, a.function, a.exceptionType) ==
+         std::tie(b.status, b.message, b.function, b.exceptionType);
+}
+
+std::ostream& vysim::operator<<(std::ostream& out, const Error& error) {
   if (error == kNoError) return out << "no error";
   return out << '"' << error.message << "\" from " << error.function << ", status " << error.status << ", type "
              << error.exceptionType;
 }
 
-ErrorText ownError(const char* message, const char* function, int exceptionType) {
-  return {1, message, function, exceptionType};
+Error ownError(const char* message, const char* function, int exceptionType) {
+  return {1, message, function, "", exceptionType};
 }
 
-ErrorText injectedError(const char* function) {
-  return {1, "injected fault", function, 8};
+Error injectedError(const char* function) {
+  return {1, "injected fault", function, "", 8};
 }
 
-ErrorText ErrorSlot::take() {
-  if (error_ == nullptr) return kNoError;
-  ErrorText text = {vy_error_get_status(error_), vy_error_get_message(error_), vy_error_get_function(error_),
-                    vy_error_get_exception_type(error_)};
-  vy_delete_error(error_);
-  error_ = nullptr;
-  return text;
+void expectNoRefusals() {
+  vysim::onRefusal = [](const Error& error) { ADD_FAILURE() << "an object was not taken back: " << error; };
 }
 
 OpenDevice openDevice(int pid, int vid) {
   Device device(vysim_create_device(vid, pid));
-  Context context(vy_create_frame_processor_context(device.get(), NoFailure()));
+  Context context(call(vy_create_frame_processor_context, device.get()));
   EXPECT_NE(context, nullptr);
   return {std::move(device), std::move(context)};
 }
 
 Processor makeProcessor(const Context& context, int sensor) {
-  Processor processor(vy_create_frame_processor(context.get(), static_cast<VYSensorType>(sensor), NoFailure()));
+  Processor processor(call(vy_create_frame_processor, context.get(), static_cast<VYSensorType>(sensor)));
   EXPECT_NE(processor, nullptr);
   return processor;
 }
 
 std::string schemaOf(const Processor& processor) {
-  const char* const schema = vy_frame_processor_get_config_schema(processor.get(), NoFailure());
+  const char* const schema = call(vy_frame_processor_get_config_schema, processor.get());
   return schema != nullptr ? schema : "(null)";
 }
 
-ErrorText updateConfig(const Processor& processor, std::vector<const char*> values) {
+Error updateConfig(const Processor& processor, std::vector<const char*> values) {
   ErrorSlot error;
   vy_frame_processor_update_config(processor.get(), static_cast<std::uint8_t>(values.size()), values.data(), error);
   return error.take();
+}
+
+void setHardwareD2C(const Processor& processor, const D2CParameters& p) {
+  const auto set = [&](vy_error** error) {
+    vy_frame_processor_set_hardware_d2c_params(processor.get(), p.intrinsic, 0, p.scale, p.left, p.top, p.right,
+                                               p.bottom, p.applyScale, false, error);
+  };
+  call(set);
 }
 
 Outcome process(const Processor& processor, const Frame& input) {
@@ -56,16 +64,36 @@ Outcome process(const Processor& processor, const Frame& input) {
 }
 
 void setDeviceList(int type, const std::vector<std::uint8_t>& bytes) {
-  vy_set_device_info_data(type, bytes.data(), static_cast<int>(bytes.size()), NoFailure());
+  call(vy_set_device_info_data, type, bytes.data(), static_cast<int>(bytes.size()));
+}
+
+void emptyDeviceLists() {
+  for (const int type : kListTypes) setDeviceList(type, {0});  // less than a record empties a list
+}
+
+void setAllDeviceLists() {
+  for (const int type : kListTypes) {
+    const std::uint8_t* data = nullptr;
+    const int size = vysim_device_list(type, &data);
+    call(vy_set_device_info_data, type, data, size);
+  }
+}
+
+std::vector<std::uint8_t> deviceList(const std::vector<Ids>& devices) {
+  std::vector<std::uint8_t> bytes;
+  for (const auto& [vid, pid] : devices) {
+    for (const int byte : {vid, vid >> 8, pid, pid >> 8}) bytes.push_back(static_cast<std::uint8_t>(byte & 0xFF));
+  }
+  return bytes;
 }
 
 Frame makeFrame(int format, int pixelType, std::uint32_t width, std::uint32_t height) {
-  return Frame(vysim_create_frame(width, height, static_cast<VYFormat>(format), static_cast<VYPixelType>(pixelType),
-                                  NoFailure()));
+  return Frame(
+      call(vysim_create_frame, width, height, static_cast<VYFormat>(format), static_cast<VYPixelType>(pixelType)));
 }
 
 void defineFilter(const vysim_filter_definition& definition) {
-  vysim_define_filter(&definition, NoFailure());
+  call(vysim_define_filter, &definition);
 }
 
 void definePassing(const char* name, const char* reportedName, bool isPrivate) {
@@ -85,14 +113,7 @@ void defineStamper(const char* name, Stamper& stamper, const char* reportedName,
 }
 
 int stampOf(const Frame& frame) {
-  return frame != nullptr ? vysim_frame_get_data(frame.get(), NoFailure())[0] : 0;
-}
-
-std::vector<std::string> splitLines(const std::string& text) {
-  std::istringstream stream(text);
-  std::vector<std::string> lines;
-  for (std::string line; std::getline(stream, line);) lines.push_back(line);
-  return lines;
+  return frame != nullptr ? call(vysim_frame_get_data, frame.get())[0] : 0;
 }
 
 std::vector<std::string> callsOf(const std::string& function, const std::string& calls) {
@@ -103,7 +124,7 @@ std::vector<std::string> callsOf(const std::string& function, const std::string&
   return found;
 }
 
-// Of the leak checker; absent in other builds.
+// From the leak checker, and null in builds without it.
 extern "C" void __lsan_disable() __attribute__((weak));
 extern "C" void __lsan_enable() __attribute__((weak));
 
@@ -115,22 +136,33 @@ LeakTolerance::~LeakTolerance() {
   if (__lsan_enable != nullptr) __lsan_enable();
 }
 
-HostTest::HostTest() {
-  vysim_reset();
-  for (const int type : {0, 3, 6}) setDeviceList(type, {0});  // less than a record: empties the list
-  for (std::size_t kind = 0; kind < aliveBefore_.size(); ++kind) {
-    aliveBefore_[kind] = vysim_live_count(static_cast<vysim_kind>(kind));
+Balance::Balance() {
+  for (int kind = 0; kind < VYSIM_KIND_COUNT; ++kind)
+    accept(static_cast<vysim_kind>(kind), grown(static_cast<vysim_kind>(kind)));
+}
+
+long Balance::grown(vysim_kind kind) const {
+  return static_cast<long>(vysim_live_count(kind)) - before_[kind];
+}
+
+void Balance::expectLevel() const {
+  for (int kind = 0; kind < VYSIM_KIND_COUNT; ++kind) {
+    EXPECT_EQ(grown(static_cast<vysim_kind>(kind)), 0)
+        << vysim_kind_name(static_cast<vysim_kind>(kind)) << " objects left over";
   }
 }
 
-// Not TearDown(): what derived fixtures hold is gone only here.
+HostTest::HostTest() {
+  expectNoRefusals();
+  vysim_reset();
+  emptyDeviceLists();
+}
+
+// Not TearDown(): derived fixtures still hold objects then.
 HostTest::~HostTest() {
   EXPECT_EQ(vysim_fail_count(), ordered_) << "a fault that was ordered did not strike";
   vysim_reset();
-  for (std::size_t kind = 0; kind < aliveBefore_.size(); ++kind) {
-    EXPECT_EQ(vysim_live_count(static_cast<vysim_kind>(kind)), aliveBefore_[kind])
-        << vysim_kind_name(static_cast<vysim_kind>(kind)) << " objects alive at the end";
-  }
+  balance_.expectLevel();
 }
 
 void HostTest::failCall(const char* function, std::uint64_t nth, vysim_fault kind) {

@@ -1,82 +1,52 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <tavrix_sim.h>
 #include <vy_private_filter.h>
+#include <tavrix_sim.hpp>
 
 #include <array>
 #include <cstdint>
-#include <memory>
 #include <ostream>
 #include <string>
 #include <vector>
 
+#include "support/HardwareD2CModel.h"
+#include "support/SchemaText.h"
+
+using vysim::call;
+using vysim::Camera;
+using vysim::Device;
+using vysim::Error;
+using vysim::ErrorSlot;
+using vysim::Filter;
+using vysim::Frame;
+using vysim::SchemaList;
+using vysim::StreamProfile;
+
+using Context = vysim::Owner<vy_destroy_frame_processor_context>;
+using Processor = vysim::Owner<vy_destroy_frame_processor>;
+
 // ---- Errors -------------------------------------------------------------------------------------
 
-/// What an error object says; prints and compares by value.
-struct ErrorText {
-  int status = 0;
-  std::string message;
-  std::string function;
-  int exceptionType = 0;
+namespace vysim {
+/// Arguments do not count: they hold running numbers.
+bool operator==(const Error& a, const Error& b);
+std::ostream& operator<<(std::ostream& out, const Error& error);
+}  // namespace vysim
 
-  friend bool operator==(const ErrorText& a, const ErrorText& b) {
-    return a.status == b.status && a.message == b.message && a.function == b.function &&
-           a.exceptionType == b.exceptionType;
-  }
-  friend std::ostream& operator<<(std::ostream& out, const ErrorText& error);
-};
-
-/// What take() says of an empty slot.
-const ErrorText kNoError;
-
+const Error kNoError;
 /// An error of the library's own.
-ErrorText ownError(const char* message, const char* function, int exceptionType = 4);
+Error ownError(const char* message, const char* function, int exceptionType = 4);
 /// What the simulated host stores when failCall() strikes.
-ErrorText injectedError(const char* function);
+Error injectedError(const char* function);
 
-/// An error slot that can be passed as it is, and deletes what is left in it.
-class ErrorSlot {
- public:
-  ErrorSlot() = default;
-  ErrorSlot(const ErrorSlot&) = delete;
-  ErrorSlot& operator=(const ErrorSlot&) = delete;
-  ~ErrorSlot() { take(); }
-
-  operator vy_error**() { return &error_; }
-  bool isSet() const { return error_ != nullptr; }
-  /// Empties the slot and tells what was in it.
-  ErrorText take();
-
- protected:
-  vy_error* error_ = nullptr;
-};
-
-/// A slot for calls that have to succeed: `f(frame, NoFailure())`.
-class NoFailure : public ErrorSlot {
- public:
-  ~NoFailure() { EXPECT_EQ(take(), kNoError); }
-};
-
-// ---- Owners -------------------------------------------------------------------------------------
-
-template <auto destroy>
-struct Destroy {
-  template <typename Object>
-  void operator()(Object* object) const {
-    destroy(object, NoFailure());
-  }
-};
-using Device = std::unique_ptr<vy_device_t, Destroy<vysim_delete_device>>;
-using Context = std::unique_ptr<vy_frame_processor_context_t, Destroy<vy_destroy_frame_processor_context>>;
-using Processor = std::unique_ptr<vy_frame_processor_t, Destroy<vy_destroy_frame_processor>>;
-using Frame = std::unique_ptr<vy_frame_t, Destroy<vy_delete_frame>>;
-using Camera = std::unique_ptr<vysim_camera, Destroy<vysim_close_camera>>;
+/// Makes the test fail when the host refuses to take an owner's object back.
+void expectNoRefusals();
 
 // ---- The library as its host uses it ------------------------------------------------------------
 
 constexpr int kMaker = 0x3E71;
-// One product of some families.
+// One product id each of some families.
 constexpr int kHalden = 0x41A1;
 constexpr int kVashti = 0x41F7;
 constexpr int kSpecialOpenNI = 0x4166;
@@ -94,23 +64,33 @@ OpenDevice openDevice(int pid, int vid = kMaker);
 Processor makeProcessor(const Context& context, int sensor);
 std::string schemaOf(const Processor& processor);
 /// Sends a configuration command.
-ErrorText updateConfig(const Processor& processor, std::vector<const char*> values);
+Error updateConfig(const Processor& processor, std::vector<const char*> values);
+void setHardwareD2C(const Processor& processor, const D2CParameters& parameters);
 
 struct Outcome {
   Frame frame;
-  ErrorText error;
+  Error error;
 };
 Outcome process(const Processor& processor, const Frame& input);
 
+/// The types of product-id lists.
+constexpr int kListTypes[] = {0, 3, 6};
 void setDeviceList(int type, const std::vector<std::uint8_t>& bytes);
+void emptyDeviceLists();
+/// Hands the host's own lists to the library, so that it knows every family.
+void setAllDeviceLists();
+/// Vendor and product id.
+using Ids = std::pair<int, int>;
+/// A list as the host hands it over; ids are cut to 16 bits.
+std::vector<std::uint8_t> deviceList(const std::vector<Ids>& devices);
 
 // ---- The simulated host -------------------------------------------------------------------------
 
 Frame makeFrame(int format = VY_FORMAT_Y16, int pixelType = VY_PIXEL_DISPARITY, std::uint32_t width = 4,
                 std::uint32_t height = 2);
 
-/// Adds a filter to the host that passes every frame on. `definition` may say more; only its name is needed.
 void defineFilter(const vysim_filter_definition& definition);
+/// Adds a filter to the host that passes every frame on.
 void definePassing(const char* name, const char* reportedName = nullptr, bool isPrivate = false);
 
 /// A filter that makes a new frame of a format, with a stamp in its first byte, and counts its runs.
@@ -123,8 +103,6 @@ void defineStamper(const char* name, Stamper& stamper, const char* reportedName 
 /// The first byte of a frame; 0 for no frame.
 int stampOf(const Frame& frame);
 
-std::vector<std::string> splitLines(const std::string& text);
-
 /// The host calls that some work makes, one a line.
 template <typename Work>
 std::string recordCalls(Work work) {
@@ -135,7 +113,7 @@ std::string recordCalls(Work work) {
   for (std::size_t i = 0; i < vysim_record_count(); ++i) calls += std::string(vysim_record_at(i)) + "\n";
   return calls;
 }
-/// Of recorded calls, those of some function.
+/// Those of the recorded calls that are of one function.
 std::vector<std::string> callsOf(const std::string& function, const std::string& calls);
 
 /// An order to let the nth call of a host function from now go wrong.
@@ -147,7 +125,7 @@ struct Fault {
 constexpr vysim_fault kNull = VYSIM_FAULT_NULL;
 constexpr vysim_fault kWithResult = VYSIM_FAULT_ERROR_WITH_RESULT;
 
-/// What is allocated while one of these lives does not count as a leak for the leak checker of a sanitized build.
+/// The leak checker of sanitized builds ignores what is allocated while one of these lives.
 class LeakTolerance {
  public:
   LeakTolerance();
@@ -156,23 +134,38 @@ class LeakTolerance {
   ~LeakTolerance();
 };
 
-/// The base of all tests: a host without definitions, orders or lists, and the demand that every object of the host
-/// that came to life in the test is gone at its end. So a leak or a double release anywhere fails the test that caused
-/// it.
+/// Compares the host's living objects with those at its construction.
+class Balance {
+ public:
+  Balance();
+
+  /// How many more objects of a kind are alive now; negative if fewer.
+  long grown(vysim_kind kind) const;
+  /// Counts objects as if they had lived before.
+  void accept(vysim_kind kind, long count) { before_[kind] += count; }
+  /// Demands that nothing is left over.
+  void expectLevel() const;
+
+ private:
+  std::array<long, VYSIM_KIND_COUNT> before_ = {};
+};
+
+/// The base of all tests. Starts with a host without definitions, orders or lists, and fails the test unless all
+/// objects of the host that it made are gone at its end: a leak or a double release fails the test that caused it.
 class HostTest : public testing::Test {
  protected:
   HostTest();
   ~HostTest() override;
 
-  /// Gives orders to fail. One that never strikes fails the test.
+  /// Orders host calls to fail. An order that is never carried out fails the test.
   void failCall(const char* function, std::uint64_t nth = 1, vysim_fault kind = VYSIM_FAULT_ERROR);
   void failCalls(const std::vector<Fault>& faults);
-  /// Objects that came to life in the test and are still alive.
-  std::size_t alive(vysim_kind kind) const { return vysim_live_count(kind) - aliveBefore_[kind]; }
-  /// Objects that the library leaves behind on purpose, in the scope of a LeakTolerance.
-  void expectLeftBehind(vysim_kind kind, std::size_t count) { aliveBefore_[kind] += count; }
+  /// How many objects the test has made that are still alive.
+  long alive(vysim_kind kind) const { return balance_.grown(kind); }
+  /// Accepts objects that the library leaves behind on purpose. Needs a LeakTolerance while they are made.
+  void expectLeftBehind(vysim_kind kind, long count) { balance_.accept(kind, count); }
 
  private:
-  std::array<std::size_t, VYSIM_KIND_COUNT> aliveBefore_ = {};
+  Balance balance_;
   std::uint64_t ordered_ = 0;
 };

@@ -13,25 +13,17 @@ std::vector<SensorCase> openSensors(const vysim_family& family, std::uint32_t wi
   vysim_camera_options options = {};
   options.width = width;
   options.height = height;
-  const Camera camera(vysim_open_camera(family.name, &options, NoFailure()));
+  const Camera camera(call(vysim_open_camera, family.name, &options));
   std::vector<SensorCase> sensors;
   for (std::size_t i = 0; i < family.stream_count; ++i) {
     const VYSensorType sensor = family.streams[i].sensor;
     SensorCase each = {family.name, sensor, Device(vysim_create_device(family.vid, family.pids[0])), {}};
     for (std::size_t frame = 0; frame < kFrames; ++frame) {
-      each.inputs.emplace_back(vysim_camera_next_frame(camera.get(), sensor, NoFailure()));
+      each.inputs.emplace_back(call(vysim_camera_next_frame, camera.get(), sensor));
     }
     sensors.push_back(std::move(each));
   }
   return sensors;
-}
-
-void setAllDeviceLists() {
-  for (const int type : {0, 3, 6}) {
-    const std::uint8_t* data = nullptr;
-    const int size = vysim_device_list(type, &data);
-    vy_set_device_info_data(type, data, size, NoFailure());
-  }
 }
 
 std::uint64_t sweepStep() {
@@ -41,12 +33,7 @@ std::uint64_t sweepStep() {
 
 std::vector<std::string> valuesInForce(const std::string& schema) {
   std::vector<std::string> values;
-  for (const std::string& line : splitLines(schema)) {
-    std::size_t begin = 0;
-    for (int column = 0; column < 5; ++column) begin = line.find(", ", begin) + 2;
-    const bool isSwitch = line.find("#255, ") != std::string::npos;
-    values.push_back(isSwitch ? "1" : line.substr(begin, line.find(", ", begin) - begin));
-  }
+  for (const Setting& setting : settingsOf(schema)) values.push_back(setting.isSwitch() ? "1" : setting.value);
   return values;
 }
 
@@ -65,8 +52,7 @@ void Scenario::run() {
          [&](vy_error** error) { schema = vy_frame_processor_get_config_schema(processors_[0], error); });
     schema_ = schema != nullptr ? schema : "";
     const std::vector<std::string> texts = valuesInForce(schema_);
-    std::vector<const char*> values;
-    for (const std::string& text : texts) values.push_back(text.c_str());
+    std::vector<const char*> values = pointersTo(texts);
     call(Step::kSettings, [&](vy_error** error) {
       vy_frame_processor_update_config(processors_[0], static_cast<std::uint8_t>(values.size()), values.data(), error);
     });

@@ -6,7 +6,7 @@
 
 #include "support/HostTest.h"
 
-/// A sensor of a virtual camera, with a few tiny raw frames that it delivered.
+/// A sensor of a virtual camera, and a few tiny raw frames from it.
 struct SensorCase {
   std::string family;
   VYSensorType sensor;
@@ -16,16 +16,14 @@ struct SensorCase {
 
 /// Every sensor of a family.
 std::vector<SensorCase> openSensors(const vysim_family& family, std::uint32_t width = 16, std::uint32_t height = 8);
-/// Hands the host's product-id lists to the library, so that it knows every family.
-void setAllDeviceLists();
-/// Sweeps try every fault whose number this divides: VYFP_SWEEP_STEP of the environment, or 1.
+/// Sweeps try every Nth fault only: N is VYFP_SWEEP_STEP of the environment, or 1.
 std::uint64_t sweepStep();
 /// A value for each line of a schema text: switches on, everything else as it is.
 std::vector<std::string> valuesInForce(const std::string& schema);
 
 /// Everything that a host does with one sensor: open, make processors, frames, schema, settings, hardware D2C
-/// parameters twice, frames again, close. A derived class watches the calls; what a call did not give is not used
-/// later.
+/// parameters twice, frames again, close. A derived class makes and watches the calls. A call that gives no object has
+/// the later calls on it left out.
 class Scenario {
  public:
   enum class Step { kOpen, kMake, kFrame, kSchema, kSettings, kHardwareD2C, kDestroy, kClose };
@@ -38,7 +36,7 @@ class Scenario {
   using Work = std::function<void(vy_error**)>;
   /// Does one call of the library.
   virtual void call(Step step, const Work& work) = 0;
-  /// A frame that came out (null: none) of the frame that went in; the reference is the callee's.
+  /// Takes the frame that came out, or null.
   virtual void receive(const Frame& input, Frame output) = 0;
 
   const SensorCase& sensor() const { return sensor_; }

@@ -74,7 +74,7 @@ class VycamTest : public testing::Test {
     ASSERT_TRUE(png_image_write_to_file(&image, (folder_ / name).c_str(), 0, pixels.data(), 0, nullptr));
   }
 
-  /// "WIDTHxHEIGHT 16-bit" or "WIDTHxHEIGHT 8-bit" of a PNG whose pixels can all be decoded, else what is wrong.
+  /// Decodes a whole PNG. Returns "WIDTHxHEIGHT 16-bit" or "WIDTHxHEIGHT 8-bit", or what is wrong with it.
   std::string decode(const fs::path& name) const {
     png_image image{};
     image.version = PNG_IMAGE_VERSION;
@@ -117,13 +117,13 @@ TEST_F(VycamTest, BadInputIsToldInOneLineAndLeavesNothingBehind) {
       {run + "--set Nonsense#1=2", {"\"Nonsense#1\"", "NoiseRemovalFilter#0"}},
       {run + "--set FrameRotate#0", {"\"FrameRotate#0\"", "FILTER#ITEM=VALUE"}},
       {run + "--set FrameRotate#0=ninety", {"\"ninety\"", "FrameRotate#0", "number"}},
-      {run + "--set FrameRotate#0=91", {"settings", "91"}},
+      {run + "--set FrameRotate#0=91", {"cannot apply the settings: ", "but is 91"}},
       {run + "--set FrameMirror#255=on", {"\"on\"", "0 (off) or 1 (on)"}},
       {run + "--d2c scale=0", {"scale=0", "above 0"}},
       {run + "--d2c scale=1,left=-4000", {"--d2c", "1 to 32767"}},
       {"run --camera Vashti --sensor depth --d2c scale=1 --out made", {"HardwareD2CProcessor", "Vashti"}},
       {run + "--size 640x0", {"\"640x0\"", "WIDTHxHEIGHT", "16 to 4096"}},
-      {"run --camera Corvid --sensor depth --frames 0 --out made", {"--frames", "1 to 100000"}},
+      {"run --camera Corvid --sensor depth --frames 0 --out made", {"--frames", "100000"}},
       {run + "--depth absent.png", {"absent.png", "No such file"}},
       {run + "--depth text.png", {"text.png", "not a PNG", "16-bit grey"}},
       {run + "--depth bytes.png", {"8-bit grey PNG of 32x32", "16-bit grey"}},
@@ -171,7 +171,7 @@ TEST_F(VycamTest, RunWritesPicturesThatMatchTheScene) {
   writePng("depth.png", 320, 240, PNG_FORMAT_LINEAR_Y);
   const struct {
     const char* arguments;
-    const char* output16;  // size of the numbers written; null for a stream without
+    const char* output16;  // of the picture with numbers; null if there is none
   } cases[] = {
       {"--camera Corvid --sensor depth --clean", "1280x800 16-bit"},
       {"--camera NormalOpenNI --sensor depth --clean --depth depth.png", "320x240 16-bit"},

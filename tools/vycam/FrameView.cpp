@@ -79,7 +79,8 @@ GreyImage greyPixels(const vy_frame_t* frame) {
   const uint8_t* const bytes = bytesOf(frame, facts, isWide ? 2 : 1);
   GreyImage image{facts.width, facts.height, std::vector<uint16_t>(size_t{facts.width} * facts.height)};
   for (size_t i = 0; i < image.pixels.size(); ++i) {
-    image.pixels[i] = isWide ? static_cast<uint16_t>(bytes[2 * i] | bytes[2 * i + 1] << 8) : bytes[i];
+    const int pixel = isWide ? bytes[2 * i] | bytes[2 * i + 1] << 8 : bytes[i];
+    image.pixels[i] = static_cast<uint16_t>(pixel);
   }
   return image;
 }

@@ -11,13 +11,11 @@
 namespace vycam {
 
 void ContextDelete::operator()(vy_frame_processor_context_t* context) const {
-  ErrorSlot slot;
-  functions->destroyContext(context, slot.address());
+  functions->destroyContext(context, ErrorSlot());
 }
 
 void ProcessorDelete::operator()(vy_frame_processor_t* processor) const {
-  ErrorSlot slot;
-  functions->destroyProcessor(processor, slot.address());
+  functions->destroyProcessor(processor, ErrorSlot());
 }
 
 Processor::Processor(const Library& library, vy_frame_processor_t* handle, std::string schemaText, Chain chain)
@@ -47,9 +45,9 @@ void Processor::setHardwareD2C(const VYCameraIntrinsic& intrinsic, const Hardwar
 }
 
 Frame Processor::process(vy_frame_t* frame) {
-  ErrorSlot slot;
-  Frame output(functions_->processFrame(handle_.get(), frame, slot.address()));
-  slot.check("process a frame");
+  Frame output;
+  call("process a frame",
+       [&](vy_error** error) { output.reset(functions_->processFrame(handle_.get(), frame, error)); });
   if (output == nullptr) {
     throw Failure("cannot process a frame: the library returned neither a frame nor an error");
   }
@@ -67,7 +65,7 @@ std::optional<Processor> Context::findProcessor(VYSensorType sensor) const {
       call("make a frame processor", (*library_)->createProcessor, handle_.get(), sensor);
   std::unique_ptr<vy_frame_processor_t, ProcessorDelete> owner(handle, ProcessorDelete{&library_->functions()});
   ErrorSlot slot;
-  const char* const text = (*library_)->getConfigSchema(handle, slot.address());
+  const char* const text = (*library_)->getConfigSchema(handle, slot);
   if (slot.isSet() || text == nullptr) {
     return std::nullopt;  // a sensor without a chain gets a handle with nothing in it, which only shows here
   }

@@ -28,7 +28,7 @@ double measureClockCost() {
     vysim_timing_start();
     const Clock::time_point begin = Clock::now();
     for (int i = 0; i < kCallsPerRound; ++i) {
-      vy_frame_get_format(frame.get(), slot.address());
+      vy_frame_get_format(frame.get(), slot);
     }
     const double all = nanosecondsSince(begin);
     uint64_t inside = 0;

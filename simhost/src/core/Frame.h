@@ -57,8 +57,8 @@ class Frame {
   uint8_t* data() { return pixels_.data(); }
   const uint8_t* data() const { return pixels_.data(); }
   /// The pixels of a Y16 frame.
-  uint16_t* pixels16() { return reinterpret_cast<uint16_t*>(pixels_.data()); }
-  const uint16_t* pixels16() const { return reinterpret_cast<const uint16_t*>(pixels_.data()); }
+  uint16_t* pixels16() { return static_cast<uint16_t*>(static_cast<void*>(pixels_.data())); }
+  const uint16_t* pixels16() const { return static_cast<const uint16_t*>(static_cast<const void*>(pixels_.data())); }
 
   const std::shared_ptr<StreamProfile>& profile() const { return profile_; }
   const PixelMap& pixelMap() const { return pixelMap_; }

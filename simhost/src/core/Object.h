@@ -102,7 +102,7 @@ struct Slot {
   ObjectHeader header{T::kKind};
   alignas(T) unsigned char storage[sizeof(T)];
 
-  T* object() { return std::launder(reinterpret_cast<T*>(storage)); }
+  T* object() { return std::launder(static_cast<T*>(static_cast<void*>(storage))); }
 };
 
 /// The object of a handle that a caller passed; throws Failure unless it is alive and of the right kind.
