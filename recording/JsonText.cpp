@@ -6,18 +6,25 @@
 
 namespace recording {
 
+void JsonText::grow(std::size_t size) {
+  constexpr std::size_t kUsual = 256;
+  room_.resize(2 * (size_ + size) + kUsual);
+}
+
 JsonText& JsonText::integer(std::int64_t value) {
   char digits[24];
   char* first = digits + sizeof digits;
   auto rest = static_cast<std::uint64_t>(value);
   if (value < 0) rest = 0 - rest;
+  // Most numbers are small, and a 32-bit processor divides those alone by itself.
+  for (; rest > UINT32_MAX; rest /= 10) *--first = static_cast<char>('0' + rest % 10);
+  auto low = static_cast<std::uint32_t>(rest);
   do {
-    *--first = static_cast<char>('0' + rest % 10);
-    rest /= 10;
-  } while (rest != 0);
+    *--first = static_cast<char>('0' + low % 10);
+    low /= 10;
+  } while (low != 0);
   if (value < 0) *--first = '-';
-  text_.append(first, digits + sizeof digits);
-  return *this;
+  return append(first, static_cast<std::size_t>(digits + sizeof digits - first));
 }
 
 JsonText& JsonText::real(float value) {
@@ -48,9 +55,9 @@ JsonText& JsonText::digits(double value, int count) {
   bool isSeparated = false;
   for (int i = 0; i < size; ++i) {
     if (std::strchr("0123456789+-e", number[i]) != nullptr) {
-      text_ += number[i];
+      append(&number[i], 1);
     } else if (!isSeparated) {
-      text_ += '.';
+      raw(".");
       isSeparated = true;
     }
   }
@@ -59,33 +66,28 @@ JsonText& JsonText::digits(double value, int count) {
 
 JsonText& JsonText::text(const char* value) {
   if (value == nullptr) return raw("null");
-  text_ += '"';
+  raw("\"");
   const char* plain = value;  // what is written as it stands begins here
   for (; *value != '\0'; ++value) {
     const auto byte = static_cast<unsigned char>(*value);
     if (byte >= 0x20 && byte < 0x7F && byte != '"' && byte != '\\') continue;
-    text_.append(plain, value);
+    append(plain, static_cast<std::size_t>(value - plain));
     raw("\\u").hexadecimal(byte, 4);
     plain = value + 1;
   }
-  text_.append(plain, value);
-  text_ += '"';
-  return *this;
+  return append(plain, static_cast<std::size_t>(value - plain)).raw("\"");
 }
 
 JsonText& JsonText::bytes(const std::uint8_t* data, std::size_t size) {
-  text_ += '"';
+  raw("\"");
   for (std::size_t i = 0; i < size; ++i) hexadecimal(data[i], 2);
-  text_ += '"';
-  return *this;
+  return raw("\"");
 }
 
 JsonText& JsonText::hexadecimal(std::uint64_t value, unsigned count) {
-  for (unsigned shift = 4 * count; shift != 0;) {
-    shift -= 4;
-    text_ += "0123456789abcdef"[(value >> shift) & 0xF];
-  }
-  return *this;
+  char digits[16];
+  for (unsigned i = count; i != 0; value >>= 4) digits[--i] = "0123456789abcdef"[value & 0xF];
+  return append(digits, count);
 }
 
 }  // namespace recording

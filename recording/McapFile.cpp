@@ -103,7 +103,7 @@ bool McapFile::create(const std::string& path, const std::string& nameInFolder) 
   return descriptor_ >= 0;
 }
 
-bool McapFile::write(const std::string& bytes) {
+bool McapFile::write(std::string_view bytes) {
   // A write that ends early is tried again for the rest, and says then why.
   for (std::size_t done = 0; done < bytes.size();) {
     const ssize_t written = ::write(descriptor_, bytes.data() + done, bytes.size() - done);

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace recording {
 
@@ -47,7 +48,7 @@ class McapFile {
   /// file now; errno tells why not.
   bool create(const std::string& path, const std::string& nameInFolder);
   /// Writes bytes at the end. False, with errno, if not all of them could be written.
-  bool write(const std::string& bytes);
+  bool write(std::string_view bytes);
   /// Safe in a child process after fork().
   void close();
 

@@ -14,6 +14,7 @@
 #include <initializer_list>
 #include <limits>
 #include <new>
+#include <string>
 #include <utility>
 
 /// vy_get_commit_hash() itself: the recorder is no caller to be recorded.
@@ -267,18 +268,17 @@ bool Recorder::open() {
 void Recorder::append(Function function, bool isReturn, std::uint64_t call) {
   const auto index = static_cast<unsigned>(function);
   if (!hasChannels_[index]) writeChannels(function);
-  std::string& record = record_.get();
-  const std::uint32_t checksum = crc32(record.data() + kMessageHead, record.size() - kMessageHead);
+  const std::uint32_t checksum = crc32(record_.data() + kMessageHead, record_.get().size() - kMessageHead);
   record_.raw(",\"crc\":\"").hexadecimal(checksum, 8).raw("\"}");
   const std::uint64_t time = now();
-  char* const head = &record[0];
+  char* const head = record_.data();
   putLittleEndian(head, kMessage, 1);
-  putLittleEndian(head + 1, record.size() - kRecordHead, 8);
+  putLittleEndian(head + 1, record_.get().size() - kRecordHead, 8);
   putLittleEndian(head + 9, kNoteChannel + 1 + 2 * index + isReturn, 2);
   putLittleEndian(head + 11, call, 4);
   putLittleEndian(head + 15, time, 8);
   putLittleEndian(head + 23, time, 8);
-  put(record);
+  put(record_.get());
 }
 
 void Recorder::writeChannels(Function function) {
@@ -302,7 +302,7 @@ void Recorder::writeChannels(Function function) {
 }
 
 /// Writes records, or a note in their place when there is no room for both.
-void Recorder::put(const std::string& records) {
+void Recorder::put(std::string_view records) {
   if (!isOn()) return;
   if (file_.size() + records.size() + kNoteRoom > limit_) {
     writeNote();

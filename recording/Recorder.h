@@ -4,7 +4,7 @@
 #include <chrono>
 #include <cstdint>
 #include <mutex>
-#include <string>
+#include <string_view>
 
 #include "recording/Functions.h"
 #include "recording/HandleNumbers.h"
@@ -78,7 +78,7 @@ class Recorder {
     const std::lock_guard<std::mutex> lock(mutex_);
     if (!isOn()) return;
     try {
-      record_.get().assign(kMessageHead, '\0');
+      record_.restart(kMessageHead);
       record_.raw("{\"n\":").integer(static_cast<std::int64_t>(call));
       encode(record_, numbers_);
       append(function, isReturn, call);
@@ -102,7 +102,7 @@ class Recorder {
   bool open();
   void append(Function function, bool isReturn, std::uint64_t call);
   void writeChannels(Function function);
-  void put(const std::string& records);
+  void put(std::string_view records);
   void writeNote();
   std::uint64_t now() const;
 
