@@ -30,7 +30,7 @@ To bitsAs(From from) {
 template <typename Real, typename Bits>
 void expectEveryBit(Bits bits, const char* prefix) {
   const auto value = bitsAs<Real>(bits);
-  const std::string text = JsonText().real(value).get();
+  const std::string text(JsonText().real(value).get());
   const nlohmann::json read = nlohmann::json::parse(text, nullptr, false);
   if (std::isfinite(value)) {
     EXPECT_EQ(bitsAs<Bits>(static_cast<Real>(vyhost::realOf(read))), bits) << text;
@@ -78,7 +78,7 @@ TEST(RecordingValuesTest, EveryBitOfANumberComesBackWithDecimalCommas) {
 TEST(RecordingValuesTest, EveryByteOfATextComesBack) {
   std::string bytes;
   for (int byte = 1; byte < 256; ++byte) bytes += static_cast<char>(byte);
-  const std::string text = JsonText().text(bytes.c_str()).get();
+  const std::string text(JsonText().text(bytes.c_str()).get());
   EXPECT_EQ(vyhost::bytesOf(nlohmann::json::parse(text)), bytes);
   EXPECT_EQ(JsonText().text(nullptr).get(), "null");
 }
