@@ -126,7 +126,7 @@ class Writer {
   }
 
   void writeSummary() {
-    const std::uint64_t start = file_.size();
+    const std::size_t start = file_.size();
     std::string schemas, channels;
     for (const std::uint16_t id : knownSchemas_) schemas += recordOf(McapOpcode::schema, content_.schemas.at(id));
     for (const std::uint16_t id : knownChannels_) channels += channelRecord(id);
