@@ -65,9 +65,11 @@ install_packages() {
   logged apt-install apt_get install -y --no-install-recommends "${missing[@]}"
 }
 
-# Configures and builds a preset of CMakePresets.json in build/PRESET.
+# Configures and builds a preset of CMakePresets.json in build/PRESET, or only some of its targets.
+#   build_preset PRESET [TARGET...]
 build_preset() {
-  local preset=$1 fresh=() quiet=()
+  local preset=$1 fresh=() quiet=() targets=()
+  [ $# -eq 1 ] || targets=(--target "${@:2}")
   local cache=$project_dir/build/$preset/CMakeCache.txt
   say "building in build/$preset"
   # A build folder that was copied with its checkout still refers to the old place.
@@ -77,7 +79,7 @@ build_preset() {
     cd "$project_dir" || exit
     if command -v ccache >/dev/null; then export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache; fi
     logged "configure-$preset" cmake --preset "$preset" "${fresh[@]}"
-    cmake --build --preset "$preset" --parallel "$(nproc)" -- "${quiet[@]}"
+    cmake --build --preset "$preset" --parallel "$(nproc)" "${targets[@]}" -- "${quiet[@]}"
   )
 }
 
