@@ -6,8 +6,9 @@
 #   tools           vycam                                                   vycam
 #   simulated_host  libTavrixSDK.so that works without hardware, headers,   tavrix-sdk-simulated
 #                   its document
+#   field_kit       the recording twin of the library, vyhost, its guide    vy-field-kit
 #
-# A build against a host SDK has the first two.
+# A build against a host SDK has the first two, and the twin.
 include(CMakePackageConfigHelpers)
 
 set(cmake_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/VyFrameProcessor)
@@ -43,13 +44,26 @@ install(FILES ${generated_dir}/vy_frame_processor.pc
 set(development_doc_dir ${CMAKE_INSTALL_DATAROOTDIR}/doc/libvy-frame-processor-dev)
 # Folders as in the sources, so that the links among the documents lead somewhere; scripts/check-documents tries them.
 set(docs_dir ${PROJECT_SOURCE_DIR}/docs)
-install(FILES ${docs_dir}/integration.md ${docs_dir}/catalogue.md ${docs_dir}/settings.md ${docs_dir}/hardware-d2c.md
+install(FILES ${docs_dir}/integration.md ${docs_dir}/field.md ${docs_dir}/catalogue.md ${docs_dir}/settings.md ${docs_dir}/hardware-d2c.md
   DESTINATION ${development_doc_dir}/docs COMPONENT development)
 install(FILES ${docs_dir}/images/lifetimes.svg ${docs_dir}/images/hardware-d2c-states.svg
   DESTINATION ${development_doc_dir}/docs/images COMPONENT development)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${development_doc_dir} COMPONENT development)
 
+# ---- The recording twin, in a folder where the loader does not look by itself
+
+install(TARGETS vy_frame_processor_recording
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/vy-recording COMPONENT field_kit NAMELINK_SKIP)
+
 # ---- What needs the simulated host
+
+#   install_command(NAME COMPONENT): the program, its manual page and completion in the shell.
+function(install_command name component)
+  install(TARGETS ${name} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT ${component})
+  install(FILES ${docs_dir}/man/${name}.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT ${component})
+  install(FILES ${PROJECT_SOURCE_DIR}/tools/completion.bash RENAME ${name}
+    DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/bash-completion/completions COMPONENT ${component})
+endfunction()
 
 set(components runtime development)
 if(TARGET tavrix_sdk)
@@ -67,7 +81,16 @@ endif()
 if(TARGET vycam)
   list(APPEND components tools)
   set_target_properties(vycam PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
-  install(TARGETS vycam RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+  install_command(vycam tools)
+endif()
+if(TARGET vyhost)
+  list(APPEND components field_kit)
+  install_command(vyhost field_kit)
+  install(FILES ${docs_dir}/field.md DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/vy-field-kit/docs COMPONENT field_kit)
+  if(TARGET vyhost_replay_host)
+    install(TARGETS vyhost_replay_host vyhost_replay_calls
+      LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/vy-replay COMPONENT field_kit)
+  endif()
 endif()
 
 # ---- Debian packages
@@ -128,7 +151,16 @@ writes pictures and figures.")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${CPACK_DEBIAN_RUNTIME_PACKAGE_NAME} ${same_version}, tavrix-sdk-simulated\
  ${same_version}, libc6 (>= 2.34), ${language_depends}, libfmt9, libgd3, libpng16-16, libpugixml1v5")
 
-# Packages with a shared library renew the loader's cache.
+set(CPACK_DEBIAN_FIELD_KIT_PACKAGE_NAME vy-field-kit)
+set(CPACK_DEBIAN_FIELD_KIT_PACKAGE_SECTION utils)
+set(CPACK_COMPONENT_FIELD_KIT_DESCRIPTION "Records and explains the calls between the library and its host
+A twin of the frame processing library that writes down every call, and vyhost, which
+records programs and tells, replays and checks what was recorded.")
+set(CPACK_DEBIAN_FIELD_KIT_PACKAGE_DEPENDS
+  "libc6 (>= 2.34), ${language_depends}, libfmt9, liblz4-1, libzstd1 (>= 1.4)")
+set(CPACK_DEBIAN_FIELD_KIT_PACKAGE_SUGGESTS "${CPACK_DEBIAN_RUNTIME_PACKAGE_NAME}, vycam")
+
+# Packages with a shared library in a folder of the loader renew the loader's cache.
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/debian/triggers)
 set(CPACK_DEBIAN_SIMULATED_HOST_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/debian/triggers)
 
