@@ -16,17 +16,14 @@ int main(int argc, char** argv) {
   }
   makeHostTrivial();
   const vysim_family& family = *vysim_find_family("Corvid");
-  vy_device_t* const device = vysim_create_device(family.vid, family.pids[0]);
-  vy_frame_processor_context_t* const context = vy_create_frame_processor_context(device, MustSucceed());
-  vy_frame_processor_t* const processor = vy_create_frame_processor(context, VY_SENSOR_DEPTH, MustSucceed());
-  {
-    const FrameOwner frame = makeSmallFrame(depthStream(family));
-    for (unsigned long i = 0; i < frames; ++i) {
-      vy_delete_frame(vy_frame_processor_process_frame(processor, frame.get(), MustSucceed()), MustSucceed());
-    }
+  const vysim::Device device(vysim_create_device(family.vid, family.pids[0]));
+  const vysim::Owner<vy_destroy_frame_processor_context> context(
+      vysim::call(vy_create_frame_processor_context, device.get()));
+  const vysim::Owner<vy_destroy_frame_processor> processor(
+      vysim::call(vy_create_frame_processor, context.get(), VY_SENSOR_DEPTH));
+  const vysim::Frame frame = makeSmallFrame(depthStream(family));
+  for (unsigned long i = 0; i < frames; ++i) {
+    const vysim::Frame output(vysim::call(vy_frame_processor_process_frame, processor.get(), frame.get()));
   }
-  vy_destroy_frame_processor(processor, MustSucceed());
-  vy_destroy_frame_processor_context(context, MustSucceed());
-  vysim_delete_device(device, MustSucceed());
   return 0;
 }

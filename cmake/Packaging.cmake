@@ -44,7 +44,7 @@ install(FILES ${generated_dir}/vy_frame_processor.pc
 set(development_doc_dir ${CMAKE_INSTALL_DATAROOTDIR}/doc/libvy-frame-processor-dev)
 # Folders as in the sources, so that the links among the documents lead somewhere; scripts/check-documents tries them.
 set(docs_dir ${PROJECT_SOURCE_DIR}/docs)
-install(FILES ${docs_dir}/integration.md ${docs_dir}/catalogue.md ${docs_dir}/settings.md ${docs_dir}/hardware-d2c.md
+install(FILES ${docs_dir}/integration.md ${docs_dir}/field.md ${docs_dir}/catalogue.md ${docs_dir}/settings.md ${docs_dir}/hardware-d2c.md
   DESTINATION ${development_doc_dir}/docs COMPONENT development)
 install(FILES ${docs_dir}/images/lifetimes.svg ${docs_dir}/images/hardware-d2c-states.svg
   DESTINATION ${development_doc_dir}/docs/images COMPONENT development)
