@@ -25,7 +25,7 @@ import probe
 PROJECT = pathlib.Path(os.environ.get("VYFP_DOCUMENTS", pathlib.Path(__file__).resolve().parents[2]))
 SENSORS = {1: "infrared", 2: "colour", 3: "depth", 6: "left infrared", 7: "right infrared", 9: "no published name"}
 # Files of others that the documents name.
-ELSEWHERE = {"include/TavrixSDK.h", "include/TavrixSDK/TavrixSDK.h"}
+ELSEWHERE = {"include/TavrixSDK.h", "include/TavrixSDK/TavrixSDK.h", "camera.json"}
 TAIL = ["FrameMirror", "FrameFlip", "FrameRotate"]
 BLOCK = re.compile(r"(?P<begin><!-- block: (?P<name>[\w-]+) -->\n).*?(?P<end><!-- end -->)", re.DOTALL)
 
