@@ -170,7 +170,7 @@ TEST_F(ReplayTest, CallsThatNeverReturnedAreToldAndNotWaitedFor) {
             "")
       << dead.text;
   // Cut anywhere, also within a record.
-  for (const std::uintmax_t part : {2, 3, 5, 7}) {
+  for (const unsigned part : {2U, 3U, 5U, 7U}) {
     const fs::path cut = folder_ / "cut.mcap";
     fs::copy_file(whole, cut, fs::copy_options::overwrite_existing);
     fs::resize_file(cut, fs::file_size(whole) / part);
