@@ -157,7 +157,7 @@ set(CPACK_COMPONENT_FIELD_KIT_DESCRIPTION "Records and explains the calls betwee
 A twin of the frame processing library that writes down every call, and vyhost, which
 records programs and tells, replays and checks what was recorded.")
 set(CPACK_DEBIAN_FIELD_KIT_PACKAGE_DEPENDS
-  "libc6 (>= 2.34), ${language_depends}, libfmt9, liblz4-1, libzstd1 (>= 1.4)")
+  "libc6 (>= 2.34), libgcc-s1 (>= 4.2), libstdc++6 (>= 12), libfmt9, liblz4-1, libpugixml1v5, libzstd1 (>= 1.4)")
 set(CPACK_DEBIAN_FIELD_KIT_PACKAGE_SUGGESTS "${CPACK_DEBIAN_RUNTIME_PACKAGE_NAME}, vycam")
 
 # Packages with a shared library in a folder of the loader renew the loader's cache.
