@@ -118,7 +118,7 @@ TEST_F(RecordingTest, LeavesOutWhatAFlippedBitHasDamaged) {
       }
       for (const vyhost::Call& call : recording.calls) {
         ASSERT_LE(call.number, whole.calls.size());
-        EXPECT_EQ(call.arguments, whole.calls[call.number - 1].arguments);
+        EXPECT_EQ(call.arguments, whole.calls.at(static_cast<std::size_t>(call.number - 1)).arguments);
       }
     } catch (const vyhost::Failure&) {
       EXPECT_LT(at, last) << "a damaged call spoils the whole file";
