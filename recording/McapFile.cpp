@@ -31,11 +31,13 @@ int typeOf(const std::string& path) {
   return type > 0 ? type : 0;
 }
 
-/// The same file under a number above those of the standard streams, which a host may have closed: what it prints must
+/// Opens a file under a number above those of the standard streams, which a host may have closed: what it prints must
 /// not end up in the recording.
-int aboveStandardStreams(int descriptor) {
+int openAboveStandardStreams(const char* path, int flags) {
+  const int descriptor = ::open(path, flags, 0644);
   if (descriptor < 0 || descriptor > STDERR_FILENO) return descriptor;
-  const int higher = ::fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  // Opened once more while the low number is taken. fcntl() could copy it, but is a symbol of newer C libraries only.
+  const int higher = openAboveStandardStreams(path, flags & ~(O_CREAT | O_EXCL));
   const int error = errno;
   ::close(descriptor);
   errno = error;
@@ -91,15 +93,14 @@ bool McapFile::create(const std::string& path, const std::string& nameInFolder) 
   if (ending == std::string::npos || (slash != std::string::npos && ending < slash)) ending = wanted.size();
   path_ = wanted;
   if (type == S_IFCHR) {
-    descriptor_ = ::open(path_.c_str(), kFlags);
+    descriptor_ = openAboveStandardStreams(path_.c_str(), kFlags);
   } else {
     for (int i = 2; i <= kMostNames; ++i) {
-      descriptor_ = ::open(path_.c_str(), kFlags | O_CREAT | O_EXCL, 0644);
+      descriptor_ = openAboveStandardStreams(path_.c_str(), kFlags | O_CREAT | O_EXCL);
       if (descriptor_ >= 0 || errno != EEXIST) break;
       path_ = wanted.substr(0, ending) + "-" + std::to_string(i) + wanted.substr(ending);
     }
   }
-  descriptor_ = aboveStandardStreams(descriptor_);
   return descriptor_ >= 0;
 }
 
