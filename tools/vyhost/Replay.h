@@ -61,13 +61,14 @@ class Replay {
   void play(Player& player);
   [[noreturn]] void finish(int exitCode) const;
 
+  template <typename Type>
+  void identify(Type value, const nlohmann::json& recorded);
+
   // ---- Incoming calls ----
   void perform(Lock& lock, Player& player);
   void callLibrary(const Call& call);
   template <typename Result, typename... Types, typename Function>
   void callTyped(const Call& call, Function function, Result (*signature)(Types...), bool hasSlot);
-  template <typename Type>
-  void identify(Type value, const nlohmann::json& recorded);
   /// Waits until the recording has this return, too.
   const Call& awaitReturn(Lock& lock, Player& player);
   void compareOutcome(const Call& call, const nlohmann::json& result, const vy_error* const* slot,
@@ -96,6 +97,8 @@ class Replay {
   void report(const Incoming& place, const Difference& difference);
   std::string overlapOf(std::size_t call) const;
 
+  static thread_local Player* ownPlayer_;  ///< the calling thread's part; null for threads of the library's own
+
   const Recording& recording_;
   const LibraryFunctions& library_;
   const Options options_;
@@ -118,5 +121,18 @@ class Replay {
   std::uint64_t turns_ = 0;
   std::size_t differences_ = 0;
 };
+
+/// A number that has not come up yet is the object's that the library hands out in its place: one that it has made, or
+/// one that the recording numbers anew as it takes it for released.
+template <typename Type>
+void Replay::identify(Type value, const nlohmann::json& recorded) {
+  if constexpr (isHandleType<Type>) {
+    if (value == nullptr || !recorded.is_number()) return;
+    const recording::Kind kind = recording::kindOf(value);
+    const auto number = recorded.get<std::uint64_t>();
+    if (!handles_.knows(kind, number))
+      handles_.bind(kind, number, const_cast<std::remove_const_t<std::remove_pointer_t<Type>>*>(value));
+  }
+}
 
 }  // namespace vyhost
