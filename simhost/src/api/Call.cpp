@@ -14,8 +14,7 @@ namespace {
 
 /// For programs that do not ask for the count themselves.
 bool printsRefusals() {
-  static const char* const wish = std::getenv("VYSIM_PRINT_REFUSALS");
-  return wish != nullptr;
+  return std::getenv("VYSIM_PRINT_REFUSALS") != nullptr;
 }
 
 }  // namespace
