@@ -1,6 +1,6 @@
 // Calls of the library in any order that its headers allow, with up to two failing host calls in each. At all times no
-// errors live but those that the caller was given, and the frames sent keep their references. In the end no object
-// lives but those that a failing host kept.
+// errors live but those that the caller was given, the frames sent keep their references, and calls in which nothing
+// fails hand the host no object that is not there. In the end no object lives but those that a failing host kept.
 #include <sanitizer/lsan_interface.h>
 
 #include <algorithm>
@@ -145,6 +145,7 @@ bool Session::call(Work work) {
   orders_.clear();
   struck_.clear();
   for (std::size_t count = number(2); count > 0; --count) orderFault();
+  const Refusals refusedBefore = refusals();
   ErrorSlot error;
   work(static_cast<vy_error**>(error));
   vysim_fail_clear();
@@ -153,6 +154,7 @@ bool Session::call(Work work) {
     struck_.push_back(order);
     if (order.function.leavesObject(order.fault)) ++left_[order.function.kind];
   }
+  if (struck_.empty()) EXPECT_EQ(refusals(), refusedBefore) << "no fault made the library call with what is not there";
   hasFailedList_ = hasFailedList_ || hasStruck({"vy_filter_get_config_schema_list"});
   EXPECT_EQ(balance_.grown(VYSIM_ERROR), left_[VYSIM_ERROR] + (error.isSet() ? 1 : 0));
   return !error.isSet();
@@ -271,7 +273,7 @@ void Session::useOwn() {
       case 5: priv_filter_enable(own.filter, count == 10, error); break;
       case 6: priv_filter_is_enabled(own.filter, error); break;
       case 7: priv_filter_config_schema_list_get_count(own.list, error); break;
-      case 8: priv_filter_config_schema_list_get_item(own.list, count, error); break;
+      case 8: priv_filter_config_schema_list_get_item(own.list, std::min<std::uint32_t>(count, 9), error); break;
       default: if (own.list == nullptr) list = priv_filter_get_config_schema_list(own.filter, error);
     }
     // clang-format on

@@ -100,5 +100,6 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     }
   }
   balance.expectLevel();
+  expectNothingRefused();
   return 0;
 }

@@ -148,5 +148,6 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const Balance balance;
   Run(data, size).run();
   balance.expectLevel();
+  expectNothingRefused();
   return 0;
 }

@@ -129,5 +129,6 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     runCommands(sensor, makeProcessor(context, sensor.sensor), texts);
   }
   balance.expectLevel();
+  expectNothingRefused();
   return 0;
 }

@@ -7,6 +7,10 @@ extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
   return 0;
 }
 
+void expectNothingRefused() {
+  EXPECT_EQ(refusals(), Refusals());
+}
+
 const std::vector<SensorCase>& allSensors() {
   static const auto& all = *[] {
     auto* const sensors = new std::vector<SensorCase>;

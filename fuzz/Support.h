@@ -13,5 +13,8 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
+/// Demands that since the program began the host was never handed a null or dead object, or an index past the end.
+void expectNothingRefused();
+
 /// All sensors of all families, each with a few tiny frames; they live as long as the program.
 const std::vector<SensorCase>& allSensors();

@@ -109,7 +109,7 @@ void tell(const char* what, const char* name, const char* reason) {
 /// The one recorder. It is never destroyed: a host may call the library until the very end of its process.
 Recorder& theRecorder() {
   alignas(Recorder) static char storage[sizeof(Recorder)];
-  return reinterpret_cast<Recorder&>(storage);
+  return *static_cast<Recorder*>(static_cast<void*>(storage));
 }
 
 thread_local bool isInRecorder = false;

@@ -96,6 +96,7 @@ void AllocationSweepTest::sweep(const SensorCase& sensor) {
     fail(sensor, failing, undisturbed.text());
     EXPECT_EQ(piecesAlive, piecesBefore) << "memory lost";
     objects.expectLevel();
+    EXPECT_EQ(refusals(), Refusals()) << "calls that the host refused";
   }
 }
 
@@ -139,6 +140,7 @@ TEST_F(AllocationSweepTest, DestroyingWithoutMemoryLeavesAFilterToTheRegistry) {
   const std::string name(300, 'n');
   definePassing("OpenNIDisparityTransform", name.c_str(), true);
   const OpenDevice camera = openDevice(kSpecialOpenNI);
+  expectRefused("vy_filter_config_schema_list_get_item", 8);  // published, but the stand-in has no items
   Processor processor = makeProcessor(camera.context, kDepth);
   allocations = {true, 0, 1};
   processor.reset();

@@ -89,6 +89,9 @@ TEST_F(ChainConstructionTest, AFilterThatFailsIsLeftOutWithoutATrace) {
       // The schema text loses lines; the chain is whole.
       {{{"vy_filter_get_config_schema_list", 2}, {"vy_filter_get_name", 4}}, "NMFR", 0, "NR"},
   };
+  expectRefused("vy_filter_update_config");  // of NoiseRemovalFilter, the only one that is configured
+  expectRefused("vy_filter_enable");
+  expectRefused("vy_delete_filter", 2);
   for (const auto& each : cases) {
     SCOPED_TRACE(each.faults.empty() ? "no fault" : each.faults.front().function);
     failCalls(each.faults);

@@ -208,7 +208,9 @@ bool run(std::uint64_t frames, std::uint64_t processors) {
   }
   const bool isFlat = !kMemoryCounts || growth <= kAllowedGrowthKiB;
   if (!isFlat) fmt::print("memory grew by more than the {} KiB that count as none\n", kAllowedGrowthKiB);
-  return objectsAlive() == 0 && isFlat;
+  const std::uint64_t refused = vysim_refused_count(nullptr);
+  if (refused > 0) fmt::print("the host refused {} calls, the first of {}\n", refused, vysim_refused_function_at(0));
+  return objectsAlive() == 0 && refused == 0 && isFlat;
 }
 
 }  // namespace

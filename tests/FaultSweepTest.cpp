@@ -97,6 +97,8 @@ class FaultRun : public Scenario {
   Log takeLog() { return std::move(log_); }
   /// Objects that the fault leaves behind: the host refused to take them back, or gave them out together with an error.
   const Kinds& left() const { return left_; }
+  /// Calls that the fault makes the library hand null or a dead frame to.
+  const Refusals& refused() const { return refused_; }
 
  private:
   void call(Step step, const Work& work) override;
@@ -104,11 +106,21 @@ class FaultRun : public Scenario {
 
   bool isFaultless() const { return strike_.nth == 0; }
   bool isStruckStep() const { return !isFaultless() && log_.size() == strike_.step + 1; }
+  bool isOnOwnFilter() const {
+    return strike_.call.find(": DepthResize#") != std::string::npos ||
+           strike_.call.find(": OpenNIDisparityTransform#") != std::string::npos;
+  }
   void readRecords(StepLog& done) const;
   void noteChain(const StepLog& done);
   void expectCallersError(Step step) const;
   void expectLeft();
+  void expectRefused();
   int expectFrame(const Frame& input, const Frame& output);
+  /// As the last call found it.
+  const ModelChain& chainOfStep() const {
+    return isFaultless() ? log_.back().chain : (*faultless_)[strike_.step].chain;
+  }
+  FrameModel modelOf(const Frame& input) const { return {chainOfStep(), input, strike_.nth, strike_.kind}; }
 
   const Strike& strike_;
   const std::string function_;  ///< the one that fails
@@ -116,6 +128,7 @@ class FaultRun : public Scenario {
   const bool modelled_;
   Log log_;
   Kinds left_ = {};
+  Refusals refused_;
   ModelChain chain_;
   std::size_t filtersMade_ = 0;
   Error error_;  ///< of the last call
@@ -145,7 +158,10 @@ void FaultRun::call(Step step, const Work& work) {
   if (isStruckStep()) {
     EXPECT_EQ(vysim_fail_count(), 1U) << "the fault did not strike";
     expectCallersError(step);
-    if (step != Step::kFrame) expectLeft();
+    if (step != Step::kFrame) {
+      expectLeft();
+      expectRefused();
+    }
   }
 }
 
@@ -205,6 +221,29 @@ void FaultRun::expectCallersError(Step step) const {
   }
 }
 
+/// A function that gives nothing, and no error: the library goes on with null, and learns from the error of the next
+/// call that it has nothing. Its own filters look at null themselves.
+void FaultRun::expectRefused() {
+  if (strike_.kind != VYSIM_FAULT_NULL || isOnOwnFilter()) return;
+  const bool isCommand = log_.back().step == Step::kSettings;
+  std::vector<std::string> next((*faultless_)[strike_.step].calls);
+  next.erase(next.begin(), next.begin() + static_cast<std::ptrdiff_t>(strike_.nth));
+  if (function_ == "vy_device_get_device_info") {
+    refused_ = {{"vy_device_info_get_pid", 1}, {"vy_device_info_get_vid", 1}};
+  } else if (function_ == "vy_create_filter") {
+    refused_ = {{functionOf(next.front()), 1}, {"vy_delete_filter", 1}};
+  } else if (function_ == "vy_filter_config_schema_list_get_item") {
+    refused_ = {{isCommand ? "vy_filter_set_config_value" : "vy_filter_get_config_value", 1}};
+  } else if (function_ == "vy_filter_get_config_schema_list") {
+    for (const std::string& call : next) {
+      const std::string function = functionOf(call);
+      if (call.find("(list: ") != std::string::npos) ++refused_[function];
+      if (function == "vy_delete_filter_config_schema_list") break;
+    }
+    if (isCommand) refused_.erase("vy_filter_config_schema_list_get_item");  // the count's error came first
+  }
+}
+
 void FaultRun::expectLeft() {
   const struct {
     const char* make;  ///< an object that it gives with an error is left alone
@@ -218,11 +257,9 @@ void FaultRun::expectLeft() {
   };
   // The registry notes every list that its filters give out, with an error or without, and gives one back with the
   // filter.
-  const bool isNoted = strike_.call.find(": DepthResize#") != std::string::npos ||
-                       strike_.call.find(": OpenNIDisparityTransform#") != std::string::npos;
   for (const auto& pair : pairs) {
     const bool isWithResult = strike_.kind == VYSIM_FAULT_ERROR_WITH_RESULT;
-    const bool isLeft = isWithResult ? function_ == pair.make && !(isNoted && pair.kind == VYSIM_SCHEMA_LIST)
+    const bool isLeft = isWithResult ? function_ == pair.make && !(isOnOwnFilter() && pair.kind == VYSIM_SCHEMA_LIST)
                                      : pair.take != nullptr && function_ == pair.take;
     if (isLeft) ++left_[pair.kind];
   }
@@ -234,6 +271,7 @@ void FaultRun::receive(const Frame& input, Frame output) {
   if (modelled_ && (isFaultless() || isStruckStep())) {
     expected += expectFrame(input, output);
   } else if (isStruckStep()) {
+    refused_ = modelOf(input).refused;
     left_[VYSIM_FRAME] = left_[VYSIM_STREAM_PROFILE] = 1;  // at most
     EXPECT_NEAR(references, expected, 1);
     expected = references;
@@ -247,8 +285,8 @@ void FaultRun::receive(const Frame& input, Frame output) {
 
 /// Compares a frame with the model. Returns how many references the input has gained (or lost).
 int FaultRun::expectFrame(const Frame& input, const Frame& output) {
-  const ModelChain& chain = isFaultless() ? log_.back().chain : (*faultless_)[strike_.step].chain;
-  const FrameModel model(chain, input, strike_.nth, strike_.kind);
+  const FrameModel model = modelOf(input);
+  refused_ = model.refused;
   left_[VYSIM_FRAME] += model.framesLeft;
   left_[VYSIM_STREAM_PROFILE] += model.profilesLeft;
   EXPECT_EQ(canonicalCalls(log_.back().calls), model.calls);
@@ -262,7 +300,7 @@ int FaultRun::expectFrame(const Frame& input, const Frame& output) {
   EXPECT_EQ(isCopy, model.result == FrameModel::kCopy);
   EXPECT_NE(output, input);
   if (!isCopy && model.result != FrameModel::kCopy) {
-    const ModelLink& maker = chain.links[static_cast<std::size_t>(model.result) - 1];
+    const ModelLink& maker = chainOfStep().links[static_cast<std::size_t>(model.result) - 1];
     EXPECT_EQ(stampOf(output), stampFor(maker.hostName())) << "from " << maker.label;
   }
   return model.inputReferences;
@@ -293,6 +331,7 @@ Log FaultSweepTest::run(const SensorCase& sensor, const Strike& strike, const Lo
   const Balance objects;
   FaultRun way(sensor, strike, faultless, modelled_);
   way.run();
+  EXPECT_EQ(refusals(), way.refused()) << "calls that the host refused";
   for (std::size_t i = 0; i < way.left().size(); ++i) {
     const auto kind = static_cast<vysim_kind>(i);
     const long left = objects.grown(kind);

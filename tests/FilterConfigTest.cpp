@@ -61,6 +61,7 @@ TEST_F(FilterConfigTest, NamesThatTheHostKeepsPrivateAreCreatedThroughThePrivate
       {makeRecord("DisparityTransform", 1, 0), "vy_create_private_filter(name: \"OpenNIDisparityTransform\")"},
       {makeRecord("HardwareD2CProcessor", 1, 0), "vy_create_private_filter(name: \"DepthResize\")"},
   };
+  const OpenDevice device = openDevice(0);  // keeps the library's own filters alive
   for (const auto& [record, call] : cases) {
     const auto calls = splitLines(recordCalls([config = record] { BasicFrameProcessor(nullptr, {config}); }));
     EXPECT_EQ(calls.at(0), call);

@@ -16,6 +16,7 @@ class FrameLoopTest : public HostTest {
     defineStamper("FrameMirror", stampers_[0], firstName);
     defineStamper("FrameFlip", stampers_[1], secondName);
     defineStamper("FrameRotate", stampers_[2]);
+    expectRefused("vy_filter_config_schema_list_get_item");  // the chain publishes an item that the last one lacks
     processor_ = makeProcessor(halden_.context, kColor);
     EXPECT_EQ(updateConfig(processor_, {"1", "1"}), kNoError);  // the last one starts switched on
   }
@@ -67,6 +68,7 @@ TEST_F(FrameLoopTest, FiltersHandFramesOnAndEachIsReleasedWhenTheNextFilterStart
 
 TEST_F(FrameLoopTest, FiltersThatPassFramesOnKeepReferencesBalanced) {
   for (const char* name : {"FrameMirror", "FrameFlip", "FrameRotate"}) definePassing(name);
+  expectRefused("vy_filter_config_schema_list_get_item");
   processor_ = makeProcessor(halden_.context, kColor);
   EXPECT_EQ(updateConfig(processor_, {"1", "1"}), kNoError);
   const Frame input = makeInput();
@@ -201,6 +203,7 @@ const FailureCase kFailures[] = {
 
 TEST_F(FrameLoopTest, FailuresEndTheChainWithTheFrameAtHand) {
   build();
+  expectRefused("vy_delete_frame");  // the one release that is repeated though it worked, and was the last
   for (const FailureCase& each : kFailures) {
     std::string trace;
     for (const Fault& fault : each.faults) trace += std::string(fault.function) + ' ' + std::to_string(fault.nth) + ' ';

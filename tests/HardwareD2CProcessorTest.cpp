@@ -102,6 +102,7 @@ TEST_F(HardwareD2CProcessorTest, FailuresLeaveTheFrameThatTheyShould) {
 
   ErrorSlot error;
   failCall("vy_filter_process", 1, kNull);  // asks a null frame for its profile
+  expectRefused("vy_frame_get_stream_profile");
   EXPECT_EQ(filter_->filter_process(input_.get(), error), nullptr);
   EXPECT_EQ(error.take().function, "vy_frame_get_stream_profile");
   for (const char* first : {"vy_video_frame_get_width", "vy_video_frame_get_height"}) {
@@ -146,6 +147,7 @@ TEST_F(HardwareD2CProcessorTest, ParametersReachTheFilterThroughTheChain) {
   }
   definePassing("OpenNIDisparityTransform", nullptr, true);
   const OpenDevice camera = openDevice(kSpecialOpenNI);
+  expectRefused("vy_filter_config_schema_list_get_item", 11);  // published, but the stand-ins have no items
   const Processor depth = makeProcessor(camera.context, kDepth);
   EXPECT_EQ(updateConfig(depth, {"1", "1", "1", "0", "0"}), kNoError);  // of noise, disparity, D2C, mirror, flip
   setHardwareD2C(depth, {kIntrinsic, 1, -1, 2, -3, 4, true});

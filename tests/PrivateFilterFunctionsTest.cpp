@@ -95,6 +95,7 @@ TEST_F(PrivateFilterFunctionsTest, ForeignHandlesGiveNeutralResults) {
   EXPECT_FALSE(call(priv_filter_is_enabled, own)) << "a foreign handle reached another filter";
   call(vy_delete_filter, foreign);
 
+  expectRefused("vy_filter_get_name", std::size(kFilterCalls));
   // A dead handle: the host's error stays, unless priv_filter_get_name() replaces it.
   for (const auto& each : kFilterCalls) {
     ErrorSlot error;
@@ -132,6 +133,7 @@ TEST_F(PrivateFilterFunctionsTest, CallsReachTheFilterInside) {
   EXPECT_EQ(call(priv_filter_config_schema_list_get_count, list), 1U);
   EXPECT_STREQ(call(priv_filter_config_schema_list_get_item, list, 0).name, "size");
   ErrorSlot error;
+  expectRefused("vy_filter_config_schema_list_get_item");
   EXPECT_TRUE(isZero(priv_filter_config_schema_list_get_item(list, 1, error)));
   EXPECT_TRUE(error.isSet());
   // A list that the host gave out itself.
@@ -202,6 +204,7 @@ TEST_F(PrivateFilterFunctionsTest, DeletedFiltersLiveUntilTheLastContextIsGone) 
   EXPECT_EQ(alive(VYSIM_FILTER), 0);
   device_ = openDevice(0);
   ErrorSlot error;
+  expectRefused("vy_filter_get_name");
   EXPECT_EQ(priv_filter_get_name(filter, error), nullptr) << "a new registry knows none of the old filters";
 }
 

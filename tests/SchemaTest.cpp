@@ -89,6 +89,7 @@ TEST_F(SchemaTest, OddItemsKeepTheirPlace) {
   definePassing("FrameMirror", "Renamed");  // keys carry the name that the filter reports
   for (const int unknownType : {3, -1}) {
     // Item 1 does not exist; item 0 has no description.
+    expectRefused("vy_filter_config_schema_list_get_item");
     const auto type = static_cast<VYFilterConfigValueType>(unknownType);
     const std::vector<VYFilterConfigSchemaItem> odd = {{"odd", type, 0, 1, 1, 1, nullptr}};
     define("NoiseRemovalFilter", odd);

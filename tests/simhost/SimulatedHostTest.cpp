@@ -7,36 +7,10 @@
 #include <thread>
 #include <vector>
 
+#include "simhost/SimulatedHost.h"
 #include "support/CommaLocale.h"
-#include "tavrix_sim.hpp"
 
 namespace {
-
-using namespace vysim;
-
-constexpr int kDeadObject = 3, kInvalidValue = 4, kWrongObject = 5, kNotFound = 6, kUnsuitableFrame = 7, kInjected = 8;
-
-Filter makeFilter(const char* name, bool isPrivate = false) {
-  return Filter(call(isPrivate ? vy_create_private_filter : vy_create_filter, name));
-}
-
-Frame makeFrame(VYFormat format = VY_FORMAT_Y16, VYPixelType type = VY_PIXEL_DISPARITY) {
-  return Frame(call(vysim_create_frame, 6U, 4U, format, type));
-}
-
-class SimulatedHost : public testing::Test {
- protected:
-  SimulatedHost() {
-    onRefusal = [](const Error& error) { ADD_FAILURE() << error.function << ": " << error.message; };
-    vysim_reset();
-  }
-  ~SimulatedHost() override {
-    vysim_reset();
-    for (int kind = 0; kind < VYSIM_KIND_COUNT; ++kind) {
-      EXPECT_EQ(vysim_live_count(static_cast<vysim_kind>(kind)), 0U) << vysim_kind_name(static_cast<vysim_kind>(kind));
-    }
-  }
-};
 
 /// A function that takes a handle as its first argument.
 struct HandleCall {
@@ -151,7 +125,7 @@ TEST_F(SimulatedHost, CountsReferencesAcrossThreads) {
 TEST_F(SimulatedHost, FramesMadeFromOthersHaveProfilesOfTheirOwn) {
   const Frame frame = makeFrame(VY_FORMAT_Y16, VY_PIXEL_DEPTH);
   call(vysim_frame_get_data, frame.get())[0] = 7;
-  const Filter resize = makeFilter("DepthResize", true);  // makes a new frame though it is not configured
+  const Filter resize = makeFilter("DepthResize");  // makes a new frame though it is not configured
   const Frame copies[] = {Frame(call(vy_create_frame_from_other_frame, frame.get(), true)),
                           Frame(call(vy_create_frame_from_other_frame, frame.get(), false)),
                           Frame(call(vy_filter_process, resize.get(), frame.get()))};
@@ -217,28 +191,27 @@ TEST_F(SimulatedHost, RecordsCountsAndTimesCalls) {
 TEST_F(SimulatedHost, FiltersRefuseSettingsThatMakeNoSense) {
   const struct {
     const char* filter;
-    bool isPrivate;
     std::vector<const char*> arguments;  // if empty, the item is set instead
     const char* item;
     double value;
     const char* messagePart;
   } refusals[] = {
-      {"FrameRotate", false, {}, "Angle", 45, "0 to 270 in steps of 90 but is 45"},
-      {"FrameRotate", false, {}, "angle", 90, "no item \"angle\": it has Angle"},
-      {"FrameMirror", false, {"1"}, nullptr, 0, "takes no arguments but got 1"},
-      {"NoiseRemovalFilter", false, {"80", "256", "848"}, nullptr, 0, "takes 4 arguments"},
-      {"NoiseRemovalFilter", false, {"80", "256", "848", "x"}, nullptr, 0, "ReferenceHeight must be a number"},
-      {"NoiseRemovalFilter", false, {"80", "256", "0", "480"}, nullptr, 0, "ReferenceWidth must be from 1"},
-      {"NoiseRemovalFilter", false, {}, "MaxDifference", 65536, "65535"},
-      {"NoiseRemovalFilter", false, {}, "MaxSpeckleSize", std::nan(""), "nan"},
-      {"DisparityTransform", false, {}, "HoleValue", 1, "no item"},
-      {"OpenNIDisparityTransform", true, {}, "KeepFar", 0.5, "0 to 1"},
-      {"DepthResize", true, {"0", "0", "0.000000000", "0", "0", "0", "0"}, nullptr, 0, "at least 1 x 1"},
-      {"DepthResize", true, {"64", "48", "0.000000000", "0", "0", "0", "0"}, nullptr, 0, "above 0"},
-      {"DepthResize", true, {"4294967295", "48", "1", "0", "0", "0", "0"}, nullptr, 0, "OutputWidth"},
+      {"FrameRotate", {}, "Angle", 45, "0 to 270 in steps of 90 but is 45"},
+      {"FrameRotate", {}, "angle", 90, "no item \"angle\": it has Angle"},
+      {"FrameMirror", {"1"}, nullptr, 0, "takes no arguments but got 1"},
+      {"NoiseRemovalFilter", {"80", "256", "848"}, nullptr, 0, "takes 4 arguments"},
+      {"NoiseRemovalFilter", {"80", "256", "848", "x"}, nullptr, 0, "ReferenceHeight must be a number"},
+      {"NoiseRemovalFilter", {"80", "256", "0", "480"}, nullptr, 0, "ReferenceWidth must be from 1"},
+      {"NoiseRemovalFilter", {}, "MaxDifference", 65536, "65535"},
+      {"NoiseRemovalFilter", {}, "MaxSpeckleSize", std::nan(""), "nan"},
+      {"DisparityTransform", {}, "HoleValue", 1, "no item"},
+      {"OpenNIDisparityTransform", {}, "KeepFar", 0.5, "0 to 1"},
+      {"DepthResize", {"0", "0", "0.000000000", "0", "0", "0", "0"}, nullptr, 0, "at least 1 x 1"},
+      {"DepthResize", {"64", "48", "0.000000000", "0", "0", "0", "0"}, nullptr, 0, "above 0"},
+      {"DepthResize", {"4294967295", "48", "1", "0", "0", "0", "0"}, nullptr, 0, "OutputWidth"},
   };
   for (const auto& each : refusals) {
-    const Filter filter = makeFilter(each.filter, each.isPrivate);
+    const Filter filter = makeFilter(each.filter);
     ErrorSlot slot;
     std::vector<const char*> arguments = each.arguments;
     if (arguments.empty()) {
@@ -259,7 +232,7 @@ TEST_F(SimulatedHost, FiltersRefuseSettingsThatMakeNoSense) {
 TEST_F(SimulatedHost, ArgumentTextsHaveAPointWhateverTheLocale) {
   const CommaLocale locale;
   if (!locale.isSet()) GTEST_SKIP() << "no German locale here: install the package locales";
-  const Filter resize = makeFilter("DepthResize", true);
+  const Filter resize = makeFilter("DepthResize");
   for (const auto& [scale, isNumber] : {std::pair("1.500000000", true), std::pair("0,5", false)}) {
     const char* arguments[] = {"64", "48", scale, "0", "0", "0", "0"};
     ErrorSlot slot;
@@ -289,7 +262,7 @@ TEST_F(SimulatedHost, FiltersRefuseFramesThatTheyCannotWorkOn) {
                {"FrameRotate", false, VY_FORMAT_Y14, VY_PIXEL_INTENSITY},
                {"DepthResize", true, VY_FORMAT_Y11, VY_PIXEL_DEPTH}};
   for (const auto& each : cases) {
-    const Filter filter = makeFilter(each.filter, each.isPrivate);
+    const Filter filter = makeFilter(each.filter);
     const Frame frame = makeFrame(each.format, each.type);
     ErrorSlot slot;
     EXPECT_EQ(vy_filter_process(filter.get(), frame.get(), slot), nullptr);

@@ -29,7 +29,10 @@ FrameModel::Outcome FrameModel::call(const std::string& function, const std::str
   const bool struck = ++callCount_ == failing_;
   if (struck && fault_ == VYSIM_FAULT_NULL) return {false, {}};
   if (struck && fault_ == VYSIM_FAULT_ERROR) return {false, {function, kInjected}};
-  if (refusal != 0) return {false, {function, refusal}};
+  if (refusal != 0) {
+    ++refused[function];
+    return {false, {function, refusal}};
+  }
   return {true, struck ? ErrorOrigin{function, kInjected} : ErrorOrigin{}};
 }
 

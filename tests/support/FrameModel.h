@@ -45,6 +45,7 @@ class FrameModel {
   ErrorOrigin error;
   int inputReferences = 0;  ///< gained on the input; negative for lost
   int resultReferences = 0;
+  Refusals refused;       ///< calls on objects that are dead or null
   long framesLeft = 0;    ///< that nobody will release
   long profilesLeft = 0;  ///< whose handle nobody will give back
 

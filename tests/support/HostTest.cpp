@@ -124,6 +124,14 @@ std::vector<std::string> callsOf(const std::string& function, const std::string&
   return found;
 }
 
+Refusals refusals() {
+  Refusals all;
+  for (std::size_t i = 0; const char* const function = vysim_refused_function_at(i); ++i) {
+    all[function] = vysim_refused_count(function);
+  }
+  return all;
+}
+
 // From the leak checker, and null in builds without it.
 extern "C" void __lsan_disable() __attribute__((weak));
 extern "C" void __lsan_enable() __attribute__((weak));
@@ -161,6 +169,7 @@ HostTest::HostTest() {
 // Not TearDown(): derived fixtures still hold objects then.
 HostTest::~HostTest() {
   EXPECT_EQ(vysim_fail_count(), ordered_) << "a fault that was ordered did not strike";
+  EXPECT_EQ(refusals(), refused_) << "calls that the host refused";
   vysim_reset();
   balance_.expectLevel();
 }

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdint>
+#include <map>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -116,6 +117,11 @@ std::string recordCalls(Work work) {
 /// Those of the recorded calls that are of one function.
 std::vector<std::string> callsOf(const std::string& function, const std::string& calls);
 
+/// How often each host function has refused a call because of the handle, pointer or index that it was handed.
+using Refusals = std::map<std::string, std::uint64_t>;
+/// Those since the last vysim_reset().
+Refusals refusals();
+
 /// An order to let the nth call of a host function from now go wrong.
 struct Fault {
   const char* function;
@@ -151,7 +157,8 @@ class Balance {
 };
 
 /// The base of all tests. Starts with a host without definitions, orders or lists, and fails the test unless all
-/// objects of the host that it made are gone at its end: a leak or a double release fails the test that caused it.
+/// objects of the host that it made are gone at its end: a leak or a double release fails the test that caused it. So
+/// does a call that hands the host a null or dead object or reads past the end of a list, unless it was expected.
 class HostTest : public testing::Test {
  protected:
   HostTest();
@@ -160,6 +167,8 @@ class HostTest : public testing::Test {
   /// Orders host calls to fail. An order that is never carried out fails the test.
   void failCall(const char* function, std::uint64_t nth = 1, vysim_fault kind = VYSIM_FAULT_ERROR);
   void failCalls(const std::vector<Fault>& faults);
+  /// Expects the host to refuse calls of a function because of what they hand over.
+  void expectRefused(const char* function, std::uint64_t count = 1) { refused_[function] += count; }
   /// How many objects the test has made that are still alive.
   long alive(vysim_kind kind) const { return balance_.grown(kind); }
   /// Accepts objects that the library leaves behind on purpose. Needs a LeakTolerance while they are made.
@@ -168,4 +177,5 @@ class HostTest : public testing::Test {
  private:
   Balance balance_;
   std::uint64_t ordered_ = 0;
+  Refusals refused_;
 };

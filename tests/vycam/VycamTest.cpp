@@ -41,8 +41,8 @@ class VycamTest : public testing::Test {
   void TearDown() override { fs::remove_all(folder_); }
 
   Outcome vycam(const std::string& arguments) const {
-    const std::string line =
-        "cd '" + folder_.string() + "' && '" VYCAM_COMMAND "' " + arguments + " 2>stderr.txt </dev/null";
+    const std::string line = "cd '" + folder_.string() + "' && VYSIM_PRINT_REFUSALS=1 '" VYCAM_COMMAND "' " +
+                             arguments + " 2>stderr.txt </dev/null";
     Outcome outcome;
     FILE* const pipe = popen(line.c_str(), "r");
     char buffer[4096];
@@ -51,6 +51,7 @@ class VycamTest : public testing::Test {
     outcome.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     outcome.err = contentsOf(folder_ / "stderr.txt");
     fs::remove(folder_ / "stderr.txt");
+    EXPECT_EQ(outcome.err.find("refused: "), std::string::npos) << outcome.err;
     return outcome;
   }
 

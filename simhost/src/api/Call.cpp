@@ -1,9 +1,23 @@
 #include "api/Call.h"
 
+#include <fmt/core.h>
+
+#include <cstdio>
+#include <cstdlib>
+
 #include "core/Failure.h"
 #include "core/HostError.h"
+#include "instrumentation/Counters.h"
 
 namespace tavrix {
+namespace {
+
+/// For programs that do not ask for the count themselves.
+bool printsRefusals() {
+  return std::getenv("VYSIM_PRINT_REFUSALS") != nullptr;
+}
+
+}  // namespace
 
 void storeError(vy_error** slot, const char* function, const std::string& arguments, int exceptionType,
                 const char* message) noexcept {
@@ -11,12 +25,15 @@ void storeError(vy_error** slot, const char* function, const std::string& argume
 }
 
 void storeCurrentException(vy_error** slot, const char* function, const ArgumentText& text) noexcept {
-  if (slot == nullptr) return;
   const auto store = [&](ExceptionType type, const char* message) {
-    storeError(slot, function, text(), static_cast<int>(type), message);
+    if (slot != nullptr) storeError(slot, function, text(), static_cast<int>(type), message);
   };
   try {
     throw;
+  } catch (const Refusal& refusal) {
+    refusals::add(function);
+    if (printsRefusals()) fmt::print(stderr, "refused: {}({}): {}\n", function, text(), refusal.what());
+    store(refusal.type(), refusal.what());
   } catch (const Failure& failure) {
     store(failure.type(), failure.what());
   } catch (const std::bad_alloc&) {

@@ -11,7 +11,7 @@ namespace tavrix {
 /// Stores a new error object in a slot, over whatever the slot holds. Does nothing where the slot is null.
 void storeError(vy_error** slot, const char* function, const std::string& arguments, int exceptionType,
                 const char* message) noexcept;
-/// The same for the exception being handled.
+/// The same for the exception being handled. A Refusal is counted, with a slot or without.
 void storeCurrentException(vy_error** slot, const char* function, const ArgumentText& text) noexcept;
 void storeInjectedError(vy_error** slot, const char* function, const ArgumentText& text) noexcept;
 

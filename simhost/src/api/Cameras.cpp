@@ -11,6 +11,7 @@ using tavrix::ExceptionType;
 using tavrix::Failure;
 using tavrix::guarded;
 using tavrix::Ref;
+using tavrix::Refusal;
 using tavrix::resolve;
 
 namespace {
@@ -21,7 +22,7 @@ Camera& cameraOf(const vysim_camera* camera) {
 }
 
 const tavrix::Family& familyOf(const char* name) {
-  if (name == nullptr) throw Failure(ExceptionType::invalidValue, "NULL pointer passed for argument family");
+  if (name == nullptr) throw Refusal(ExceptionType::invalidValue, "NULL pointer passed for argument family");
   const tavrix::Family* family = tavrix::findFamily(name);
   if (family != nullptr) return *family;
   throw Failure(ExceptionType::notFound,
@@ -85,7 +86,7 @@ void vysim_camera_get_truth(vysim_camera* camera, const vy_frame_t* frame, uint1
         Camera& asked = cameraOf(camera);
         const tavrix::Frame& shown = resolve<tavrix::Frame>(frame, "frame");
         if (depth_mm == nullptr)
-          throw Failure(ExceptionType::invalidValue, "NULL pointer passed for argument depth_mm");
+          throw Refusal(ExceptionType::invalidValue, "NULL pointer passed for argument depth_mm");
         asked.truth(shown, depth_mm);
       },
       arg("camera", camera), arg("frame", frame));

@@ -86,7 +86,7 @@ VYFilterConfigSchemaItem vy_filter_config_schema_list_get_item(const vy_filter_c
       [=] {
         const tavrix::Schema& items = tavrix::resolve<SchemaList>(list, "list").items;
         if (index >= items.size()) {
-          throw tavrix::Failure(tavrix::ExceptionType::notFound,
+          throw tavrix::Refusal(tavrix::ExceptionType::notFound,
                                 fmt::format("the list has no item {}: it has {}", index, items.size()));
         }
         const tavrix::SchemaItem& item = items[index];
@@ -143,7 +143,7 @@ vy_frame_t* vy_filter_process(vy_filter_t* filter, const vy_frame_t* frame, vy_e
 void vysim_define_filter(const vysim_filter_definition* definition, vy_error** error) {
   tavrix::guarded(__func__, error, [=] {
     if (definition == nullptr) {
-      throw tavrix::Failure(tavrix::ExceptionType::invalidValue, "definition is null: expected a filter definition");
+      throw tavrix::Refusal(tavrix::ExceptionType::invalidValue, "definition is null: expected a filter definition");
     }
     tavrix::catalogue::define(*definition);
   });

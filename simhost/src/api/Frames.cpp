@@ -121,7 +121,7 @@ uint32_t vysim_frame_get_number(const vy_frame_t* frame, vy_error** error) {
 }
 
 int vysim_frame_get_ref_count(const vy_frame_t* frame) {
-  return guarded(__func__, nullptr, [=] { return static_cast<int>(FrameRef::count(frame, "frame")); });
+  return tavrix::isObject<Frame>(frame) ? static_cast<int>(FrameRef::count(frame)) : 0;
 }
 
 const char* vysim_format_name(VYFormat format) {

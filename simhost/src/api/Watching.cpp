@@ -36,6 +36,14 @@ const char* vysim_kind_name(vysim_kind kind) {
   return kind < VYSIM_KIND_COUNT ? tavrix::kindName(static_cast<tavrix::Kind>(kind)) : "unknown";
 }
 
+uint64_t vysim_refused_count(const char* function) {
+  return tavrix::refusals::of(function);
+}
+
+const char* vysim_refused_function_at(size_t index) {
+  return tavrix::refusals::functionAt(index);
+}
+
 void vysim_timing_start(void) {
   tavrix::timing::clear();
   Watch::switchOn(Watch::kTiming);
@@ -85,6 +93,7 @@ void vysim_reset(void) {
   tavrix::records::clear();
   tavrix::timing::clear();
   tavrix::callCounts::clear();
+  tavrix::refusals::clear();
   tavrix::faults::clearDoneCount();
   tavrix::catalogue::dropDefinitions();
   for (int kind = 0; kind < static_cast<int>(tavrix::Kind::count); ++kind) {

@@ -28,4 +28,11 @@ class Failure : public std::runtime_error {
   ExceptionType type_;
 };
 
+/// A call that was handed what nobody may hand over: a null pointer, a handle of no living object of its kind, an index
+/// past the end. It is counted, as the mistake is the caller's whatever the object's state.
+class Refusal : public Failure {
+ public:
+  using Failure::Failure;
+};
+
 }  // namespace tavrix

@@ -21,17 +21,17 @@ const char* kindName(Kind kind) {
 
 void refuseHandle(const ObjectHeader* header, Kind expected, const char* argument) {
   if (header == nullptr) {
-    throw Failure(ExceptionType::invalidValue, fmt::format("{} is null: expected a {}", argument, kindName(expected)));
+    throw Refusal(ExceptionType::invalidValue, fmt::format("{} is null: expected a {}", argument, kindName(expected)));
   }
   if (header->mark != ObjectHeader::kMark) {
-    throw Failure(ExceptionType::wrongObject,
+    throw Refusal(ExceptionType::wrongObject,
                   fmt::format("{} is no object of this host: expected a {}", argument, kindName(expected)));
   }
   if (header->kind != expected) {
-    throw Failure(ExceptionType::wrongObject,
+    throw Refusal(ExceptionType::wrongObject,
                   fmt::format("{}: expected a {} but got a {}", argument, kindName(expected), kindName(header->kind)));
   }
-  throw Failure(ExceptionType::deadObject,
+  throw Refusal(ExceptionType::deadObject,
                 fmt::format("{} is dead: {}#{} was deleted before", argument, kindName(expected),
                             header->serial.load(std::memory_order_relaxed)));
 }

@@ -63,7 +63,7 @@ struct ObjectHeader {
   }
 };
 
-/// Throws the Failure that tells why a handle is not that of a living object of the `expected` kind.
+/// Throws the Refusal that tells why a handle is not that of a living object of the `expected` kind.
 [[noreturn]] void refuseHandle(const ObjectHeader* header, Kind expected, const char* argument);
 
 /// The slots of one kind whose objects are dead. They are reused in the order in which their objects died.
@@ -105,14 +105,18 @@ struct Slot {
   T* object() { return std::launder(static_cast<T*>(static_cast<void*>(storage))); }
 };
 
-/// The object of a handle that a caller passed; throws Failure unless it is alive and of the right kind.
+/// Whether a handle that a caller passed is that of a living object of the right kind.
+template <typename T>
+bool isObject(const typename T::Handle* handle) {
+  const auto* const header = reinterpret_cast<const ObjectHeader*>(handle);
+  return header && header->mark == ObjectHeader::kMark && header->kind == T::kKind && header->isAlive();
+}
+
+/// The object of a handle that a caller passed; throws Refusal unless it is alive and of the right kind.
 template <typename T>
 T& resolve(const typename T::Handle* handle, const char* argument) {
-  auto* slot = reinterpret_cast<Slot<T>*>(const_cast<typename T::Handle*>(handle));
-  if (!slot || slot->header.mark != ObjectHeader::kMark || slot->header.kind != T::kKind || !slot->header.isAlive()) {
-    refuseHandle(reinterpret_cast<const ObjectHeader*>(handle), T::kKind, argument);
-  }
-  return *slot->object();
+  if (!isObject<T>(handle)) refuseHandle(reinterpret_cast<const ObjectHeader*>(handle), T::kKind, argument);
+  return *reinterpret_cast<Slot<T>*>(const_cast<typename T::Handle*>(handle))->object();
 }
 
 /// One reference to an object. It cannot be copied: share() and retain() add a reference.
@@ -139,14 +143,13 @@ class Ref {
   static Ref make(Arg&&... arguments);
   /// Takes over a reference that the caller owns.
   static Ref adopt(Handle* handle) { return Ref(slotOf(handle)); }
-  /// Adds a reference to the object of a handle. Throws Failure as resolve() does.
+  /// Adds a reference to the object of a handle. Throws Refusal as resolve() does.
   static Ref retain(const Handle* handle, const char* argument);
-  /// Drops the reference that a handle stands for. Throws Failure as resolve() does.
+  /// Drops the reference that a handle stands for. Throws Refusal as resolve() does.
   static void release(const Handle* handle, const char* argument);
 
-  /// How many references are held on an object. Throws Failure as resolve() does.
-  static int32_t count(const Handle* handle, const char* argument) {
-    resolve<T>(handle, argument);
+  /// How many references are held on a living object.
+  static int32_t count(const Handle* handle) {
     return slotOf(handle)->header.references.load(std::memory_order_relaxed);
   }
 
@@ -179,7 +182,7 @@ class Loan {
  public:
   using Handle = typename T::Handle;
 
-  /// Throws Failure as resolve() does.
+  /// Throws Refusal as resolve() does.
   Loan(const Handle* handle, const char* argument) : handle_(handle), object_(resolve<T>(handle, argument)) {}
 
   const T& operator*() const { return object_; }

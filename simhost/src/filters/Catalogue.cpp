@@ -68,7 +68,7 @@ void checkWay(const char* name, bool filterIsPrivate, bool askedForPrivate) {
 }  // namespace
 
 std::unique_ptr<Filter> create(const char* name, bool isPrivate) {
-  if (name == nullptr) throw Failure(ExceptionType::invalidValue, "name is null: expected the name of a filter");
+  if (name == nullptr) throw Refusal(ExceptionType::invalidValue, "name is null: expected the name of a filter");
   if (const auto definition = findDefinition(name)) {
     checkWay(name, definition->is_private, isPrivate);
     return std::make_unique<DefinedFilter>(*definition);

@@ -62,7 +62,7 @@ const char* Filter::schemaText() {
 }
 
 size_t Filter::indexOf(const char* item) const {
-  if (item == nullptr) throw Failure(ExceptionType::invalidValue, "item is null: expected the name of an item");
+  if (item == nullptr) throw Refusal(ExceptionType::invalidValue, "item is null: expected the name of an item");
   const auto found = std::find_if(schema_.begin(), schema_.end(),
                                   [item](const SchemaItem& each) { return std::string(item) == each.name; });
   if (found != schema_.end()) return static_cast<size_t>(found - schema_.begin());
@@ -98,7 +98,7 @@ void Filter::updateConfig(size_t count, const char* const* texts) {
                                                                  schema_.size(), namesOf(schema_), count));
   }
   if ((texts == nullptr) && count > 0)
-    throw Failure(ExceptionType::invalidValue, "argv is null: expected the argument texts");
+    throw Refusal(ExceptionType::invalidValue, "argv is null: expected the argument texts");
   std::vector<double> values;
   for (size_t i = 0; i < count; ++i) {
     values.push_back(parseNumber(name_, schema_[i], texts[i]));

@@ -1,17 +1,49 @@
 #include "instrumentation/Counters.h"
 
+#include <cstddef>
 #include <deque>
+#include <iterator>
 #include <map>
 #include <mutex>
 #include <string>
+#include <string_view>
 
 namespace tavrix {
 namespace {
 
-struct Counts {
-  std::mutex mutex;
-  std::map<std::string, uint64_t, std::less<>> byFunction;
-  uint64_t canFail = 0;
+/// Counts by function. A name given out stays where it is until clear().
+class Counts {
+ public:
+  void add(const char* function, bool isInTotal) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    ++byFunction_[function];
+    if (isInTotal) ++total_;
+  }
+
+  /// The total where `function` is null.
+  uint64_t of(const char* function) const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (function == nullptr) return total_;
+    const auto found = byFunction_.find(std::string_view(function));
+    return found == byFunction_.end() ? 0 : found->second;
+  }
+
+  const char* functionAt(size_t index) const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (index >= byFunction_.size()) return nullptr;
+    return std::next(byFunction_.begin(), static_cast<std::ptrdiff_t>(index))->first.c_str();
+  }
+
+  void clear() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    byFunction_.clear();
+    total_ = 0;
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  std::map<std::string, uint64_t, std::less<>> byFunction_;
+  uint64_t total_ = 0;
 };
 
 struct FilterTime {
@@ -27,7 +59,12 @@ struct Times {
   uint64_t nanoseconds = 0;
 };
 
-Counts& counts() {
+Counts& calls() {
+  static auto* const instance = new Counts;
+  return *instance;
+}
+
+Counts& refusedCalls() {
   static auto* const instance = new Counts;
   return *instance;
 }
@@ -42,25 +79,38 @@ Times& times() {
 namespace callCounts {
 
 void add(const char* function, bool canFail) {
-  const std::lock_guard<std::mutex> lock(counts().mutex);
-  ++counts().byFunction[function];
-  if (canFail) ++counts().canFail;
+  calls().add(function, canFail);
 }
 
 uint64_t of(const char* function) {
-  const std::lock_guard<std::mutex> lock(counts().mutex);
-  if (function == nullptr) return counts().canFail;
-  const auto found = counts().byFunction.find(std::string_view(function));
-  return found == counts().byFunction.end() ? 0 : found->second;
+  return calls().of(function);
 }
 
 void clear() {
-  const std::lock_guard<std::mutex> lock(counts().mutex);
-  counts().byFunction.clear();
-  counts().canFail = 0;
+  calls().clear();
 }
 
 }  // namespace callCounts
+
+namespace refusals {
+
+void add(const char* function) {
+  refusedCalls().add(function, true);
+}
+
+uint64_t of(const char* function) {
+  return refusedCalls().of(function);
+}
+
+const char* functionAt(size_t index) {
+  return refusedCalls().functionAt(index);
+}
+
+void clear() {
+  refusedCalls().clear();
+}
+
+}  // namespace refusals
 
 namespace timing {
 

@@ -17,6 +17,18 @@ void clear();
 
 }  // namespace callCounts
 
+/// How often each function has refused a call, see Refusal. Everything here is locked.
+namespace refusals {
+
+void add(const char* function);
+/// How often a function did; null: all of them.
+uint64_t of(const char* function);
+/// The name of a function that did, in alphabetical order; null past the end.
+const char* functionAt(size_t index);
+void clear();
+
+}  // namespace refusals
+
 /// Time spent in host functions. Everything here is locked.
 namespace timing {
 

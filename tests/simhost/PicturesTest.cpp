@@ -1,0 +1,126 @@
+// What colour and infrared cameras show of scenes whose light can be worked out by hand.
+#include <algorithm>
+#include <set>
+
+#include "simhost/SimulatedHost.h"
+
+namespace {
+
+class Pictures : public SimulatedHost {};
+
+/// The brightness of each pixel, that of green in colour frames.
+Image lightOf(const Frame& frame) {
+  const VYFormat format = call(vy_frame_get_format, frame.get());
+  if (format == VY_FORMAT_Y10 || format == VY_FORMAT_Y10_MIPI) {
+    return pixelsOf(process(makeFilter("FrameUnpacker"), frame));
+  }
+  const std::vector<uint8_t> bytes = bytesOf(frame);
+  Image light;
+  for (size_t i = 0; i < bytes.size(); i += format == VY_FORMAT_RGB ? 3 : 1) {
+    light.push_back(bytes[i + (format == VY_FORMAT_RGB ? 1 : 0)]);
+  }
+  return light;
+}
+
+TEST_F(Pictures, MirrorTheInfraredOfSomeFamiliesOnly) {
+  for (size_t n = 0; n < vysim_family_count(); ++n) {
+    const vysim_family& family = *vysim_family_at(n);
+    const bool isMirrored = std::set<std::string>{"Corvid", "Halden", "Sorrel"}.count(family.name) != 0;
+    const Camera camera = openCamera(family.name, 64, 4, {1000, 1000, 1000, 4000}, 4);  // far on the right
+    for (size_t i = 0; i < family.stream_count; ++i) {
+      const vysim_stream& stream = family.streams[i];
+      if (stream.sensor == VY_SENSOR_DEPTH) continue;
+      const Image light = lightOf(nextFrame(camera, stream.sensor));
+      long left = 0, right = 0;
+      for (size_t pixel = 0; pixel < light.size(); ++pixel) {
+        if (pixel % 64 < 16) left += light[pixel];
+        if (pixel % 64 >= 48) right += light[pixel];
+      }
+      EXPECT_EQ(left < right, isMirrored && stream.sensor != VY_SENSOR_COLOR) << family.name << " " << stream.sensor;
+    }
+  }
+}
+
+TEST_F(Pictures, LightUpAFlatWallAndDotsOnIt) {
+  const struct {
+    uint16_t depth;
+    std::vector<uint16_t> grey, withDots, tenBits;
+    std::vector<uint8_t> colour;
+  } cases[] = {
+      {0, {10}, {10}, {40}, {12, 11, 8}},
+      {1000, {165}, {165, 237, 255}, {661, 950, 1023}, {175, 171, 139}},
+      {4000, {93}, {93, 111, 147}, {373, 445, 589}, {75, 90, 95}},
+      {9000, {32}, {32, 37, 47}, {128, 148, 188}, {20, 29, 37}},
+  };
+  const auto valuesOf = [](const Image& light) {
+    const std::set<uint16_t> values(light.begin(), light.end());
+    return std::vector<uint16_t>(values.begin(), values.end());
+  };
+  for (const auto& each : cases) {
+    SCOPED_TRACE(each.depth);
+    const auto lightOfCamera = [&](const char* family, VYSensorType sensor) {
+      return valuesOf(lightOf(nextFrame(openCamera(family, 64, 48, {each.depth}, 1), sensor)));
+    };
+    EXPECT_EQ(lightOfCamera("Ostrel", VY_SENSOR_IR), each.grey);
+    EXPECT_EQ(lightOfCamera("Sorrel", VY_SENSOR_IR), each.withDots);
+    EXPECT_EQ(lightOfCamera("Pellan", VY_SENSOR_IR_RIGHT), each.withDots);
+    EXPECT_EQ(lightOfCamera("Talon", VY_SENSOR_IR_LEFT), each.tenBits);
+    EXPECT_EQ(lightOfCamera("NormalOpenNI", VY_SENSOR_IR), each.tenBits);
+    EXPECT_EQ(bytesOf(nextFrame(openCamera("Ostrel", 1, 1, {each.depth}, 1), VY_SENSOR_COLOR)), each.colour);
+  }
+}
+
+TEST_F(Pictures, ShadeSlopes) {
+  const struct {
+    std::vector<uint16_t> scene;  // 3 x 3
+    int light;                    // of the middle
+  } cases[] = {
+      {{2000, 2000, 2000, 2000, 2000, 2000, 2000, 2000, 2000}, 164},
+      {{0, 2000, 0, 1875, 2000, 2125, 0, 2000, 0}, 208},
+      {{0, 2000, 0, 2125, 2000, 1875, 0, 2000, 0}, 120},
+      {{0, 2000, 0, 1874, 2000, 2125, 0, 2000, 0}, 164},  // an edge, no slope
+      {{0, 2000, 0, 0, 2000, 2010, 0, 2000, 0}, 164},     // beside a hole
+      {{0, 2000, 0, 1990, 2000, 0, 0, 2000, 0}, 164},
+      {{0, 1875, 0, 2000, 2000, 2000, 0, 2125, 0}, 109},
+      {{0, 2125, 0, 2000, 2000, 2000, 0, 1875, 0}, 219},
+      {{0, 2000, 0, 1998, 2000, 2002, 0, 2000, 0}, 184},  // steep is 0.5, its share 0.447
+  };
+  for (const auto& each : cases) {
+    const Image light = lightOf(nextFrame(openCamera("Ostrel", 3, 3, each.scene, 3), VY_SENSOR_IR));
+    EXPECT_EQ(light[4], each.light * 7 / 8) << "case " << &each - cases;
+  }
+}
+
+// The projector's dots lie where it throws them: their disparity is that of the wall.
+TEST_F(Pictures, SeeTheSameDotsFromEachLens) {
+  constexpr size_t kWidth = 1280;  // 910 px * 40 mm / 1300 mm = 28 px
+  const auto picture = [&](uint16_t depth, VYSensorType sensor) {
+    const Camera camera = openCamera("Corvid", 0, 0, {depth}, 1);
+    Image light = lightOf(nextFrame(camera, sensor));
+    const auto background = *std::min_element(light.begin(), light.end());
+    for (size_t i = 0; i < light.size(); i += kWidth) {
+      std::reverse(light.begin() + static_cast<long>(i), light.begin() + static_cast<long>(i + kWidth));
+    }
+    for (uint16_t& pixel : light) pixel = pixel > background;
+    return light;
+  };
+  const Image middle = picture(1300, VY_SENSOR_IR_LEFT);
+  const struct {
+    Image other;
+    size_t shift;  ///< of the first picture, to the right against the other
+  } cases[] = {{picture(1300, VY_SENSOR_IR_RIGHT), 28}, {picture(2600, VY_SENSOR_IR_LEFT), 7}};
+  for (const auto& each : cases) {
+    for (size_t i = 0; i < middle.size(); i += kWidth) {
+      const auto row = middle.begin() + static_cast<long>(i), otherRow = each.other.begin() + static_cast<long>(i);
+      const auto shift = static_cast<long>(each.shift);
+      ASSERT_TRUE(std::equal(row + shift, row + kWidth, otherRow)) << "shift " << shift;
+    }
+  }
+  const Image single = picture(1300, VY_SENSOR_IR);
+  EXPECT_TRUE(std::equal(single.begin() + 14, single.begin() + kWidth, middle.begin()));
+  // Three cells of four hold a dot, of three pixels; cells are 5 pixels wide. A dot's rim may be cut by its cell.
+  const auto dots = static_cast<double>(std::count(middle.begin(), middle.end(), 1));
+  EXPECT_NEAR(dots / static_cast<double>(middle.size()), 0.75 * 2.6 / 25, 0.004);
+}
+
+}  // namespace
