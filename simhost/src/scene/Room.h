@@ -25,6 +25,14 @@ inline float dot(const Vector& a, const Vector& b) {
   return a.x * b.x + a.y * b.y + a.z * b.z;
 }
 
+// Conditions without a branch, which would keep a loop from being vectorised.
+inline bool both(bool a, bool b) {
+  return (static_cast<unsigned>(a) & static_cast<unsigned>(b)) != 0;
+}
+inline bool either(bool a, bool b) {
+  return (static_cast<unsigned>(a) | static_cast<unsigned>(b)) != 0;
+}
+
 /// A turn about the vertical.
 struct Turn {
   float cosine = 1, sine = 0;
@@ -60,7 +68,7 @@ struct Surface {
 struct Panel {
   float left, right, top, bottom;
 
-  bool holds(float x, float y) const { return x > left && x < right && y > top && y < bottom; }
+  bool holds(float x, float y) const { return both(both(x > left, x < right), both(y > top, y < bottom)); }
 };
 
 /// The room at one moment: what is in it, and where the camera is.
@@ -79,12 +87,6 @@ struct Room {
 
 Room layOutRoom(uint32_t frameNumber);
 
-/// A line of sight. What is seen lies at eye + direction * depth.
-struct Sight {
-  Vector eye, direction;
-  float depth;
-};
-
 /// Finds what each pixel of a row of the view sees.
 class RowTracer {
  public:
@@ -92,12 +94,13 @@ class RowTracer {
 
   void trace(uint32_t row);
 
-  // Of the row that was traced last, by column.
+  // Of the row that was traced last. What a column sees lies at eye + direction * depth.
   const std::vector<int32_t>& surfaces() const { return surfaces_; }
   const std::vector<float>& depths() const { return depths_; }
-  Sight sight(uint32_t column) const {
-    return {eye_, {directionX_[column], directionY_, directionZ_[column]}, depths_[column]};
-  }
+  const Vector& eye() const { return eye_; }
+  const std::vector<float>& directionsX() const { return directionX_; }
+  float directionY() const { return directionY_; }
+  const std::vector<float>& directionsZ() const { return directionZ_; }
 
  private:
   /// The pixels that may see a body, and the body's place from the eye.
@@ -124,9 +127,9 @@ class RowTracer {
   std::vector<int32_t> surfaces_;
 };
 
-/// Colour of a surface where the line of sight ends, by the light of the room.
-Vector paintColour(const Room& room, int32_t surface, const Sight& sight);
-/// Brightness of the same place by the lamp beside the camera, from 0 on. Above 1, it is too bright for the sensor.
-float paintBrightness(const Room& room, int32_t surface, const Sight& sight);
+/// Red, green and blue, a byte each, of what the pixels of the traced row see, by the light of the room.
+void paintColours(const Room& room, const RowTracer& tracer, uint8_t* colours);
+/// Brightness of the same by the lamp beside the camera.
+void paintBrightness(const Room& room, const RowTracer& tracer, uint8_t* brightness);
 
 }  // namespace tavrix

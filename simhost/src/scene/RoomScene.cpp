@@ -1,35 +1,17 @@
-#include <algorithm>
-
 #include "scene/Room.h"
+#include "scene/WideVectors.h"
 
 namespace tavrix {
 namespace {
 
-uint8_t toByte(float value) {
-  const float rounded = std::clamp(value, 0.0F, 1.0F) * 255 + 0.5F;
-  return static_cast<uint8_t>(rounded);
-}
-
-void writeDepths(const RowTracer& tracer, uint16_t* depths) {
-  const std::vector<int32_t>& surfaces = tracer.surfaces();
-  for (size_t x = 0; x < surfaces.size(); ++x) {
-    const float depth = std::clamp(tracer.depths()[x], 0.0F, 65535.0F) + 0.5F;
-    depths[x] = surfaces[x] == Surface::window ? uint16_t{0} : static_cast<uint16_t>(depth);
-  }
-}
-
-void writeBrightness(const Room& room, const RowTracer& tracer, uint32_t width, uint8_t* brightness) {
+TAVRIX_WIDE void writeDepths(const RowTracer& tracer, uint16_t* __restrict millimetres) {
+  const auto width = static_cast<uint32_t>(tracer.surfaces().size());
+  const int32_t* __restrict surfaces = tracer.surfaces().data();
+  const float* __restrict depths = tracer.depths().data();
   for (uint32_t x = 0; x < width; ++x) {
-    brightness[x] = toByte(paintBrightness(room, tracer.surfaces()[x], tracer.sight(x)));
-  }
-}
-
-void writeColours(const Room& room, const RowTracer& tracer, uint32_t width, uint8_t* colours) {
-  for (uint32_t x = 0; x < width; ++x, colours += 3) {
-    const Vector colour = paintColour(room, tracer.surfaces()[x], tracer.sight(x));
-    colours[0] = toByte(colour.x);
-    colours[1] = toByte(colour.y);
-    colours[2] = toByte(colour.z);
+    const float kept = depths[x] < 0 ? 0 : depths[x] > 65535 ? 65535 : depths[x];
+    const int depth = static_cast<int>(kept + 0.5F);
+    millimetres[x] = static_cast<uint16_t>(surfaces[x] == Surface::window ? 0 : depth);
   }
 }
 
@@ -43,8 +25,8 @@ class RoomScene final : public Scene {
       tracer.trace(y);
       const size_t row = static_cast<size_t>(y) * width;
       if (picture.depth != nullptr) writeDepths(tracer, picture.depth + row);
-      if (picture.brightness != nullptr) writeBrightness(room, tracer, width, picture.brightness + row);
-      if (picture.colour != nullptr) writeColours(room, tracer, width, picture.colour + row * 3);
+      if (picture.brightness != nullptr) paintBrightness(room, tracer, picture.brightness + row);
+      if (picture.colour != nullptr) paintColours(room, tracer, picture.colour + row * 3);
     }
   }
 };

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "scene/Room.h"
+#include "scene/WideVectors.h"
 
 namespace tavrix {
 namespace {
@@ -13,11 +14,6 @@ constexpr float kBeyond = 1e9F;  // deeper than anything
 inline float safe(float value) {
   const float small = value < 0 ? -1e-6F : 1e-6F;
   return std::abs(value) < 1e-6F ? small : value;
-}
-
-/// Whether both are true, without a branch, which would keep a loop from being vectorised.
-inline bool both(bool a, bool b) {
-  return (static_cast<unsigned>(a) & static_cast<unsigned>(b)) != 0;
 }
 
 /// Radius of the ball about its centre that holds a body.
@@ -75,7 +71,7 @@ RowTracer::Target RowTracer::aim(const Body& body, int32_t surface) const {
   return {&body, surface, place, columns.begin, columns.end, rows.begin, rows.end};
 }
 
-void RowTracer::trace(uint32_t row) {
+TAVRIX_WIDE void RowTracer::trace(uint32_t row) {
   directionY_ = (static_cast<float>(row) - lens_.cy) / lens_.fy;
   traceWalls();
   openDoorAndWindow();
@@ -123,17 +119,28 @@ void RowTracer::traceWalls() {
 }
 
 void RowTracer::openDoorAndWindow() {
+  const uint32_t width = lens_.width;
   const bool looksDown = directionY_ > 0;
   const float floorDepth = looksDown ? (Room::kFloor - eye_.y) / directionY_ : kBeyond;
-  for (uint32_t x = 0; x < lens_.width; ++x) {
-    if (surfaces_[x] != Surface::backWall) continue;
-    const float wallX = eye_.x + directionX_[x] * depths_[x];
-    const float wallY = eye_.y + directionY_ * depths_[x];
-    if (Room::kWindow.holds(wallX, wallY)) surfaces_[x] = Surface::window;
-    if (!Room::kDoor.holds(wallX, wallY)) continue;
-    const float corridorDepth = (Room::kCorridorBack - eye_.z) / safe(directionZ_[x]);
-    surfaces_[x] = floorDepth < corridorDepth ? Surface::floor : Surface::corridorWall;
-    depths_[x] = std::min(floorDepth, corridorDepth);
+  const float toCorridorBack = Room::kCorridorBack - eye_.z;
+  const Vector eye = eye_;
+  const float directionY = directionY_;
+  const float* __restrict directionX = directionX_.data();
+  const float* __restrict directionZ = directionZ_.data();
+  float* __restrict depths = depths_.data();
+  int32_t* __restrict surfaces = surfaces_.data();
+  for (uint32_t x = 0; x < width; ++x) {
+    const float wallX = eye.x + directionX[x] * depths[x];
+    const float wallY = eye.y + directionY * depths[x];
+    const bool isBack = surfaces[x] == Surface::backWall;
+    const bool isWindow = both(isBack, Room::kWindow.holds(wallX, wallY));
+    const bool isDoor = both(isBack, Room::kDoor.holds(wallX, wallY));
+    const float corridorDepth = toCorridorBack / safe(directionZ[x]);
+    const bool seesFloor = floorDepth < corridorDepth;
+    const int32_t throughDoor = seesFloor ? Surface::floor : Surface::corridorWall;
+    const float beyond = seesFloor ? floorDepth : corridorDepth;
+    depths[x] = isDoor ? beyond : depths[x];
+    surfaces[x] = isDoor ? throughDoor : isWindow ? Surface::window : surfaces[x];
   }
 }
 

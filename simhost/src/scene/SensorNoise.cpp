@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "scene/Hash.h"
+#include "scene/WideVectors.h"
 
 namespace tavrix {
 namespace {
@@ -16,13 +17,11 @@ enum Purpose : uint32_t { kStep = 100, kPatch, kPatchEdge, kSpeckle, kSpeckleSha
 void clearHidden(uint16_t* row, uint32_t width, int subPixelBits) {
   int leftmost = INT_MAX;
   for (uint32_t x = width; x-- > 0;) {
-    if (row[x] == 0) continue;
     const int inRightImage = (static_cast<int>(x) << subPixelBits) - row[x];
-    if (inRightImage >= leftmost) {
-      row[x] = 0;
-    } else {
-      leftmost = inRightImage;
-    }
+    const bool isHidden = inRightImage >= leftmost;
+    const int kept = row[x] == 0 ? INT_MAX : inRightImage;
+    leftmost = kept < leftmost ? kept : leftmost;
+    row[x] = isHidden ? uint16_t{0} : row[x];
   }
 }
 
@@ -38,7 +37,7 @@ void clearEdges(uint16_t* row, uint32_t width) {
 }
 
 /// Raises one pixel in four by a step, and lowers another.
-void addSteps(uint16_t* row, uint32_t width, uint32_t seed, int largest) {
+TAVRIX_WIDE void addSteps(uint16_t* row, uint32_t width, uint32_t seed, int largest) {
   for (uint32_t x = 0; x < width; ++x) {
     const uint32_t bits = hash(x + seed) & 3;
     const int step = bits == 0 ? 1 : bits == 1 ? -1 : 0;
