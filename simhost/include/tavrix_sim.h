@@ -168,8 +168,8 @@ const char* vysim_kind_name(vysim_kind kind);
 /// How often a function (null: any) has refused a call because of what it was handed, since the last vysim_reset(): a
 /// null pointer, a handle of no living object of its kind, an index past the end. All functions count, also those
 /// without an error slot and those that begin with vysim_, and there is no switch. Senseless values, names that do not
-/// exist, unsuitable frames and ordered faults are no refusals; nor is the null error that the functions of errors take.
-/// With VYSIM_PRINT_REFUSALS in the environment, each is also printed on stderr as it happens.
+/// exist, unsuitable frames and ordered faults are no refusals; nor is the null error that the functions of errors
+/// take. With VYSIM_PRINT_REFUSALS in the environment, each is also printed on stderr as it happens.
 uint64_t vysim_refused_count(const char* function);
 /// The functions that refused a call, in alphabetical order; null past the end. The name is valid until the next
 /// vysim_reset().
