@@ -75,13 +75,35 @@ TEST_F(OptionsTest, HelpAndVersionAreNoFailures) {
   } cases[] = {
       {"--version", {"vycam " VYCAM_VERSION ", library revision "}},
       {"--version families", {"vycam " VYCAM_VERSION ", library revision "}},
-      {"--help", {"--library PATH", "families ", "schema ", "run ", "gallery ", "Exit code 0: done; 2: "}},
-      {"families --help", {"--csv", "vycam families --csv"}},
-      {"schema --help", {"--camera FAMILY REQUIRED", "--sensor SENSOR REQUIRED", "--raw", "vycam schema --camera"}},
+      {"--help",
+       {"Shows what libvy_frame_processor does", "--library PATH", "  the library to load", "  print the versions",
+        "  List the camera", "  Show the settings", "  Send frames", "  Write a page", "\nExit code 0: done;"}},
+      {"families --help", {"--csv", "  for machines: ", "\nExample:\n  vycam families --csv"}},
+      {"schema --help",
+       {"--camera FAMILY REQUIRED", "--sensor SENSOR REQUIRED", "--raw", "  the library's text",
+        "\nExample:\n  vycam schema --camera"}},
       {"run --help",
-       {"--camera FAMILY REQUIRED", "--sensor SENSOR REQUIRED", "--out DIR REQUIRED", "--frames N", "=30\n",
-        "--depth FILE.png", "--size WxH", "--clean", "--set FILTER#ITEM=VALUE", "--d2c LIST", "output16.png (16-bit"}},
-      {"gallery --help", {"--out DIR REQUIRED", "vycam gallery --out gallery"}},
+       {"--camera FAMILY REQUIRED",
+        "  camera family, as",
+        "--sensor SENSOR REQUIRED",
+        "  depth, color (or",
+        "--out DIR REQUIRED",
+        "  folder for the pictures",
+        "--frames N",
+        "=30\n",
+        "  how many frames",
+        "--depth FILE.png",
+        "  16-bit grey PNG",
+        "--size WxH",
+        "  size of the stream",
+        "--clean",
+        "  a perfect sensor",
+        "--set FILTER#ITEM=VALUE",
+        " a setting from",
+        "--d2c LIST",
+        "  switch depth-to-colour",
+        "\nWrites raw.png (as"}},
+      {"gallery --help", {"--out DIR REQUIRED", "  folder for index.html", "\nExample:\n  vycam gallery --out"}},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.arguments);
@@ -181,9 +203,9 @@ TEST_F(OptionsTest, IntrinsicsFollowScaleAndBorders) {
   for (const auto& c : cases) {
     expectParts(refusal([&] { vycam::scaledIntrinsic(depth, 64, 48, c.parameters); }), {c.said});
   }
-  for (const auto& [width, height] : {std::pair(32767U, 1U), {1U, 32767U}, {32768U, 1U}, {1U, 32768U}}) {
-    expectParts(refusal([&] { vycam::scaledIntrinsic(depth, width, height, {}); }),
-                {std::max(width, height) == 32767 ? "accepted" : "1 to 32767"});
+  for (const auto& size : {std::pair(32767U, 1U), {1U, 32767U}, {32768U, 1U}, {1U, 32768U}}) {
+    expectParts(refusal([&] { vycam::scaledIntrinsic(depth, size.first, size.second, {}); }),
+                {std::max(size.first, size.second) == 32767 ? "accepted" : "1 to 32767"});
   }
 }
 
@@ -224,8 +246,8 @@ TEST_F(OptionsTest, SettingsReplaceValuesOfTheSchema) {
       {"Gain#1=2", "\"2\" is no value for Gain#1: give 0 (off) or 1 (on)"},
       {"Gain#255=on", "\"on\" is no value for Gain#255: give 0 (off) or 1 (on)"},
   };
-  for (const auto& [setting, said] : refused) {
-    EXPECT_EQ(refusal([&] { vycam::valuesFor(schema, {setting}); }), said);
+  for (const auto& each : refused) {
+    EXPECT_EQ(refusal([&] { vycam::valuesFor(schema, {each.first}); }), each.second);
   }
   EXPECT_EQ(refusal([] { vycam::valuesFor({}, {"x"}); }),
             "\"x\" is not a setting; give FILTER#ITEM=VALUE, as in FrameMirror#255=1");
