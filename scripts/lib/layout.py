@@ -40,6 +40,7 @@ ROOMS = {
     "tools/vyhost": ["include", "simhost/include/TavrixSDK.h", "recording"],
     "tests": ["include", "simhost/include", "simhost/src/pixel", *INSIDE],
     "tests/recording": ["include", "simhost/include", "tests/support", "tools/vyhost", "recording"],
+    "tests/vycam": ["include", "simhost/include", "tests/support", "tools/vycam"],
     "tests/vyhost": ["include", "simhost/include", "tests/support", "tools/vyhost", "recording"],
     "bench": ["include", "simhost/include", "tests/support", *INSIDE],
     "fuzz": ["include", "simhost/include", "tests/support", *INSIDE],

@@ -60,7 +60,8 @@ add_faulty_library(Crash processor/FrameProcessor.cpp
 add_faulty_library(Hang processor/FrameProcessor.cpp
   "return configSchema_.c_str();" "for (volatile bool isLong = true; isLong;) {} return configSchema_.c_str();")
 
-add_executable(vyhost_replay_test ReplayTest.cpp)
+add_executable(vyhost_replay_test ReplayTest.cpp ../support/CommandTest.cpp)
+target_include_directories(vyhost_replay_test PRIVATE ${PROJECT_SOURCE_DIR}/tests)
 string(JOIN "' '" sessions_command ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:vyhost_sessions>)
 target_compile_definitions(vyhost_replay_test PRIVATE
   "SESSIONS=\"${sessions_command}\"" "VYHOST=\"${vyhost_command}\"" FAULTY_DIR="${faulty_dir}"

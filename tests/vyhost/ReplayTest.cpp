@@ -1,60 +1,33 @@
 // Recordings of sessions, replayed against the library and against copies of it with a fault.
-#include <gtest/gtest.h>
-#include <stdlib.h>
-#include <sys/wait.h>
-
-#include <cstdio>
-#include <filesystem>
-#include <fstream>
-#include <string>
 #include <vector>
+
+#include "support/CommandTest.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-struct Outcome {
-  int exitCode = -1;
-  std::string text;  ///< of both streams
-};
-
-Outcome run(const std::string& line) {
-  Outcome outcome;
-  FILE* const pipe = popen((line + " 2>&1 </dev/null").c_str(), "r");
-  char buffer[4096];
-  for (size_t size = 0; (size = fread(buffer, 1, sizeof buffer, pipe)) > 0;) outcome.text.append(buffer, size);
-  const int status = pclose(pipe);
-  outcome.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  return outcome;
-}
-
-class ReplayTest : public testing::Test {
+class ReplayTest : public CommandTest {
  protected:
-  void SetUp() override {
-    std::string pattern = (fs::temp_directory_path() / "vyhost-replay-XXXXXX").string();
-    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-    folder_ = pattern;
-  }
-  void TearDown() override { fs::remove_all(folder_); }
+  /// Both streams of the command together.
+  Outcome run(const std::string& line) const { return shell(line + " 2>&1"); }
 
   /// The recording of a session of Sessions.cpp, made when first wanted.
   fs::path record(const std::string& session) const {
     fs::path file = folder_ / (session + ".mcap");
     if (!fs::exists(file)) {
       const Outcome outcome = run("VY_RECORDING='" + file.string() + "' '" SESSIONS "' " + session);
-      EXPECT_EQ(outcome.exitCode, 0) << session << ": " << outcome.text;
+      EXPECT_EQ(outcome.exitCode, 0) << session << ": " << outcome.out;
     }
     return file;
   }
 
-  static Outcome replay(const fs::path& file, const std::string& arguments = "") {
+  Outcome replay(const fs::path& file, const std::string& arguments = "") const {
     return run("'" VYHOST "' replay '" + file.string() + "' " + arguments);
   }
-  static Outcome replayFaulty(const fs::path& file, const std::string& fault, const std::string& arguments = "") {
+  Outcome replayFaulty(const fs::path& file, const std::string& fault, const std::string& arguments = "") const {
     return replay(file, "--library '" FAULTY_DIR "/libfaulty_" + fault + ".so' " + arguments);
   }
-
-  fs::path folder_;
 };
 
 /// The pieces in their order, each behind the one before; empty if all are there.
@@ -71,10 +44,10 @@ std::string missingPiece(const std::string& text, const std::vector<std::string>
 TEST_F(ReplayTest, EverySessionIsTheSameWithTheLibraryThatWasRecorded) {
   for (const char* const session : {"sensors", "faults", "private", "exceptions", "reentry", "values", "threads"}) {
     const Outcome outcome = replay(record(session));
-    EXPECT_EQ(outcome.exitCode, 0) << session << ": " << outcome.text;
-    EXPECT_EQ(outcome.text.rfind("the same: ", 0), 0U) << session << ": " << outcome.text;
+    EXPECT_EQ(outcome.exitCode, 0) << session << ": " << outcome.out;
+    EXPECT_EQ(outcome.out.rfind("the same: ", 0), 0U) << session << ": " << outcome.out;
   }
-  EXPECT_EQ(missingPiece(replay(record("threads")).text, {"on 9 threads"}), "");
+  EXPECT_EQ(missingPiece(replay(record("threads")).out, {"on 9 threads"}), "");
 }
 
 TEST_F(ReplayTest, KeptRecordingsAreTheSame) {
@@ -84,9 +57,9 @@ TEST_F(ReplayTest, KeptRecordingsAreTheSame) {
     ++count;
     const fs::path file = folder_ / entry.path().stem();
     const Outcome unpacked = run("zstd -dq '" + entry.path().string() + "' -o '" + file.string() + "'");
-    ASSERT_EQ(unpacked.exitCode, 0) << unpacked.text;
+    ASSERT_EQ(unpacked.exitCode, 0) << unpacked.out;
     const Outcome outcome = replay(file);
-    EXPECT_EQ(outcome.exitCode, 0) << file.filename() << ": " << outcome.text
+    EXPECT_EQ(outcome.exitCode, 0) << file.filename() << ": " << outcome.out
                                    << "If the library is meant to make other host calls: scripts/record-sessions";
   }
   EXPECT_EQ(count, 10) << "one a family";
@@ -150,7 +123,7 @@ TEST_F(ReplayTest, TheFirstDifferingCallIsTold) {
     const std::string session = c.session == std::string("depth") ? "depth Corvid" : c.session;
     const Outcome outcome = replayFaulty(record(session), c.fault);
     EXPECT_EQ(outcome.exitCode, 1) << c.fault;
-    EXPECT_EQ(missingPiece(outcome.text, c.told), "") << c.fault << ": " << outcome.text;
+    EXPECT_EQ(missingPiece(outcome.out, c.told), "") << c.fault << ": " << outcome.out;
   }
 }
 
@@ -158,36 +131,36 @@ TEST_F(ReplayTest, AllDifferencesAreCounted) {
   // The ids in another order, and one of them twice: a call that comes early, one that comes late, one too many.
   const Outcome ids = replayFaulty(record("depth Corvid"), "SwappedIds", "--all");
   EXPECT_EQ(ids.exitCode, 1);
-  EXPECT_EQ(missingPiece(ids.text, {"difference 1: ", "difference 3: ", "\n3 differences\n"}), "") << ids.text;
+  EXPECT_EQ(missingPiece(ids.out, {"difference 1: ", "difference 3: ", "\n3 differences\n"}), "") << ids.out;
 }
 
 TEST_F(ReplayTest, CallsThatNeverReturnedAreToldAndNotWaitedFor) {
   const fs::path whole = record("death");
   const Outcome dead = replay(whole);
-  EXPECT_EQ(dead.exitCode, 0) << dead.text;
-  EXPECT_EQ(missingPiece(dead.text, {"never returned in the recording: call ", "vy_frame_processor_process_frame(",
-                                     "vy_filter_process(", "the same: ", "on 2 threads"}),
+  EXPECT_EQ(dead.exitCode, 0) << dead.out;
+  EXPECT_EQ(missingPiece(dead.out, {"never returned in the recording: call ", "vy_frame_processor_process_frame(",
+                                    "vy_filter_process(", "the same: ", "on 2 threads"}),
             "")
-      << dead.text;
+      << dead.out;
   // Cut anywhere, also within a record.
   for (const unsigned part : {2U, 3U, 5U, 7U}) {
     const fs::path cut = folder_ / "cut.mcap";
     fs::copy_file(whole, cut, fs::copy_options::overwrite_existing);
     fs::resize_file(cut, fs::file_size(whole) / part);
     const Outcome outcome = replay(cut);
-    EXPECT_EQ(outcome.exitCode, 0) << "1/" << part << ": " << outcome.text;
+    EXPECT_EQ(outcome.exitCode, 0) << "1/" << part << ": " << outcome.out;
   }
 }
 
 TEST_F(ReplayTest, WhatCannotBeReplayedIsToldInOneLine) {
   const std::string file = record("private").string();
-  std::ofstream(folder_ / "text.mcap") << "not a recording";
+  write("text.mcap", "not a recording");
   const struct {
     std::string arguments;
     std::vector<std::string> told;
   } cases[] = {
       {"absent.mcap", {"absent.mcap", "No such file"}},
-      {"'" + (folder_ / "text.mcap").string() + "'", {"text.mcap"}},
+      {"'" + path("text.mcap") + "'", {"text.mcap"}},
       {"'" + file + "' --library absent.so", {"absent.so", "--library"}},
       {"'" + file + "' --library /dev/null", {"/dev/null", "--library"}},
       {"", {"FILE", "required"}},
@@ -195,8 +168,8 @@ TEST_F(ReplayTest, WhatCannotBeReplayedIsToldInOneLine) {
   for (const auto& c : cases) {
     const Outcome outcome = run("'" VYHOST "' replay " + c.arguments);
     EXPECT_EQ(outcome.exitCode, 2) << c.arguments;
-    EXPECT_EQ(outcome.text.find('\n'), outcome.text.size() - 1) << outcome.text;
-    EXPECT_EQ(missingPiece(outcome.text, c.told), "") << outcome.text;
+    EXPECT_EQ(outcome.out.find('\n'), outcome.out.size() - 1) << outcome.out;
+    EXPECT_EQ(missingPiece(outcome.out, c.told), "") << outcome.out;
   }
 }
 

@@ -1,21 +1,6 @@
 #include "vyhost/VyhostTest.h"
 
 #include <fmt/format.h>
-#include <stdlib.h>
-#include <sys/wait.h>
-
-#include <cstdio>
-#include <fstream>
-#include <sstream>
-
-namespace fs = std::filesystem;
-
-std::string contentsOf(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  std::ostringstream text;
-  text << file.rdbuf();
-  return text.str();
-}
 
 std::string textOf(const vyhost::Recording& recording) {
   std::string text = recording.note + "\n";
@@ -34,32 +19,6 @@ std::string textOf(const vyhost::Recording& recording) {
   return text;
 }
 
-void VyhostTest::SetUp() {
-  std::string pattern = (fs::temp_directory_path() / "vyhost-test-XXXXXX").string();
-  ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-  folder_ = fs::canonical(pattern);
-}
-
-Outcome VyhostTest::vyhost(const std::string& arguments) const {
-  // Beside the folder, so that tests see in it what the command makes and no more.
-  const fs::path errors = folder_.string() + ".stderr";
-  const std::string line =
-      fmt::format("cd '{}' && {} {} 2>'{}' </dev/null", folder_.string(), VYHOST_COMMAND, arguments, errors.string());
-  Outcome outcome;
-  FILE* const pipe = popen(line.c_str(), "r");
-  char buffer[4096];
-  for (size_t size = 0; (size = fread(buffer, 1, sizeof buffer, pipe)) > 0;) outcome.out.append(buffer, size);
-  const int status = pclose(pipe);
-  outcome.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  outcome.err = contentsOf(errors);
-  fs::remove(errors);
-  return outcome;
-}
-
-void VyhostTest::write(const std::string& name, std::string_view content) const {
-  std::ofstream(folder_ / name, std::ios::binary) << content;
-}
-
 std::string VyhostTest::makeRecording(const std::string& name) const {
   const Outcome outcome = vyhost("record --out " + name + " -- '" VYHOST_SMALL_PROGRAM "'");
   EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
@@ -68,7 +27,7 @@ std::string VyhostTest::makeRecording(const std::string& name) const {
 
 vyhost::Recording VyhostTest::read(std::string_view content) const {
   // Some file systems wait for the disk when a file is written anew.
-  fs::remove(folder_ / "read.mcap");
+  std::filesystem::remove(folder_ / "read.mcap");
   write("read.mcap", content);
   return vyhost::Recording::read(path("read.mcap"));
 }

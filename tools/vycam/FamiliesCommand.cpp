@@ -16,13 +16,13 @@ constexpr size_t kLineWidth = 110;
 
 /// Prints the steps of a chain, broken into lines that fit a terminal.
 void printChain(const SensorChain& entry) {
-  std::string line = fmt::format("  {:<{}}", sensorName(entry.sensor), kSensorColumn - 2);
+  std::string line = fmt::format("  {:<{}}", sensorName(entry.sensor), kSensorColumn - 3);
   for (size_t i = 0; i < entry.chain.size(); ++i) {
     const ChainLink& link = entry.chain[i];
-    const std::string step = (i == 0 ? "" : "> ") + describe(link) + (link.enabled ? "" : " [off]") + " ";
+    const std::string step = (i == 0 ? " " : " > ") + describe(link) + (link.enabled ? "" : " [off]");
     if (i > 0 && line.size() + step.size() > kLineWidth) {
       fmt::print("{}\n", line);
-      line.assign(kSensorColumn, ' ');
+      line.assign(kSensorColumn - 1, ' ');
     }
     line += step;
   }

@@ -63,8 +63,9 @@ void makeGallery(const Library& library, const std::string& outputFolder) {
     }
   }
   folder.write("index.html", galleryPage(families, library->getCommitHash()));
-  folder.commit();
+  folder.prepare();
   fmt::print("{} streams of {} families: open {}\n", streams, families.size(), (folder.path() / "index.html").string());
+  folder.commit();
 }
 
 }  // namespace vycam

@@ -45,8 +45,9 @@ void assign(HardwareD2C& parameters, const std::string& item) {
       return;
     }
   }
-  if (name == "scale" && value > 0 && value <= kLargestScale) {
-    parameters.scale = static_cast<float>(value);
+  const auto scale = static_cast<float>(value);  // a number can be too small for a float
+  if (name == "scale" && scale > 0 && value <= kLargestScale) {
+    parameters.scale = scale;
   } else if (name == "apply" && (value == 0 || value == 1)) {
     parameters.apply = value == 1;
   } else {

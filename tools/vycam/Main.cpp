@@ -13,6 +13,9 @@ namespace {
 constexpr int kExitFailure = 2;
 constexpr unsigned kMostFrames = 100000;
 
+/// For options whose text would be taken for left out where it is empty.
+const CLI::Validator kNotEmpty([](const std::string& text) { return std::string(text.empty() ? "is empty" : ""); }, "");
+
 constexpr const char* kSensorHelp = "depth, color (or colour), ir, ir-left, ir-right, 9; or the sensor type's number";
 
 void addStreamOptions(CLI::App& command, std::string& camera, std::string& sensor) {
@@ -53,8 +56,10 @@ CLI::App* addRun(CLI::App& app, vycam::RunArguments& arguments) {
       ->add_option("--depth", arguments.depthFile,
                    "16-bit grey PNG in millimetres (0 = nothing) to see instead of the embedded room; the stream takes "
                    "its size")
+      ->check(kNotEmpty)
       ->type_name("FILE.png");
   command->add_option("--size", arguments.size, "size of the stream instead of the camera's own (or the PNG's)")
+      ->check(kNotEmpty)
       ->type_name("WxH");
   command->add_flag("--clean", arguments.clean, "a perfect sensor: no noise, no speckles, no holes");
   command
@@ -68,6 +73,7 @@ CLI::App* addRun(CLI::App& app, vycam::RunArguments& arguments) {
                    "switch depth-to-colour alignment on: scale=F,left=N,top=N,right=N,bottom=N,apply=0|1 (borders in "
                    "output pixels, negative ones cut; apply=0 keeps the size where it can). Depth only; what is left "
                    "out is scale=1, borders 0, apply=1")
+      ->check(kNotEmpty)
       ->type_name("LIST");
   command->footer(
       "Writes raw.png (as the camera sent it) and output.png, for depth also truth.png (same scale as the output) and\n"
@@ -86,9 +92,15 @@ CLI::App* addGallery(CLI::App& app, std::string& outputFolder) {
   return command;
 }
 
+/// Tells what was wrong, unless it was the standard output: whoever printed knows no more than that.
 int fail(const std::string& text) {
-  fmt::print(stderr, "vycam: {}\n", text);
+  fmt::print(stderr, "vycam: {}\n", std::ferror(stdout) == 0 ? text : "cannot write to the standard output");
   return kExitFailure;
+}
+
+/// The exit code of a command that is done, once all that it printed is out.
+int finish() {
+  return std::fflush(stdout) == 0 ? 0 : fail("cannot write to the standard output");
 }
 
 /// Parses the command line, then hands the library to the chosen command.
@@ -98,7 +110,7 @@ int runCommand(int argc, char** argv) {
       "Exit code 0: done; 2: something was wrong, told in one line on stderr, and no file was left behind.\n"
       "Example:\n  vycam run --camera Corvid --sensor depth --out pictures\n"
       "`vycam COMMAND --help` tells more about a command.");
-  app.require_subcommand(1);
+  app.require_subcommand(0, 1);
   std::string libraryPath;
   std::string camera;
   std::string sensor;
@@ -108,6 +120,7 @@ int runCommand(int argc, char** argv) {
   bool showVersion = false;
   vycam::RunArguments arguments;
   app.add_option("--library", libraryPath, "the library to load instead of the one beside this program")
+      ->check(kNotEmpty)
       ->type_name("PATH");
   app.add_flag("--version", showVersion, "print the versions of this program and of the library");
   const CLI::App* const families = addFamilies(app, asCsv);
@@ -117,11 +130,13 @@ int runCommand(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success& wish) {
-    return app.exit(wish);  // help
+    app.exit(wish);  // help
+    return finish();
   } catch (const CLI::ParseError& error) {
-    if (!showVersion) {
-      return fail(fmt::format("{} (vycam --help tells more)", error.what()));
-    }
+    return fail(fmt::format("{} (vycam --help tells more)", error.what()));
+  }
+  if (!showVersion && app.get_subcommands().empty()) {
+    return fail("a command is required: families, schema, run or gallery (vycam --help tells more)");
   }
   const vycam::Library library(libraryPath);
   if (showVersion) {
@@ -135,10 +150,7 @@ int runCommand(int argc, char** argv) {
   } else {
     vycam::makeGallery(library, galleryFolder);
   }
-  if (std::fflush(stdout) != 0) {
-    return fail("cannot write to the standard output");
-  }
-  return 0;
+  return finish();
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <system_error>
@@ -27,6 +28,24 @@ fs::path firstMissing(const fs::path& path) {
   return {};
 }
 
+void removeAll(const std::vector<fs::path>& paths) {
+  std::error_code ignored;
+  for (const fs::path& path : paths) {
+    fs::remove_all(path, ignored);
+  }
+}
+
+/// Makes a folder. The topmost one that was missing is added to `made`.
+std::error_code makeFolders(const fs::path& path, std::vector<fs::path>& made) {
+  const fs::path missing = firstMissing(path);
+  if (!missing.empty()) {
+    made.push_back(missing);
+  }
+  std::error_code error;
+  fs::create_directories(path, error);
+  return error;
+}
+
 [[noreturn]] void refuse(const fs::path& path, const std::string& reason) {
   throw Failure(
       fmt::format("cannot write into {}: {}; give a folder that can be written with --out", path.string(), reason));
@@ -42,14 +61,11 @@ OutputFolder::OutputFolder(const std::string& path) : path_(path) {
   if (fs::exists(path_, error) && !fs::is_directory(path_, error)) {
     refuse(path_, "it is not a folder");
   }
-  topmostMade_ = firstMissing(path_);
-  fs::create_directories(path_, error);
+  error = makeFolders(path_, made_);
   std::string pattern = (path_ / ".vycam-XXXXXX").string();
   if (error || mkdtemp(pattern.data()) == nullptr) {
     const std::string reason = error ? error.message() : std::generic_category().message(errno);
-    if (!topmostMade_.empty()) {
-      fs::remove_all(topmostMade_, error);
-    }
+    removeAll(made_);
     refuse(path_, reason);
   }
   staging_ = pattern;
@@ -58,9 +74,7 @@ OutputFolder::OutputFolder(const std::string& path) : path_(path) {
 OutputFolder::~OutputFolder() {
   std::error_code ignored;
   fs::remove_all(staging_, ignored);
-  if (!topmostMade_.empty()) {
-    fs::remove_all(topmostMade_, ignored);
-  }
+  removeAll(made_);
 }
 
 void OutputFolder::write(const std::string& name, const std::string& bytes) {
@@ -79,15 +93,19 @@ void OutputFolder::write(const std::string& name, const std::string& bytes) {
   names_.push_back(name);
 }
 
-void OutputFolder::commit() {
-  // Folders are made and checked before the first file is moved.
+void OutputFolder::prepare() {
   for (const std::string& name : names_) {
     const fs::path target = path_ / name;
-    std::error_code error;
-    fs::create_directories(target.parent_path(), error);
+    std::error_code error = makeFolders(target.parent_path(), made_);
     if (error || fs::is_directory(target, error)) {
       refuse(target, "something else of that name is in the way");
     }
+  }
+}
+
+void OutputFolder::commit() {
+  if (std::fflush(stdout) != 0) {
+    throw Failure("cannot write to the standard output");
   }
   for (const std::string& name : names_) {
     std::error_code error;
@@ -96,7 +114,7 @@ void OutputFolder::commit() {
       refuse(path_ / name, error.message());
     }
   }
-  topmostMade_.clear();
+  made_.clear();
 }
 
 }  // namespace vycam

@@ -7,8 +7,8 @@
 
 namespace vycam {
 
-/// Writes files into a hidden folder inside the output folder; commit() moves them into place. Without commit(), the
-/// destructor removes everything that was made, including the output folder itself if it was missing before.
+/// Writes files into a hidden folder inside the output folder; prepare(), then commit() moves them into place. Without
+/// commit(), the destructor removes everything that was made, folders included.
 class OutputFolder {
  public:
   /// Makes the folder if it is missing. A folder that cannot be written to is a Failure.
@@ -19,7 +19,10 @@ class OutputFolder {
 
   /// Writes the file `name`, which may lie in a subfolder.
   void write(const std::string& name, const std::string& bytes);
-  /// Moves all files into place. Existing files of the same names are replaced.
+  /// Makes the subfolders that the files go to. A file that something else is in the way of is a Failure.
+  void prepare();
+  /// Moves all files into place, which replaces files of the same names. What was printed before goes out first: a
+  /// standard output that takes nothing is a Failure, too.
   void commit();
 
   const std::filesystem::path& path() const { return path_; }
@@ -28,7 +31,7 @@ class OutputFolder {
  private:
   std::filesystem::path path_;
   std::filesystem::path staging_;
-  std::filesystem::path topmostMade_;  // empty: the folder was there before
+  std::vector<std::filesystem::path> made_;  // the topmost of each branch of folders that were missing
   std::vector<std::string> names_;
 };
 

@@ -22,7 +22,7 @@ constexpr int kBarHeight = 12;
 constexpr int kTickLength = 4;
 constexpr int kLabelTop = kBarTop + kBarHeight + kTickLength + 1;
 constexpr int kTickDistance = 64;     // at least: a label of six digits fits
-constexpr int kSmallestCanvas = 320;  // the scale's texts fit
+constexpr int kSmallestCanvas = 340;  // the longest of the texts on a scale fit
 
 constexpr Colour kPaper{250, 250, 248};
 constexpr Colour kInk{40, 40, 44};

@@ -39,20 +39,20 @@ void writeFiles(const StreamResult& result, const vysim_family& family, OutputFo
     folder.write("truth.png", pictures.truth->png());
     folder.write("output16.png", greyPng(greyPixels(result.output.get())));
   }
-  folder.commit();
+  folder.prepare();
 }
 
 /// The chain with its switches as they stood during the run.
 Chain chainDuringRun(const StreamResult& result, const StreamOptions& options) {
   Chain chain = result.chain;
   for (ChainLink& link : chain) {
+    link.enabled = link.enabled || (options.hardwareD2C && link.name == "HardwareD2CProcessor");
     const std::string key = link.name + "#255=";
     for (const std::string& setting : options.settings) {
       if (setting.compare(0, key.size(), key) == 0) {
         link.enabled = setting.substr(key.size()) == "1";
       }
     }
-    link.enabled = link.enabled || (options.hardwareD2C && link.name == "HardwareD2CProcessor");
   }
   return chain;
 }
@@ -117,6 +117,7 @@ void run(const Library& library, const RunArguments& arguments) {
   }
   writeFiles(result, *options.family, folder);
   printSummary(result, options, folder);
+  folder.commit();
 }
 
 }  // namespace vycam

@@ -17,15 +17,16 @@ constexpr std::string_view kSwitchIndex = "#255";
 
 SchemaRow parseRow(std::string_view line) {
   SchemaRow row;
+  std::string_view rest = line;
   for (std::string* column : {&row.key, &row.type, &row.min, &row.max, &row.step, &row.value}) {
-    const size_t end = line.find(kSeparator);
+    const size_t end = rest.find(kSeparator);
     if (end == std::string_view::npos) {
       throw Failure(fmt::format("the library's schema has a line with fewer than seven columns: {}", line));
     }
-    *column = line.substr(0, end);
-    line.remove_prefix(end + kSeparator.size());
+    *column = rest.substr(0, end);
+    rest.remove_prefix(end + kSeparator.size());
   }
-  row.description = line;  // the last column may hold commas itself
+  row.description = rest;  // the last column may hold commas itself
   return row;
 }
 

@@ -79,8 +79,9 @@ TimeReport Timing::report() const {
   }
   report.total = total_ * scale;
   report.otherHostCalls = std::max(0.0, host_ * scale - report.filters);
-  report.clockCost = static_cast<double>(hostCalls_) * nanosecondsPerCall_ * scale;
-  report.library = std::max(0.0, (total_ - host_) * scale - report.clockCost);
+  const double rest = (total_ - host_) * scale;
+  report.clockCost = std::min(rest, static_cast<double>(hostCalls_) * nanosecondsPerCall_ * scale);
+  report.library = rest - report.clockCost;
   return report;
 }
 

@@ -20,8 +20,8 @@ struct TimeReport {
   double total = 0;
   double filters = 0;
   double otherHostCalls = 0;
-  double library = 0;             ///< the rest, less the cost of the clock; never below 0
-  double clockCost = 0;           ///< what was taken off
+  double library = 0;             ///< the rest, less the cost of the clock
+  double clockCost = 0;           ///< what was taken off; at most the rest
   double nanosecondsPerCall = 0;  ///< cost of the clock per host call, measured in this run
   std::vector<FilterTime> byFilter;
 };

@@ -1,0 +1,119 @@
+// What is written where writing fails: what was wrong is told, and nothing is left behind.
+#include "OutputFolder.h"
+
+#include <functional>
+
+#include "vycam/VycamTest.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using OutputTest = VycamTest;
+
+const std::string kRun = "run --camera Vashti --sensor depth --frames 1 --size 64x48 ";
+
+TEST_F(OutputTest, NothingIsLeftBehindWhereWritingFails) {
+  const struct {
+    const char* preparation;
+    std::string arguments;  // the command's name included
+    std::vector<std::string> said;
+  } cases[] = {
+      {"", "families >/dev/full", {"cannot write to the standard output"}},
+      {"", "families --csv >&-", {"cannot write to the standard output"}},
+      {"", "schema --camera Corvid --sensor depth >/dev/full", {"cannot write to the standard output"}},
+      {"", "schema --camera Corvid --sensor depth --raw >&-", {"cannot write to the standard output"}},
+      {"", "--version >/dev/full", {"cannot write to the standard output"}},
+      {"", "--help >/dev/full", {"cannot write to the standard output"}},
+      {"", "run --help >/dev/full", {"cannot write to the standard output"}},
+      {"", kRun + "--out made >/dev/full", {"cannot write to the standard output"}},
+      {"", kRun + "--out made/deeper >&-", {"cannot write to the standard output"}},
+      // Room for the first half kilobyte of a picture.
+      {"trap '' XFSZ; ulimit -f 1;",
+       kRun + "--out made/deeper",
+       {"cannot write into made/deeper: File too large; give"}},
+      {"touch file;", kRun + "--out file", {"cannot write into file: it is not a folder; give a folder"}},
+      {"touch file;", "gallery --out file/below", {"cannot write into file/below: Not a directory"}},
+      {"", "gallery --out /proc/pictures", {"cannot write into /proc/pictures: "}},
+      {"", kRun + "--out ''", {"--out is empty; give a folder"}},
+      {"mkdir -p had/truth.png;", kRun + "--out had", {"cannot write into had/truth.png: something else of that name"}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.preparation + c.arguments);
+    shell(c.preparation + std::string(":"));
+    const std::set<std::string> before = files();
+    const Outcome outcome = vycam(c.arguments, c.preparation);
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(outcome.err.rfind("vycam: ", 0), 0U) << outcome.err;
+    EXPECT_EQ(outcome.err.find('\n'), outcome.err.size() - 1) << outcome.err;
+    expectParts(outcome.err, c.said);
+    EXPECT_EQ(files(), before);
+  }
+}
+
+TEST_F(OutputTest, AFolderReceivesAllFilesOrNone) {
+  const auto in = [&](const std::string& name, const auto& use) {
+    return refusal([&] {
+      vycam::OutputFolder folder(path(name));
+      use(folder);
+    });
+  };
+  const auto writeTwo = [](vycam::OutputFolder& folder) {
+    folder.write("images/a.png", "first");
+    folder.write("index.html", "second");
+  };
+  fs::create_directories(path("had/index.html"));
+  const std::set<std::string> before = files();
+  EXPECT_EQ(in("new/deeper", writeTwo), "accepted");
+  EXPECT_EQ(files(), before) << "nothing was committed";
+  const struct {
+    const char* what;
+    std::string folder, said;
+    std::function<void(vycam::OutputFolder&)> use;
+  } cases[] = {
+      {"prepared only", "new/deeper", "accepted", [](auto& folder) { folder.prepare(); }},
+      {"a folder in a file's way", "had", "had/index.html: something else of that name",
+       [](auto& folder) { folder.prepare(); }},
+      {"a file in a folder's way", "new", "cannot write into", [](auto& folder) { folder.write("index.html/a", ""); }},
+      {"a file over a folder", "new", "Is a directory", [](auto& folder) { folder.write("images", ""); }},
+      {"a lost file", "new", "images/a.png: No such file",
+       [](auto& folder) {
+         folder.prepare();
+         for (const auto& entry : fs::directory_iterator(folder.path())) {
+           if (entry.path().filename().string()[0] == '.') fs::remove(entry.path() / "images/a.png");
+         }
+         folder.commit();
+       }},
+  };
+  for (const auto& c : cases) {
+    expectParts(in(c.folder,
+                   [&](vycam::OutputFolder& folder) {
+                     writeTwo(folder);
+                     c.use(folder);
+                   }),
+                {c.said});
+    EXPECT_EQ(files(), before) << c.what;
+  }
+
+  // Twice: the second time over the files of the first.
+  for (const char* text : {"once", "twice"}) {
+    const auto writeAll = [&](vycam::OutputFolder& folder) {
+      folder.write("images/a.png", text);
+      folder.write("index.html", text);
+      EXPECT_EQ(folder.names(), (std::vector<std::string>{"images/a.png", "index.html"}));
+      folder.prepare();
+      folder.commit();
+    };
+    EXPECT_EQ(in("new/deeper", writeAll), "accepted");
+    EXPECT_EQ(contentsOf(path("new/deeper/images/a.png")) + contentsOf(path("new/deeper/index.html")),
+              std::string(text) + text);
+  }
+  std::set<std::string> expected = before;
+  for (const char* name : {"", "/deeper", "/deeper/images", "/deeper/images/a.png", "/deeper/index.html"}) {
+    expected.insert(std::string("new") + name);
+  }
+  EXPECT_EQ(files(), expected);
+}
+
+}  // namespace

@@ -1,0 +1,89 @@
+// Frames on their way: what is made of their pixels, and what is told when a call of the host fails.
+#include "Stream.h"
+
+#include <cstring>
+
+#include "vycam/VycamTest.h"
+
+namespace {
+
+using vycam::Frame;
+
+Frame makeFrame(VYFormat format, VYPixelType type, const std::vector<uint8_t>& bytes) {
+  Frame frame(vycam::call("make a frame", vysim_create_frame, 2U, 1U, format, type));
+  std::memcpy(vycam::call("write", vysim_frame_get_data, frame.get()), bytes.data(), bytes.size());
+  return frame;
+}
+
+TEST(StreamTest, FramesBecomeNumbersAndColours) {
+  const struct {
+    VYFormat format;
+    VYPixelType type;
+    std::vector<uint8_t> bytes;
+    std::vector<uint16_t> numbers;
+    std::vector<uint8_t> colours;
+    const char* facts;
+  } cases[] = {
+      {VY_FORMAT_Y16, VY_PIXEL_DEPTH, {1, 2, 0, 0xFF}, {0x201, 0xFF00}, {}, "2x1, 16-bit words, depth in mm"},
+      {VY_FORMAT_Y8, VY_PIXEL_INTENSITY, {7, 255}, {7, 255}, {}, "2x1, 8-bit grey, infrared brightness"},
+      {VY_FORMAT_RGB, VY_PIXEL_COLOR, {1, 2, 3, 4, 5, 6}, {}, {1, 2, 3, 4, 5, 6}, "2x1, RGB, 8 bits each, colour"},
+      {VY_FORMAT_Y12, VY_PIXEL_DISPARITY, {0, 0, 0}, {}, {}, "2x1, 12-bit packed, disparity"},
+      {VY_FORMAT_Y16, static_cast<VYPixelType>(77), {1, 0, 2, 0}, {1, 2}, {}, "2x1, 16-bit words, unknown pixels"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.facts);
+    const Frame frame = makeFrame(c.format, c.type, c.bytes);
+    EXPECT_EQ(vycam::factsOf(frame.get()).describe(), c.facts);
+    EXPECT_EQ(vycam::isPlain(c.format), !c.numbers.empty() || !c.colours.empty());
+    std::vector<uint16_t> numbers;
+    std::vector<uint8_t> colours;
+    const std::string facts = c.facts;
+    EXPECT_EQ(refusal([&] { numbers = vycam::greyPixels(frame.get()).pixels; }),
+              c.numbers.empty() ? "a frame does not have one number per pixel: " + facts : "accepted");
+    EXPECT_EQ(refusal([&] { colours = vycam::colourPixels(frame.get()); }),
+              c.colours.empty() ? "a frame does not have colours: " + facts : "accepted");
+    EXPECT_EQ(numbers, c.numbers);
+    EXPECT_EQ(colours, c.colours);
+    EXPECT_EQ(refusal([&] {
+                vycam::decodeForView(frame.get(), {{"FrameMirror", "", {}, true}});
+              }),
+              vycam::isPlain(c.format) ? "accepted" : "no filter of the chain decodes frames of this kind: " + facts);
+  }
+}
+
+TEST(StreamTest, FailedCallsOfTheHostAreToldAndLeaveNothingBehind) {
+  const vycam::Library library("");
+  const struct {
+    const char* function;
+    uint64_t nth;
+    const char* said;
+  } cases[] = {
+      {"vy_device_get_device_info", 1, "cannot open the camera in the library: "},
+      {"vy_filter_process", 1, "cannot process a frame: "},
+      {"vy_frame_get_stream_profile", 1, "cannot read a frame's profile: "},
+      {"vy_video_stream_profile_get_intrinsic", 1, "cannot read a frame's intrinsics: "},
+      {"vy_video_frame_get_width", 1, "cannot read a frame's size: "},
+      {"vy_video_frame_get_height", 1, "cannot read a frame's size: "},
+      {"vy_frame_get_format", 1, "cannot read a frame's format: "},
+      {"vy_video_frame_get_pixel_type", 1, "cannot read a frame's pixel type: "},
+      {"vy_create_frame_from_other_frame", 1, "cannot copy a frame: "},
+  };
+  vycam::StreamOptions options;
+  options.family = &vycam::parseFamily("Corvid");
+  options.size = {64, 48};
+  options.hardwareD2C.emplace();
+  vycam::Progress progress("", 1);
+  for (const auto& c : cases) {
+    vysim_reset();
+    vysim_fail_call(c.function, c.nth, VYSIM_FAULT_ERROR);
+    expectParts(refusal([&] { vycam::runStream(library, options, progress); }), {c.said, " (reported by vy_"});
+    EXPECT_EQ(vysim_fail_count(), 1U) << c.function;
+    for (int kind = 0; kind < VYSIM_KIND_COUNT; ++kind) {
+      EXPECT_EQ(vysim_live_count(static_cast<vysim_kind>(kind)), 0U)
+          << c.function << ": " << vysim_kind_name(static_cast<vysim_kind>(kind));
+    }
+  }
+  vysim_reset();
+}
+
+}  // namespace
