@@ -14,7 +14,7 @@
 // ---- The host's functions, in place of the simulated host's ------------------------------------
 
 struct vy_filter_t {
-  const char* name;
+  std::string name;
 };
 struct vy_filter_config_schema_list_t {};
 
@@ -37,7 +37,7 @@ void vy_delete_filter(vy_filter_t* filter, vy_error** /*error*/) {
   delete filter;
 }
 const char* vy_filter_get_name(const vy_filter_t* filter, vy_error** /*error*/) {
-  return filter->name;
+  return filter->name.c_str();
 }
 vy_filter_config_schema_list_t* vy_filter_get_config_schema_list(const vy_filter_t* /*filter*/, vy_error** /*error*/) {
   return new vy_filter_config_schema_list_t;
