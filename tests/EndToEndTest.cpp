@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <map>
+#include <set>
+#include <stdexcept>
 
 #include "support/Scenario.h"
 
@@ -66,22 +68,6 @@ class EndToEndTest : public HostTest, public testing::WithParamInterface<const c
   Context context_;
 };
 
-TEST_P(EndToEndTest, EverySensorRuns) {
-  const vysim_family* const family = vysim_find_family(GetParam());
-  ASSERT_NE(family, nullptr);
-  for (std::size_t i = 0; i < family->stream_count; ++i) {
-    const vysim_stream& stream = family->streams[i];
-    const Processor processor = makeProcessor(context_, stream.sensor);
-    EXPECT_NE(schemaOf(processor), "");
-    for (int round = 0; round < 2; ++round) {
-      const Frame input = nextFrame(stream.sensor);
-      const Outcome outcome = process(processor, input);
-      EXPECT_EQ(outcome.error, kNoError) << "sensor " << stream.sensor;
-      EXPECT_NE(outcome.frame, nullptr);
-    }
-  }
-}
-
 TEST_P(EndToEndTest, DepthIsThatOfTheScene) {
   const Processor processor = makeProcessor(context_, kDepth);
   for (int round = 0; round < 3; ++round) {
@@ -100,6 +86,73 @@ Error changeSettings(const Processor& processor, const std::map<std::string, con
     values.push_back(change != changes.end() ? change->second : setting.value);
   }
   return updateConfig(processor, pointersTo(values));
+}
+
+/// A pixel of a colour or infrared frame: the number that it stands for.
+std::uint32_t pixelAt(const Frame& frame, std::size_t x, std::size_t y) {
+  const std::size_t height = call(vy_video_frame_get_height, frame.get());
+  const std::uint8_t* const row =
+      call(vysim_frame_get_data, frame.get()) + y * (call(vysim_frame_get_size, frame.get()) / height);
+  switch (static_cast<int>(call(vy_frame_get_format, frame.get()))) {
+    case VY_FORMAT_Y8:
+      return row[x];
+    case VY_FORMAT_RGB:
+      return row[3 * x] | (row[3 * x + 1] << 8U) | (row[3 * x + 2] << 16U);
+    case VY_FORMAT_Y16:
+      return row[2 * x] | (row[2 * x + 1] << 8U);
+    case VY_FORMAT_Y10: {  // the most significant bit comes first
+      std::uint32_t pixel = 0;
+      for (std::size_t bit = 10 * x; bit < 10 * x + 10; ++bit) {
+        pixel = 2 * pixel + ((row[bit / 8] >> (7 - bit % 8)) & 1U);
+      }
+      return pixel;
+    }
+    case VY_FORMAT_Y10_MIPI: {  // four high bytes, then one of low bits
+      const std::uint8_t* const four = row + x / 4 * 5;
+      return (std::uint32_t{four[x % 4]} << 2U) | ((four[4] >> (2 * (x % 4))) & 3U);
+    }
+  }
+  throw std::logic_error("no colour or infrared format");
+}
+
+TEST_P(EndToEndTest, ColourAndInfraredAreTheRawPictureTurned) {
+  const vysim_family* const family = vysim_find_family(GetParam());
+  ASSERT_NE(family, nullptr);
+  for (std::size_t i = 0; i < family->stream_count; ++i) {
+    const int sensor = family->streams[i].sensor;
+    if (sensor == kDepth) continue;
+    const Processor processor = makeProcessor(context_, sensor);
+    const std::string schema = schemaOf(processor);
+    for (const bool isTurned : {false, true}) {
+      SCOPED_TRACE("sensor " + std::to_string(sensor) +
+                   (isTurned ? ", mirrored, flipped and turned" : " as it starts"));
+      const bool isMirrored = isTurned || schema.find("FrameMirror#255, boolean, 0, 1, 1, 1,") != std::string::npos;
+      if (isTurned) {
+        EXPECT_EQ(updateConfig(processor, {"1", "1", "90"}), kNoError);
+      }
+      const Frame input = nextFrame(sensor);
+      const Outcome outcome = process(processor, input);
+      EXPECT_EQ(outcome.error, kNoError);
+      ASSERT_NE(outcome.frame, nullptr);
+      const std::size_t width = call(vy_video_frame_get_width, input.get());
+      const std::size_t height = call(vy_video_frame_get_height, input.get());
+      ASSERT_EQ(call(vy_video_frame_get_width, outcome.frame.get()), isTurned ? height : width);
+      ASSERT_EQ(call(vy_video_frame_get_height, outcome.frame.get()), isTurned ? width : height);
+      std::size_t wrong = 0;
+      std::set<std::uint32_t> seen;
+      for (std::size_t y = 0; y < height; y += 3) {
+        for (std::size_t x = 0; x < width; ++x) {
+          const std::uint32_t raw = pixelAt(input, isMirrored ? width - 1 - x : x, isTurned ? height - 1 - y : y);
+          // A quarter turn clockwise: what was at the bottom is on the left.
+          const std::uint32_t out = isTurned ? pixelAt(outcome.frame, height - 1 - y, x) : pixelAt(outcome.frame, x, y);
+          if (raw != out) ++wrong;
+          seen.insert(raw);
+        }
+      }
+      EXPECT_EQ(wrong, 0U);
+      EXPECT_GT(seen.size(), 30U) << "the picture must be worth the comparison";
+    }
+  }
 }
 
 /// An odd denominator: each output pixel has one nearest input pixel, and never two.

@@ -16,18 +16,34 @@ FilterConfig makeRecord(const char* name, int enabled = 1, int kind = FilterConf
   return record;
 }
 
-// What chains do not show: functions that the library never calls, and tables that must stay empty.
-TEST_F(FilterConfigTest, KindChoosesTheFunctions) {
+// What chains do not show: functions that the library never calls, and slots that are left as they are.
+TEST_F(FilterConfigTest, KindChoosesWhoDoesTheWork) {
+  static bool isReset;
+  static bool hasParameters;
   std::vector<FilterConfig> records = {makeRecord("host", 1, 1), makeRecord("own", 1, 0), makeRecord("neither", 1, 2)};
+  records[2].reset = [](vy_filter_t* /*filter*/, vy_error** /*error*/) { isReset = true; };
+  records[0].set_hardware_d2c_params = [](auto...) { hasParameters = true; };
   BasicFrameProcessor::registerFunctionPtrs(records);
-  EXPECT_EQ(records[0].create_private_filter, vy_create_private_filter);
-  EXPECT_EQ(records[0].reset, vy_filter_reset);
-  EXPECT_EQ(records[0].set_hardware_d2c_params, nullptr);
-  EXPECT_EQ(records[1].create_private_filter, priv_create_private_filter);
-  EXPECT_EQ(records[1].reset, priv_filter_reset);
-  EXPECT_EQ(records[1].set_hardware_d2c_params, priv_filter_set_hardware_d2c_params);
-  EXPECT_EQ(records[2].create_filter, nullptr);
-  EXPECT_EQ(records[2].process, nullptr);
+
+  const OpenDevice device = openDevice(0);  // keeps the library's own filters alive
+  const auto resetting = [&](const FilterConfig& record, const char* name) {
+    vy_filter_t* const filter = call(record.create_private_filter, name);
+    const std::string calls = recordCalls([&] { call(record.reset, filter); });
+    call(record.delete_filter, filter);
+    return calls.substr(0, calls.find('#'));
+  };
+  EXPECT_EQ(resetting(records[0], "DepthResize"), "vy_filter_reset(filter: DepthResize");
+  EXPECT_EQ(resetting(records[1], "DisparityTransform"), "vy_filter_get_name(filter: OpenNIDisparityTransform");
+  ErrorSlot error;
+  EXPECT_EQ(records[1].create_private_filter("none", error), nullptr);
+  EXPECT_EQ(error.take().function, "priv_create_private_filter");
+  EXPECT_EQ(records[0].create_private_filter("none", error), nullptr);
+  EXPECT_EQ(error.take().function, "vy_create_private_filter");
+
+  records[2].reset(nullptr, nullptr);
+  EXPECT_TRUE(isReset);
+  records[0].set_hardware_d2c_params(nullptr, {}, 0, 1, 0, 0, 0, 0, false, false, nullptr);
+  EXPECT_TRUE(hasParameters) << "the host has no function for that slot";
 }
 
 TEST_F(FilterConfigTest, OnlyOneEnables) {

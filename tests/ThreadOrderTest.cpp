@@ -21,9 +21,10 @@ struct vy_filter_config_schema_list_t {};
 namespace {
 
 constexpr VYFilterConfigSchemaItem kItem = {"item", VY_FILTER_CONFIG_VALUE_TYPE_INT, 0, 9, 1, 5, ""};
-thread_local int changes = 0;              ///< of items and switches
-thread_local std::string arguments;        ///< of the last configuration
-std::function<void()> whileDeletingAList;  ///< set while no other thread runs
+thread_local int changes = 0;  ///< of items and switches
+thread_local int listsDeleted = 0;
+thread_local std::string arguments;         ///< of the last configuration
+thread_local std::function<void()> inHost;  ///< called by functions that make or delete something
 
 }  // namespace
 
@@ -31,6 +32,7 @@ vy_filter_t* vy_create_filter(const char* name, vy_error** /*error*/) {
   return new vy_filter_t{name};
 }
 vy_filter_t* vy_create_private_filter(const char* name, vy_error** /*error*/) {
+  if (inHost) inHost();
   return new vy_filter_t{name};
 }
 void vy_delete_filter(vy_filter_t* filter, vy_error** /*error*/) {
@@ -40,10 +42,12 @@ const char* vy_filter_get_name(const vy_filter_t* filter, vy_error** /*error*/) 
   return filter->name.c_str();
 }
 vy_filter_config_schema_list_t* vy_filter_get_config_schema_list(const vy_filter_t* /*filter*/, vy_error** /*error*/) {
+  if (inHost) inHost();
   return new vy_filter_config_schema_list_t;
 }
 void vy_delete_filter_config_schema_list(vy_filter_config_schema_list_t* list, vy_error** /*error*/) {
-  if (whileDeletingAList) whileDeletingAList();
+  if (inHost) inHost();
+  ++listsDeleted;
   delete list;
 }
 std::uint32_t vy_filter_config_schema_list_get_count(const vy_filter_config_schema_list_t* /*list*/,
@@ -151,41 +155,65 @@ TEST(ThreadOrderTest, ThereIsOneRegistryAtATime) {
   });
 }
 
-TEST(ThreadOrderTest, SchemaListsBelongToTheirFilter) {
+// Each thread does one thing only, so that a lock that is missing there is missing altogether.
+TEST(ThreadOrderTest, SchemaListsComeAndGoOnAllThreads) {
   const auto registry = FilterFactory::getInstance();
-  onAllThreads([&](int /*thread*/) {
-    vy_error* error = nullptr;
-    vy_filter_t* const filter = registry->createFilter("DisparityTransform")->get_filter(&error);
-    for (int round = 0; round < kRounds; ++round) {
-      auto* const list = registry->getPrivateFilterConfigSchemaList(filter, &error);
-      EXPECT_EQ(registry->getPrivateFilterConfigSchemaListCount(list, &error), 1U);
-      if (round % 2 == 0) {
-        registry->deleteFilterConfigSchemaList(list, &error);
-      } else {
-        registry->deletePrivateFilter(filter, &error);
-      }
+  vy_error* error = nullptr;
+  struct Task {
+    vy_filter_t* filter;
+    std::vector<vy_filter_config_schema_list_t*> lists;
+  };
+  std::vector<Task> tasks(kThreads);
+  for (Task& task : tasks) {
+    task.filter = registry->createFilter("DisparityTransform")->get_filter(&error);
+    for (int i = 0; i < kRounds; ++i) {
+      task.lists.push_back(registry->getPrivateFilterConfigSchemaList(task.filter, &error));
     }
+  }
+  onAllThreads([&](int thread) {
+    Task& task = tasks[static_cast<std::size_t>(thread)];
+    vy_error* slot = nullptr;
+    for (std::size_t i = 0; i < kRounds; ++i) {
+      if (thread % 4 == 0) task.lists.push_back(registry->getPrivateFilterConfigSchemaList(task.filter, &slot));
+      if (thread % 4 == 1) {
+        EXPECT_EQ(registry->getPrivateFilterConfigSchemaListCount(task.lists[i], &slot), 1U);
+      }
+      if (thread % 4 == 2) registry->deleteFilterConfigSchemaList(task.lists[i], &slot);
+      if (thread % 4 == 3) registry->deletePrivateFilter(task.filter, &slot);
+    }
+    EXPECT_EQ(listsDeleted, thread % 4 < 2 ? 0 : kRounds);
   });
+  for (std::size_t thread = 0; thread < kThreads; ++thread) {
+    if (thread % 4 >= 2) continue;
+    for (auto* const list : tasks[thread].lists) {
+      EXPECT_EQ(registry->getPrivateFilterConfigSchemaListCount(list, &error), 1U) << thread;
+      registry->deleteFilterConfigSchemaList(list, &error);
+    }
+  }
 }
 
 // A host may do in a call what it likes, which includes calling the library on another thread and waiting for it.
 TEST(ThreadOrderTest, NoLockIsHeldWhileTheHostIsCalled) {
   const auto registry = FilterFactory::getInstance();
   vy_error* error = nullptr;
-  vy_filter_t* const filter = registry->createFilter("DisparityTransform")->get_filter(&error);
   std::vector<std::future<void>> calls;
-  whileDeletingAList = [&] {
-    calls.push_back(std::async(std::launch::async, [&] {
-      FilterFactory::getInstance()->getPrivateFilterConfigSchemaListCount(nullptr, nullptr);
+  inHost = [&] {
+    calls.push_back(std::async(std::launch::async, [] {
+      vy_error* slot = nullptr;
+      const auto sameRegistry = FilterFactory::getInstance();
+      vy_filter_t* const filter = sameRegistry->createFilter("HardwareD2CProcessor")->get_filter(&slot);
+      auto* const list = sameRegistry->getPrivateFilterConfigSchemaList(filter, &slot);
+      sameRegistry->deleteFilterConfigSchemaList(list, &slot);
     }));
-    EXPECT_EQ(calls.back().wait_for(std::chrono::seconds(10)), std::future_status::ready) << "the list is locked";
+    EXPECT_EQ(calls.back().wait_for(std::chrono::seconds(10)), std::future_status::ready) << "a lock is held";
   };
+  vy_filter_t* const filter = registry->createFilter("DisparityTransform")->get_filter(&error);
   auto* const list = registry->getPrivateFilterConfigSchemaList(filter, &error);
   registry->deleteFilterConfigSchemaList(list, &error);
   registry->getPrivateFilterConfigSchemaList(filter, &error);
   registry->deletePrivateFilter(filter, &error);
-  EXPECT_EQ(calls.size(), 2U);
-  whileDeletingAList = nullptr;
+  inHost = nullptr;
+  EXPECT_EQ(calls.size(), 5U);
 }
 
 // The thread that sets parameters knows that no frame is under way. That of the frames knows no more than what the
