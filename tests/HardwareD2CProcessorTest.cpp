@@ -69,44 +69,12 @@ TEST_F(HardwareD2CProcessorTest, ParametersAreAppliedOncePerSet) {
   EXPECT_NE(callsForAFrame().find("intrinsic: {0, 0, 0, 0, 0, 0}"), std::string::npos);
 }
 
-TEST_F(HardwareD2CProcessorTest, FailuresLeaveTheFrameThatTheyShould) {
+// Single failures are in FaultSweepTest.cpp.
+TEST_F(HardwareD2CProcessorTest, TheLaterOfTwoErrorsIsTheCallers) {
   setParams(1, true);
-  const struct {
-    const char* function;
-    vysim_fault fault;
-    bool hasFrame;
-    long profilesLeftBehind;  // the handle is given back only after success
-  } cases[] = {
-      {"vy_video_frame_get_width", VYSIM_FAULT_ERROR, false, 0},
-      {"vy_video_frame_get_height", VYSIM_FAULT_ERROR, false, 0},
-      {"vy_filter_process", VYSIM_FAULT_ERROR, false, 0},
-      {"vy_filter_process", kWithResult, false, 0},
-      {"vy_frame_get_stream_profile", VYSIM_FAULT_ERROR, true, 0},
-      {"vy_video_stream_profile_get_intrinsic", VYSIM_FAULT_ERROR, true, 1},
-      {"vy_video_stream_profile_set_intrinsic", VYSIM_FAULT_ERROR, true, 1},
-      {"vy_video_stream_profile_set_distortion", VYSIM_FAULT_ERROR, true, 1},
-      {"vy_stream_profile_set_extrinsic_to_type", VYSIM_FAULT_ERROR, true, 1},
-      {"vy_delete_stream_profile", VYSIM_FAULT_ERROR, true, 1},
-  };
-  for (const auto& each : cases) {
-    const LeakTolerance tolerance;
-    failCall(each.function, 1, each.fault);
-    const long before = alive(VYSIM_STREAM_PROFILE);
-    ErrorSlot error;
-    const Frame output(filter_->filter_process(input_.get(), error));
-    EXPECT_EQ(error.take(), injectedError(each.function));
-    EXPECT_EQ(output != nullptr, each.hasFrame) << each.function;
-    EXPECT_EQ(alive(VYSIM_STREAM_PROFILE) - before, each.profilesLeftBehind) << each.function;
-    expectLeftBehind(VYSIM_STREAM_PROFILE, each.profilesLeftBehind);
-  }
-
   ErrorSlot error;
-  failCall("vy_filter_process", 1, kNull);  // asks a null frame for its profile
-  expectRefused("vy_frame_get_stream_profile");
-  EXPECT_EQ(filter_->filter_process(input_.get(), error), nullptr);
-  EXPECT_EQ(error.take().function, "vy_frame_get_stream_profile");
   for (const char* first : {"vy_video_frame_get_width", "vy_video_frame_get_height"}) {
-    failCall(first);  // the next error replaces it
+    failCall(first);
     failCall("vy_filter_process");
     EXPECT_EQ(filter_->filter_process(input_.get(), error), nullptr);
     EXPECT_EQ(error.take(), injectedError("vy_filter_process"));
