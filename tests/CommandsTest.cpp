@@ -60,6 +60,21 @@ TEST_F(CommandsTest, OneValueASchemaLineInItsOrder) {
             "vy_delete_filter_config_schema_list(list: schema_list#5)\n");
 }
 
+TEST_F(CommandsTest, TextsAreReadAsTheCLibraryReadsThem) {
+  processor_ = makeProcessor(vashti_.context, kDepth);
+  for (const char* const on : {"1", " 1", "\t+1", "01", "1a", "1x", "1.9", "1,5"}) {
+    EXPECT_EQ(effectOf({"1", "1", on, "0", "0", "1"}), "size=1 limit=1 N+ M- F- size=1 ") << on;
+  }
+  for (const char* const off : {"0", "2", "-1", "10", "11", "257", "4294967297", "0x1", "", " ", "true", "a1"}) {
+    EXPECT_EQ(effectOf({"1", "1", off, "1", "0", "1"}), "size=1 limit=1 N- M+ F- size=1 ") << off;
+  }
+  const std::pair<const char*, const char*> numbers[] = {{"abc", "0"},     {"", "0"},      {" 2.5x", "2.5"},
+                                                         {"-1e2", "-100"}, {"0x10", "16"}, {"3,5", "3"}};
+  for (const auto& [text, number] : numbers) {
+    EXPECT_EQ(effectOf({"1", text, "0", "0", "0", "1"}), std::string("size=1 limit=") + number + " N- M- F- size=1 ");
+  }
+}
+
 TEST_F(CommandsTest, TheFirstFilterOfANameGetsAllOfItsCommands) {
   definePassing("FrameFlip", "FrameMirror");
   processor_ = makeProcessor(vashti_.context, kDepth);

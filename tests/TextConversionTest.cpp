@@ -1,6 +1,7 @@
 // The text conversions: which texts they accept. NumberConversionTest.cpp has the numbers at their ends.
 #include <gtest/gtest.h>
 #include <host/commonTypes.h>
+#include <processor/FrameProcessor.h>
 
 #include <string>
 #include <utility>
@@ -20,6 +21,13 @@ TEST(TextConversionTest, OnlySpacesAreTrimmed) {
       {"a ", "a"}, {"\r\n", "\r\n"},
   };
   for (const auto& [text, trimmed] : cases) EXPECT_EQ(clearHeadAndTailSpace(text), trimmed) << '"' << text << '"';
+}
+
+TEST(TextConversionTest, TextsAreCutAtEverySeparator) {
+  const std::pair<const char*, std::vector<std::string>> cases[] = {
+      {"", {""}}, {"a", {"a"}}, {",", {"", ""}}, {"ab,cd,,e", {"ab", "cd", "", "e"}}, {",ab,", {"", "ab", ""}},
+  };
+  for (const auto& [text, pieces] : cases) EXPECT_EQ(BasicFrameProcessor::splitString(text, ','), pieces) << text;
 }
 
 TEST(TextConversionTest, BooleansAreAWordWithAnythingBehindItOrADigitAlone) {
