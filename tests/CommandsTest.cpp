@@ -60,21 +60,6 @@ TEST_F(CommandsTest, OneValueASchemaLineInItsOrder) {
             "vy_delete_filter_config_schema_list(list: schema_list#5)\n");
 }
 
-TEST_F(CommandsTest, TextsAreReadAsTheCLibraryReadsThem) {
-  processor_ = makeProcessor(vashti_.context, kDepth);
-  for (const char* const on : {"1", " 1", "\t+1", "01", "1a", "1x", "1.9", "1,5"}) {
-    EXPECT_EQ(effectOf({"1", "1", on, "0", "0", "1"}), "size=1 limit=1 N+ M- F- size=1 ") << on;
-  }
-  for (const char* const off : {"0", "2", "-1", "10", "11", "257", "4294967297", "0x1", "", " ", "true", "a1"}) {
-    EXPECT_EQ(effectOf({"1", "1", off, "1", "0", "1"}), "size=1 limit=1 N- M+ F- size=1 ") << off;
-  }
-  const std::pair<const char*, const char*> numbers[] = {{"abc", "0"},     {"", "0"},      {" 2.5x", "2.5"},
-                                                         {"-1e2", "-100"}, {"0x10", "16"}, {"3,5", "3"}};
-  for (const auto& [text, number] : numbers) {
-    EXPECT_EQ(effectOf({"1", text, "0", "0", "0", "1"}), std::string("size=1 limit=") + number + " N- M- F- size=1 ");
-  }
-}
-
 TEST_F(CommandsTest, TheFirstFilterOfANameGetsAllOfItsCommands) {
   definePassing("FrameFlip", "FrameMirror");
   processor_ = makeProcessor(vashti_.context, kDepth);
@@ -87,17 +72,10 @@ TEST_F(CommandsTest, AnEmptySchemaTakesNothing) {
   call(vy_frame_processor_update_config, processor_.get(), 3, nullptr);
 }
 
-TEST_F(CommandsTest, NamesThatLookLikeKeysBreakTheKeys) {
-  const std::vector<const char*> values(6, "1");
+TEST_F(CommandsTest, AKeyWithoutANumberThrows) {
   definePassing("FrameMirror", "Frame#Mirror");
   processor_ = makeProcessor(vashti_.context, kDepth);
-  EXPECT_THROW(updateConfig(processor_, values), std::invalid_argument);
-  // 511 is 255 in eight bits: the switch of FrameFlip. White space before it and text behind it do not count.
-  for (const char* const name : {"FrameFlip#511", "FrameFlip#511x", "FrameFlip# +511"}) {
-    definePassing("FrameMirror", name);
-    processor_ = makeProcessor(vashti_.context, kDepth);
-    EXPECT_EQ(effectOf({"1", "1", "1", "1", "0", "1"}), "size=1 limit=1 N+ F+ F- size=1 ") << name;
-  }
+  EXPECT_THROW(updateConfig(processor_, std::vector<const char*>(6, "1")), std::invalid_argument);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 // host's own filters, what is true of every frame must hold. The host calls of all other steps must be those of a model
 // with either.
 #include <iostream>
+#include <optional>
 
 #include "support/ChainModel.h"
 #include "support/FrameModel.h"
@@ -145,6 +146,7 @@ class FaultRun : public Scenario {
   void noteChain(StepLog& done);
   void expectLeft();
   void expectCalls(const StepLog& done);
+  void expectWhatWasMade(const StepLog& end);
   int expectFrame(const Frame& input, const Frame& output);
   /// As the last call found it.
   const ModelChain& chainOfStep() const {
@@ -161,14 +163,16 @@ class FaultRun : public Scenario {
   Refusals refused_;
   ModelChain chain_;  ///< of the first processor
   std::vector<ModelLink> secondLinks_;
-  Error error_;  ///< of the last call
+  std::optional<ChainModel> madeByFault_;  ///< of the first processor
+  Error error_;                            ///< of the last call
 };
 
 void FaultRun::call(Step step, const Work& work) {
   log_.push_back({step, chain_, {}});
   if (step == Step::kDestroy && !isFirstOf(step)) log_.back().chain.links = secondLinks_;
   StepLog& done = log_.back();
-  const bool recording = isFaultless() || isStruckStep();
+  const bool isEndOfStruck = step == Step::kDestroy && madeByFault_.has_value() && isFirstOf(step);
+  const bool recording = isFaultless() || isStruckStep() || isEndOfStruck;
   const Balance objects;
 
   if (recording) vysim_record_start();
@@ -182,6 +186,7 @@ void FaultRun::call(Step step, const Work& work) {
       << "error objects alive must be those that the caller was given";
   error_ = error.take();
   if (recording) readRecords(done);
+  if (isEndOfStruck) expectWhatWasMade(done);
   if (isFaultless()) {
     EXPECT_EQ(error_, kNoError);
     noteChain(done);
@@ -255,10 +260,21 @@ void FaultRun::expectCalls(const StepLog& done) {
   }
   const std::uint64_t failing = isAboutErrors(function_) ? 0 : strike_.nth;
   const ChainModel model = modelOf((*faultless_)[strike_.step], failing, strike_.kind);
+  if (done.step == Step::kMake && isFirstOf(Step::kMake)) madeByFault_.emplace(model);
   refused_ = model.refused;
   EXPECT_EQ(canonicalCalls(done.calls), model.calls);
   EXPECT_EQ(error_.function, model.error.function);
   EXPECT_EQ(error_.exceptionType, model.error.type);
+}
+
+/// A processor whose making was struck has the schema, and gives back the filters, of what could be made.
+void FaultRun::expectWhatWasMade(const StepLog& end) {
+  std::string keys;
+  for (const Setting& setting : settingsOf(schema())) keys += setting.key + "\n";
+  EXPECT_EQ(keys, madeByFault_->keys);
+  ChainModel model(madeByFault_->built, 0, VYSIM_FAULT_ERROR);
+  model.destroy();
+  EXPECT_EQ(canonicalCalls(end.calls), model.calls);
 }
 
 void FaultRun::expectLeft() {

@@ -26,14 +26,22 @@ TEST_F(FilterConfigTest, KindChoosesWhoDoesTheWork) {
   BasicFrameProcessor::registerFunctionPtrs(records);
 
   const OpenDevice device = openDevice(0);  // keeps the library's own filters alive
-  const auto resetting = [&](const FilterConfig& record, const char* name) {
+  const auto callsOfUse = [&](const FilterConfig& record, const char* name) {
     vy_filter_t* const filter = call(record.create_private_filter, name);
-    const std::string calls = recordCalls([&] { call(record.reset, filter); });
+    const std::string calls = recordCalls([&] {
+      call(record.reset, filter);
+      ErrorSlot refused;  // no filter has so few arguments
+      record.update_config(filter, 0, nullptr, refused);
+    });
     call(record.delete_filter, filter);
-    return calls.substr(0, calls.find('#'));
+    std::string functions;
+    for (const std::string& each : splitLines(calls)) {
+      if (each.find("_error(") == std::string::npos) functions += each.substr(10, each.find('(') - 10) + " ";
+    }
+    return functions;
   };
-  EXPECT_EQ(resetting(records[0], "DepthResize"), "vy_filter_reset(filter: DepthResize");
-  EXPECT_EQ(resetting(records[1], "DisparityTransform"), "vy_filter_get_name(filter: OpenNIDisparityTransform");
+  EXPECT_EQ(callsOfUse(records[0], "DepthResize"), "reset update_config ");
+  EXPECT_EQ(callsOfUse(records[1], "DisparityTransform"), "get_name get_name reset get_name get_name update_config ");
   ErrorSlot error;
   EXPECT_EQ(records[1].create_private_filter("none", error), nullptr);
   EXPECT_EQ(error.take().function, "priv_create_private_filter");
@@ -84,6 +92,17 @@ TEST_F(FilterConfigTest, NamesThatTheHostKeepsPrivateAreCreatedThroughThePrivate
   }
 }
 
+TEST_F(FilterConfigTest, AMovedLinkNoLongerOwnsItsFilter) {
+  std::vector<FilterConfig> records = {makeRecord("FrameMirror")};
+  BasicFrameProcessor::registerFunctionPtrs(records);
+  vy_filter_t* const filter = call(vy_create_filter, "FrameMirror");
+  const std::string calls = recordCalls([&] {
+    ChainLink first(filter, std::move(records[0]));
+    const ChainLink second(std::move(first));
+  });
+  EXPECT_EQ(callsOf("vy_delete_filter", calls).size(), 1U);
+}
+
 // A host may hand out null handles without an error, and switch them.
 TEST_F(FilterConfigTest, ANullHandleHasNoSchema) {
   FilterConfig record = makeRecord("Alpha");
@@ -102,6 +121,8 @@ TEST_F(FilterConfigTest, FiltersAreFoundByTheNameTheyReport) {
     const auto [filter, record] = processor.getFilter(name);
     EXPECT_EQ(filter, nullptr) << name;
     EXPECT_EQ(record.name, "") << name;
+    EXPECT_EQ(record.enabled, 0) << name;
+    EXPECT_EQ(record.kind, 0) << name;
     EXPECT_EQ(record.enable, nullptr) << name;
   }
   // A filter that cannot tell its name is passed over, and its error deleted.

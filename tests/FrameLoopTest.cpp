@@ -1,4 +1,4 @@
-// A frame in a chain: which filters run, when frames are released, how failures end.
+// A frame in a chain: which filters run, and how failures end. The host calls of frames are in FaultSweepTest.cpp.
 #include <algorithm>
 
 #include "support/HostTest.h"
@@ -32,38 +32,6 @@ Frame makeInput(int format = VY_FORMAT_Y16, int pixelType = VY_PIXEL_DISPARITY) 
   Frame input = makeFrame(format, pixelType);
   if (format != VY_FORMAT_RLE) call(vysim_frame_get_data, input.get())[0] = kInputStamp;
   return input;
-}
-
-// ---- The calls of a frame -----------------------------------------------------------------------
-
-std::string frameText(int number) {
-  return "frame: frame#" + std::to_string(number);
-}
-std::string askedWhetherToRun(const std::string& filter) {
-  return "vy_filter_is_enabled(filter: " + filter + ")\nvy_frame_get_format(" + frameText(1) +
-         ")\nvy_video_frame_get_pixel_type(" + frameText(1) + ")\nvy_filter_get_name(filter: " + filter + ")\n";
-}
-std::string ran(const std::string& filter, int frame) {
-  return "vy_frame_get_format(" + frameText(frame) + ")\nvy_filter_process(filter: " + filter + ", " +
-         frameText(frame) + ")\n";
-}
-std::string released(int frame) {
-  return "vy_delete_frame(" + frameText(frame) + ")\n";
-}
-
-TEST_F(FrameLoopTest, FiltersHandFramesOnAndEachIsReleasedWhenTheNextFilterStarts) {
-  build();
-  const Frame input = makeInput();
-  Outcome outcome;
-  const std::string calls = recordCalls([&] { outcome = process(processor_, input); });
-  EXPECT_EQ(calls, "vy_frame_add_ref(frame: frame#1)\n" +                                        //
-                       askedWhetherToRun("FrameMirror#1") + ran("FrameMirror#1", 1) +            //
-                       askedWhetherToRun("FrameFlip#2") + released(1) + ran("FrameFlip#2", 2) +  //
-                       askedWhetherToRun("FrameRotate#3") + released(2) + ran("FrameRotate#3", 3) + released(3));
-  EXPECT_EQ(outcome.error, kNoError);
-  EXPECT_EQ(stampOf(outcome.frame), 3);
-  EXPECT_EQ(vysim_frame_get_ref_count(input.get()), 1);
-  EXPECT_EQ(vysim_frame_get_ref_count(outcome.frame.get()), 1);
 }
 
 TEST_F(FrameLoopTest, FiltersThatPassFramesOnKeepReferencesBalanced) {

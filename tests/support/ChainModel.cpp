@@ -20,8 +20,10 @@ void ChainModel::build() {
       forward("vy_delete_filter", link, slot, refusal);
     } else {
       publish(link);
+      built.links.push_back(link);
     }
   }
+  built.registry = registry_;
 }
 
 /// A call that the library's own filters answer without the host, once they are found.
@@ -59,17 +61,24 @@ void ChainModel::giveBack(const ModelLink& link, const List& list) {
 }
 
 /// Asks for what the schema tells of a filter. What fails is left out.
-void ChainModel::publish(const ModelLink& link) {
+void ChainModel::publish(ModelLink& link) {
   if (link.items.empty()) return;
   ErrorOrigin failed;
   const List list = getList(link, failed);
+  link.keepsList = failed.isSet() && link.isOwn() && list.refusal() == 0;
   if (failed.isSet()) return;
   for (const int item : link.items) {
     ErrorOrigin slot;
-    if (!reportsItsName(link) || item == kSwitch) continue;
-    const bool isKnown = getItem(link, list, item, slot);
-    if (slot.isSet() || (link.isOwn() && !find(link, slot))) continue;
-    call("vy_filter_get_config_value", link.label, isKnown ? 0 : kInvalidValue);
+    if (!reportsItsName(link)) continue;
+    if (item != kSwitch) {
+      const bool isKnown = getItem(link, list, item, slot);
+      if (slot.isSet()) continue;
+      // A filter that is not found has the value 0.
+      const bool isFound = !link.isOwn() || find(link, slot);
+      if (isFound) call("vy_filter_get_config_value", link.label, slot, isKnown ? 0 : kInvalidValue);
+      if (slot.isSet()) continue;
+    }
+    keys += link.name() + "#" + std::to_string(item) + "\n";
   }
   giveBack(link, list);
 }
@@ -120,6 +129,7 @@ void ChainModel::destroy() {
   for (const ModelLink& link : links_) {
     ErrorOrigin ignored;
     forward("vy_delete_filter", link, ignored);
+    if (link.keepsList) giveBack(link, {"list"});
   }
 }
 

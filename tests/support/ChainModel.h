@@ -16,6 +16,8 @@ class ChainModel : public HostModel {
   void close();
 
   ErrorOrigin error;  ///< that the caller gets
+  ModelChain built;   ///< what building has made
+  std::string keys;   ///< of its schema, one a line
 
  private:
   static constexpr int kSwitch = 255;
@@ -24,7 +26,7 @@ class ChainModel : public HostModel {
     int refusal() const { return name == "null" ? kInvalidValue : 0; }
   };
 
-  void publish(const ModelLink& link);
+  void publish(ModelLink& link);
   void setItem(const ModelLink& link, int item);
   bool reportsItsName(const ModelLink& link);
   void forward(const char* function, const ModelLink& link, ErrorOrigin& slot, int refusal = 0);

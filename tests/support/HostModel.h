@@ -19,6 +19,7 @@ struct ModelLink {
   bool enabled;
   bool isConfigured = false;    ///< when it is made
   std::vector<int> items = {};  ///< that it publishes; 255 is its switch
+  bool keepsList = false;       ///< a list that it gave out with an error, which was not taken
 
   std::string hostName() const { return label.substr(0, label.find('#')); }
   bool isResize() const { return hostName() == "DepthResize"; }
