@@ -118,12 +118,12 @@ TEST_F(HardwareD2CProcessorTest, ParametersReachTheFilterThroughTheChain) {
   expectRefused("vy_filter_config_schema_list_get_item", 11);  // published, but the stand-ins have no items
   const Processor depth = makeProcessor(camera.context, kDepth);
   EXPECT_EQ(updateConfig(depth, {"1", "1", "1", "0", "0"}), kNoError);  // of noise, disparity, D2C, mirror, flip
-  setHardwareD2C(depth, {kIntrinsic, 1, -1, 2, -3, 4, true});
+  setHardwareD2C(depth, {kIntrinsic, 2, -2, 2, -4, 4, true});  // would fold if it were asked to
   Outcome outcome;
   const std::string calls = recordCalls([&] { outcome = process(depth, input_); });
   EXPECT_EQ(outcome.error, kNoError);
   EXPECT_EQ(stampOf(outcome.frame), 5);
-  EXPECT_NE(calls.find("[\"4\", \"10\", \"1.000000000\", \"-1\", \"-3\", \"2\", \"4\"]"), std::string::npos) << calls;
+  EXPECT_NE(calls.find("[\"10\", \"14\", \"2.000000000\", \"-2\", \"-4\", \"2\", \"4\"]"), std::string::npos) << calls;
   EXPECT_NE(calls.find("intrinsic: {600, 500, 320.5, 200, 640, 400}"), std::string::npos) << calls;
 }
 
