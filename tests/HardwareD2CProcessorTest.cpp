@@ -118,7 +118,7 @@ TEST_F(HardwareD2CProcessorTest, ParametersReachTheFilterThroughTheChain) {
   expectRefused("vy_filter_config_schema_list_get_item", 11);  // published, but the stand-ins have no items
   const Processor depth = makeProcessor(camera.context, kDepth);
   EXPECT_EQ(updateConfig(depth, {"1", "1", "1", "0", "0"}), kNoError);  // of noise, disparity, D2C, mirror, flip
-  setHardwareD2C(depth, {kIntrinsic, 2, -2, 2, -4, 4, true});  // would fold if it were asked to
+  setHardwareD2C(depth, {kIntrinsic, 2, -2, 2, -4, 4, true});           // would fold if it were asked to
   Outcome outcome;
   const std::string calls = recordCalls([&] { outcome = process(depth, input_); });
   EXPECT_EQ(outcome.error, kNoError);
