@@ -1,4 +1,5 @@
 // The text conversions, and the canonical texts made of them, against streams and the C library.
+#include <cctype>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
@@ -7,11 +8,30 @@
 #include "Support.h"
 #include "host/commonTypes.h"
 #include "processor/FrameProcessor.h"
-#include "support/TextModel.h"
 
 namespace {
 
-// Counterparts of the conversions. They store a value where the conversion stores one.
+// Counterparts of the conversions, by way of streams. They store a value where the conversion stores one.
+
+std::string lowered(std::string text) {
+  for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));  // of the C locale
+  return text;
+}
+
+std::string trimmed(std::string text) {
+  while (!text.empty() && text.front() == ' ') text.erase(0, 1);
+  while (!text.empty() && text.back() == ' ') text.pop_back();
+  return text;
+}
+
+bool booleanOf(const std::string& text, bool* out) {
+  bool word = false;
+  const bool isWord = !(std::istringstream(lowered(text)) >> std::boolalpha >> word).fail();
+  const std::string digit = trimmed(text);
+  if (!isWord && digit != "0" && digit != "1") return false;
+  *out = isWord ? word : digit == "1";
+  return true;
+}
 
 bool integerOf(const std::string& text, int* out) {
   const std::string number = trimmed(text);

@@ -1,4 +1,5 @@
 // Frames of every camera family go through the library; the depth that comes out must be that of the scene.
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -66,22 +67,6 @@ class EndToEndTest : public HostTest, public testing::WithParamInterface<const c
   Context context_;
 };
 
-TEST_P(EndToEndTest, EverySensorRuns) {
-  const vysim_family* const family = vysim_find_family(GetParam());
-  ASSERT_NE(family, nullptr);
-  for (std::size_t i = 0; i < family->stream_count; ++i) {
-    const vysim_stream& stream = family->streams[i];
-    const Processor processor = makeProcessor(context_, stream.sensor);
-    EXPECT_NE(schemaOf(processor), "");
-    for (int round = 0; round < 2; ++round) {
-      const Frame input = nextFrame(stream.sensor);
-      const Outcome outcome = process(processor, input);
-      EXPECT_EQ(outcome.error, kNoError) << "sensor " << stream.sensor;
-      EXPECT_NE(outcome.frame, nullptr);
-    }
-  }
-}
-
 TEST_P(EndToEndTest, DepthIsThatOfTheScene) {
   const Processor processor = makeProcessor(context_, kDepth);
   for (int round = 0; round < 3; ++round) {
@@ -100,6 +85,61 @@ Error changeSettings(const Processor& processor, const std::map<std::string, con
     values.push_back(change != changes.end() ? change->second : setting.value);
   }
   return updateConfig(processor, pointersTo(values));
+}
+
+/// The pixels of a colour or infrared frame, each as one number made of its bytes.
+std::vector<std::uint32_t> texelsOf(const Frame& frame) {
+  std::vector<std::uint32_t> texels(std::size_t{call(vy_video_frame_get_width, frame.get())} *
+                                    call(vy_video_frame_get_height, frame.get()));
+  const std::size_t size = call(vysim_frame_get_size, frame.get()) / texels.size();
+  const std::uint8_t* byte = call(vysim_frame_get_data, frame.get());
+  for (std::uint32_t& texel : texels) {
+    for (std::size_t i = 0; i < size; ++i) texel = (texel << 8U) | *byte++;
+  }
+  return texels;
+}
+
+TEST_P(EndToEndTest, ColourAndInfraredAreTheRawPictureTurned) {
+  const vysim_family* const family = vysim_find_family(GetParam());
+  ASSERT_NE(family, nullptr);
+  for (std::size_t i = 0; i < family->stream_count; ++i) {
+    const int sensor = family->streams[i].sensor;
+    if (sensor == kDepth) continue;
+    const Processor processor = makeProcessor(context_, sensor);
+    const std::string schema = schemaOf(processor);
+    for (const bool isTurned : {false, true}) {
+      SCOPED_TRACE("sensor " + std::to_string(sensor) +
+                   (isTurned ? ", mirrored, flipped and turned" : " as it starts"));
+      const bool isMirrored = isTurned || schema.find("FrameMirror#255, boolean, 0, 1, 1, 1,") != std::string::npos;
+      if (isTurned) {
+        EXPECT_EQ(updateConfig(processor, {"1", "1", "90"}), kNoError);
+      }
+      Frame raw = nextFrame(sensor);
+      const Outcome outcome = process(processor, raw);
+      EXPECT_EQ(outcome.error, kNoError);
+      ASSERT_NE(outcome.frame, nullptr);
+      if (std::string(family->streams[i].packing).find("10-bit") == 0) {
+        const vysim::Filter unpacker(call(vy_create_filter, "FrameUnpacker"));
+        raw.reset(call(vy_filter_process, unpacker.get(), raw.get()));
+      }
+      const std::size_t width = call(vy_video_frame_get_width, raw.get());
+      const std::size_t height = call(vy_video_frame_get_height, raw.get());
+      ASSERT_EQ(call(vy_video_frame_get_width, outcome.frame.get()), isTurned ? height : width);
+      const std::vector<std::uint32_t> input = texelsOf(raw), output = texelsOf(outcome.frame);
+      ASSERT_EQ(output.size(), input.size());
+      std::size_t wrong = 0;
+      for (std::size_t y = 0; y < height; ++y) {
+        for (std::size_t x = 0; x < width; ++x) {
+          // Flipped and turned clockwise by a quarter, each row becomes a column, from left to right.
+          const std::uint32_t out = output[isTurned ? x * height + y : y * width + x];
+          if (input[y * width + (isMirrored ? width - 1 - x : x)] != out) ++wrong;
+        }
+      }
+      EXPECT_EQ(wrong, 0U);
+      const auto [darkest, brightest] = std::minmax_element(input.begin(), input.end());
+      EXPECT_GT(*brightest - *darkest, 30U) << "worth the comparison";
+    }
+  }
 }
 
 /// An odd denominator: each output pixel has one nearest input pixel, and never two.

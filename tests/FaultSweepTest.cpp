@@ -1,8 +1,11 @@
 // Every host call of the library fails once in each possible way, in a whole scenario for every sensor of every family.
 // With stand-in filters, which take any frame, the outcome of a frame must be that of a model of the rules. With the
-// host's own filters, what is true of every frame must hold.
+// host's own filters, what is true of every frame must hold. The host calls of all other steps must be those of a model
+// with either.
 #include <iostream>
+#include <optional>
 
+#include "support/ChainModel.h"
 #include "support/FrameModel.h"
 #include "support/HostFilters.h"
 #include "support/Scenario.h"
@@ -56,12 +59,37 @@ class StandIns {
 /// What a call of the library did.
 struct StepLog {
   Scenario::Step step;
-  ModelChain chain;                ///< as the call found it
+  ModelChain chain;                ///< as the call found it; its links are those that the call makes, if it makes them
   std::vector<std::string> calls;  ///< host calls, without those on error objects
   std::uint64_t errorsMade = 0;
   std::uint64_t errorsDeleted = 0;
 };
 using Log = std::vector<StepLog>;
+
+/// What a step does, if it is none of a frame.
+ChainModel modelOf(const StepLog& log, std::uint64_t failing, vysim_fault fault) {
+  ChainModel model(log.chain, failing, fault);
+  switch (log.step) {
+    case Scenario::Step::kMake:
+      model.build();
+      break;
+    case Scenario::Step::kSettings:
+      model.command();
+      break;
+    case Scenario::Step::kHardwareD2C:
+      model.setHardwareD2C();
+      break;
+    case Scenario::Step::kDestroy:
+      model.destroy();
+      break;
+    case Scenario::Step::kClose:
+      model.close();
+      break;
+    default:
+      break;
+  }
+  return model;
+}
 
 /// A fault: the nth host call (of `function`, or of all that can fail) of one step.
 struct Strike {
@@ -94,7 +122,7 @@ class FaultRun : public Scenario {
         faultless_(faultless),
         modelled_(modelled) {}
 
-  Log takeLog() { return std::move(log_); }
+  Log takeLog();
   /// Objects that the fault leaves behind: the host refused to take them back, or gave them out together with an error.
   const Kinds& left() const { return left_; }
   /// Calls that the fault makes the library hand null or a dead frame to.
@@ -106,21 +134,25 @@ class FaultRun : public Scenario {
 
   bool isFaultless() const { return strike_.nth == 0; }
   bool isStruckStep() const { return !isFaultless() && log_.size() == strike_.step + 1; }
+  /// Whether the current or last step is the first of its kind.
+  bool isFirstOf(Step step) const {
+    return std::count_if(log_.begin(), log_.end(), [step](const StepLog& each) { return each.step == step; }) < 2;
+  }
   bool isOnOwnFilter() const {
     return strike_.call.find(": DepthResize#") != std::string::npos ||
            strike_.call.find(": OpenNIDisparityTransform#") != std::string::npos;
   }
   void readRecords(StepLog& done) const;
-  void noteChain(const StepLog& done);
-  void expectCallersError(Step step) const;
+  void noteChain(StepLog& done);
   void expectLeft();
-  void expectRefused();
+  void expectCalls(const StepLog& done);
+  void expectWhatWasMade(const StepLog& end);
   int expectFrame(const Frame& input, const Frame& output);
   /// As the last call found it.
   const ModelChain& chainOfStep() const {
     return isFaultless() ? log_.back().chain : (*faultless_)[strike_.step].chain;
   }
-  FrameModel modelOf(const Frame& input) const { return {chainOfStep(), input, strike_.nth, strike_.kind}; }
+  FrameModel frameModelOf(const Frame& input) const { return {chainOfStep(), input, strike_.nth, strike_.kind}; }
 
   const Strike& strike_;
   const std::string function_;  ///< the one that fails
@@ -129,15 +161,18 @@ class FaultRun : public Scenario {
   Log log_;
   Kinds left_ = {};
   Refusals refused_;
-  ModelChain chain_;
-  std::size_t filtersMade_ = 0;
-  Error error_;  ///< of the last call
+  ModelChain chain_;  ///< of the first processor
+  std::vector<ModelLink> secondLinks_;
+  std::optional<ChainModel> madeByFault_;  ///< of the first processor
+  Error error_;                            ///< of the last call
 };
 
 void FaultRun::call(Step step, const Work& work) {
   log_.push_back({step, chain_, {}});
+  if (step == Step::kDestroy && !isFirstOf(step)) log_.back().chain.links = secondLinks_;
   StepLog& done = log_.back();
-  const bool recording = isFaultless() || isStruckStep();
+  const bool isEndOfStruck = step == Step::kDestroy && madeByFault_.has_value() && isFirstOf(step);
+  const bool recording = isFaultless() || isStruckStep() || isEndOfStruck;
   const Balance objects;
 
   if (recording) vysim_record_start();
@@ -151,16 +186,16 @@ void FaultRun::call(Step step, const Work& work) {
       << "error objects alive must be those that the caller was given";
   error_ = error.take();
   if (recording) readRecords(done);
+  if (isEndOfStruck) expectWhatWasMade(done);
   if (isFaultless()) {
     EXPECT_EQ(error_, kNoError);
     noteChain(done);
   }
   if (isStruckStep()) {
     EXPECT_EQ(vysim_fail_count(), 1U) << "the fault did not strike";
-    expectCallersError(step);
     if (step != Step::kFrame) {
       expectLeft();
-      expectRefused();
+      expectCalls(done);
     }
   }
 }
@@ -175,73 +210,71 @@ void FaultRun::readRecords(StepLog& done) const {
   }
 }
 
-/// Follows the first processor's chain and the registry by the calls of a step.
-void FaultRun::noteChain(const StepLog& done) {
-  const bool isFirstProcessor = log_.size() == 2;
+/// Follows the chains and the registry by the calls of a step.
+void FaultRun::noteChain(StepLog& done) {
+  std::vector<ModelLink>& links = isFirstOf(Step::kMake) ? chain_.links : secondLinks_;
   for (const std::string& record : done.calls) {
     const std::string function = functionOf(record);
     if (function == "vy_create_filter" || function == "vy_create_private_filter") {
       const std::size_t begin = record.find('"') + 1;
-      ModelLink link = {record.substr(begin, record.rfind('"') - begin) + "#" + std::to_string(++filtersMade_), false};
+      ModelLink link = {record.substr(begin, record.rfind('"') - begin) + "#" + std::to_string(++chain_.filtersMade),
+                        false};
       if (link.isOwn()) chain_.registry.push_back(link.label);
       link.enabled = link.isOwn() && !link.isResize();  // the library keeps these switches to itself
-      if (isFirstProcessor) chain_.links.push_back(link);
+      links.push_back(link);
     }
+    if (done.step == Step::kMake && function == "vy_filter_update_config") links.back().isConfigured = true;
     for (ModelLink& link : chain_.links) {
       const std::string call = "vy_filter_enable(filter: " + link.label + ", enable: ";
       if (record.compare(0, call.size(), call) == 0) link.enabled = record.compare(call.size(), 4, "true") == 0;
     }
     if (done.step == Step::kFrame && function == "vy_filter_update_config") chain_.resizeIsConfigured = true;
   }
+  if (done.step == Step::kMake) done.chain.links = links;
   if (done.step == Step::kHardwareD2C) chain_.resizeIsConfigured = false;
   if (done.step != Step::kSettings) return;
   for (ModelLink& link : chain_.links) link.enabled = link.enabled || link.isOwn();
 }
 
-/// Demands the error that the step must give its caller. That of a frame is the model's matter.
-void FaultRun::expectCallersError(Step step) const {
-  const bool withError = strike_.kind != VYSIM_FAULT_NULL;
-  switch (step) {
-    case Step::kOpen:
-      if (withError) {
-        EXPECT_EQ(error_, injectedError(function_.c_str()));
+/// The log of a faultless run, with the items that each filter publishes.
+Log FaultRun::takeLog() {
+  for (StepLog& each : log_) {
+    for (ModelLink& link : each.chain.links) {
+      for (const Setting& setting : settingsOf(schema())) {
+        if (setting.filter() == link.name()) link.items.push_back(std::stoi(setting.item()));
       }
-      break;
-    case Step::kSettings:
-      if (function_ == "vy_delete_filter_config_schema_list") {
-        EXPECT_EQ(error_, kNoError);
-      } else if (withError && function_ != "vy_filter_get_name") {  // some lookups drop their errors
-        EXPECT_EQ(error_, injectedError(function_.c_str()));
-      }
-      break;
-    case Step::kFrame:
-      break;
-    default:
-      EXPECT_EQ(error_, kNoError);
+    }
   }
+  return std::move(log_);
 }
 
-/// A function that gives nothing, and no error: the library goes on with null, and learns from the error of the next
-/// call that it has nothing. Its own filters look at null themselves.
-void FaultRun::expectRefused() {
-  if (strike_.kind != VYSIM_FAULT_NULL || isOnOwnFilter()) return;
-  const bool isCommand = log_.back().step == Step::kSettings;
-  std::vector<std::string> next((*faultless_)[strike_.step].calls);
-  next.erase(next.begin(), next.begin() + static_cast<std::ptrdiff_t>(strike_.nth));
-  if (function_ == "vy_device_get_device_info") {
-    refused_ = {{"vy_device_info_get_pid", 1}, {"vy_device_info_get_vid", 1}};
-  } else if (function_ == "vy_create_filter") {
-    refused_ = {{functionOf(next.front()), 1}, {"vy_delete_filter", 1}};
-  } else if (function_ == "vy_filter_config_schema_list_get_item") {
-    refused_ = {{isCommand ? "vy_filter_set_config_value" : "vy_filter_get_config_value", 1}};
-  } else if (function_ == "vy_filter_get_config_schema_list") {
-    for (const std::string& call : next) {
-      const std::string function = functionOf(call);
-      if (call.find("(list: ") != std::string::npos) ++refused_[function];
-      if (function == "vy_delete_filter_config_schema_list") break;
+void FaultRun::expectCalls(const StepLog& done) {
+  if (done.step == Step::kOpen) {
+    // A device info that is null, and no error: the questions to it tell.
+    if (strike_.kind == VYSIM_FAULT_NULL && function_ == "vy_device_get_device_info") {
+      refused_ = {{"vy_device_info_get_pid", 1}, {"vy_device_info_get_vid", 1}};
+    } else if (strike_.kind != VYSIM_FAULT_NULL) {
+      EXPECT_EQ(error_, injectedError(function_.c_str()));
     }
-    if (isCommand) refused_.erase("vy_filter_config_schema_list_get_item");  // the count's error came first
+    return;
   }
+  const std::uint64_t failing = isAboutErrors(function_) ? 0 : strike_.nth;
+  const ChainModel model = modelOf((*faultless_)[strike_.step], failing, strike_.kind);
+  if (done.step == Step::kMake && isFirstOf(Step::kMake)) madeByFault_.emplace(model);
+  refused_ = model.refused;
+  EXPECT_EQ(canonicalCalls(done.calls), model.calls);
+  EXPECT_EQ(error_.function, model.error.function);
+  EXPECT_EQ(error_.exceptionType, model.error.type);
+}
+
+/// A processor whose making was struck has the schema, and gives back the filters, of what could be made.
+void FaultRun::expectWhatWasMade(const StepLog& end) {
+  std::string keys;
+  for (const Setting& setting : settingsOf(schema())) keys += setting.key + "\n";
+  EXPECT_EQ(keys, madeByFault_->keys);
+  ChainModel model(madeByFault_->built, 0, VYSIM_FAULT_ERROR);
+  model.destroy();
+  EXPECT_EQ(canonicalCalls(end.calls), model.calls);
 }
 
 void FaultRun::expectLeft() {
@@ -271,7 +304,7 @@ void FaultRun::receive(const Frame& input, Frame output) {
   if (modelled_ && (isFaultless() || isStruckStep())) {
     expected += expectFrame(input, output);
   } else if (isStruckStep()) {
-    refused_ = modelOf(input).refused;
+    refused_ = frameModelOf(input).refused;
     left_[VYSIM_FRAME] = left_[VYSIM_STREAM_PROFILE] = 1;  // at most
     EXPECT_NEAR(references, expected, 1);
     expected = references;
@@ -285,7 +318,7 @@ void FaultRun::receive(const Frame& input, Frame output) {
 
 /// Compares a frame with the model. Returns how many references the input has gained (or lost).
 int FaultRun::expectFrame(const Frame& input, const Frame& output) {
-  const FrameModel model = modelOf(input);
+  const FrameModel model = frameModelOf(input);
   refused_ = model.refused;
   left_[VYSIM_FRAME] += model.framesLeft;
   left_[VYSIM_STREAM_PROFILE] += model.profilesLeft;
@@ -354,6 +387,10 @@ void FaultSweepTest::strikeAt(const SensorCase& sensor, Strike strike, const Log
 
 void FaultSweepTest::sweep(const SensorCase& sensor) {
   const Log faultless = run(sensor, {}, nullptr);
+  for (const StepLog& step : faultless) {
+    if (step.step == Scenario::Step::kFrame || step.step == Scenario::Step::kOpen) continue;
+    EXPECT_EQ(canonicalCalls(step.calls), modelOf(step, 0, VYSIM_FAULT_ERROR).calls);
+  }
   for (std::size_t step = 0; step < faultless.size() && !HasFailure(); ++step) {
     const StepLog& log = faultless[step];
     for (std::uint64_t nth = 1; nth <= log.calls.size(); ++nth) {

@@ -16,18 +16,42 @@ FilterConfig makeRecord(const char* name, int enabled = 1, int kind = FilterConf
   return record;
 }
 
-// What chains do not show: functions that the library never calls, and tables that must stay empty.
-TEST_F(FilterConfigTest, KindChoosesTheFunctions) {
+// What chains do not show: functions that the library never calls, and slots that are left as they are.
+TEST_F(FilterConfigTest, KindChoosesWhoDoesTheWork) {
+  static bool isReset;
+  static bool hasParameters;
   std::vector<FilterConfig> records = {makeRecord("host", 1, 1), makeRecord("own", 1, 0), makeRecord("neither", 1, 2)};
+  records[2].reset = [](vy_filter_t* /*filter*/, vy_error** /*error*/) { isReset = true; };
+  records[0].set_hardware_d2c_params = [](auto...) { hasParameters = true; };
   BasicFrameProcessor::registerFunctionPtrs(records);
-  EXPECT_EQ(records[0].create_private_filter, vy_create_private_filter);
-  EXPECT_EQ(records[0].reset, vy_filter_reset);
-  EXPECT_EQ(records[0].set_hardware_d2c_params, nullptr);
-  EXPECT_EQ(records[1].create_private_filter, priv_create_private_filter);
-  EXPECT_EQ(records[1].reset, priv_filter_reset);
-  EXPECT_EQ(records[1].set_hardware_d2c_params, priv_filter_set_hardware_d2c_params);
-  EXPECT_EQ(records[2].create_filter, nullptr);
-  EXPECT_EQ(records[2].process, nullptr);
+
+  const OpenDevice device = openDevice(0);  // keeps the library's own filters alive
+  const auto callsOfUse = [&](const FilterConfig& record, const char* name) {
+    vy_filter_t* const filter = call(record.create_private_filter, name);
+    const std::string calls = recordCalls([&] {
+      call(record.reset, filter);
+      ErrorSlot refused;  // no filter has so few arguments
+      record.update_config(filter, 0, nullptr, refused);
+    });
+    call(record.delete_filter, filter);
+    std::string functions;
+    for (const std::string& each : splitLines(calls)) {
+      if (each.find("_error(") == std::string::npos) functions += each.substr(10, each.find('(') - 10) + " ";
+    }
+    return functions;
+  };
+  EXPECT_EQ(callsOfUse(records[0], "DepthResize"), "reset update_config ");
+  EXPECT_EQ(callsOfUse(records[1], "DisparityTransform"), "get_name get_name reset get_name get_name update_config ");
+  ErrorSlot error;
+  EXPECT_EQ(records[1].create_private_filter("none", error), nullptr);
+  EXPECT_EQ(error.take().function, "priv_create_private_filter");
+  EXPECT_EQ(records[0].create_private_filter("none", error), nullptr);
+  EXPECT_EQ(error.take().function, "vy_create_private_filter");
+
+  records[2].reset(nullptr, nullptr);
+  EXPECT_TRUE(isReset);
+  records[0].set_hardware_d2c_params(nullptr, {}, 0, 1, 0, 0, 0, 0, false, false, nullptr);
+  EXPECT_TRUE(hasParameters) << "the host has no function for that slot";
 }
 
 TEST_F(FilterConfigTest, OnlyOneEnables) {
@@ -68,6 +92,17 @@ TEST_F(FilterConfigTest, NamesThatTheHostKeepsPrivateAreCreatedThroughThePrivate
   }
 }
 
+TEST_F(FilterConfigTest, AMovedLinkNoLongerOwnsItsFilter) {
+  std::vector<FilterConfig> records = {makeRecord("FrameMirror")};
+  BasicFrameProcessor::registerFunctionPtrs(records);
+  vy_filter_t* const filter = call(vy_create_filter, "FrameMirror");
+  const std::string calls = recordCalls([&] {
+    ChainLink first(filter, std::move(records[0]));
+    const ChainLink second(std::move(first));
+  });
+  EXPECT_EQ(callsOf("vy_delete_filter", calls).size(), 1U);
+}
+
 // A host may hand out null handles without an error, and switch them.
 TEST_F(FilterConfigTest, ANullHandleHasNoSchema) {
   FilterConfig record = makeRecord("Alpha");
@@ -86,6 +121,8 @@ TEST_F(FilterConfigTest, FiltersAreFoundByTheNameTheyReport) {
     const auto [filter, record] = processor.getFilter(name);
     EXPECT_EQ(filter, nullptr) << name;
     EXPECT_EQ(record.name, "") << name;
+    EXPECT_EQ(record.enabled, 0) << name;
+    EXPECT_EQ(record.kind, 0) << name;
     EXPECT_EQ(record.enable, nullptr) << name;
   }
   // A filter that cannot tell its name is passed over, and its error deleted.

@@ -69,44 +69,12 @@ TEST_F(HardwareD2CProcessorTest, ParametersAreAppliedOncePerSet) {
   EXPECT_NE(callsForAFrame().find("intrinsic: {0, 0, 0, 0, 0, 0}"), std::string::npos);
 }
 
-TEST_F(HardwareD2CProcessorTest, FailuresLeaveTheFrameThatTheyShould) {
+// Single failures are in FaultSweepTest.cpp.
+TEST_F(HardwareD2CProcessorTest, TheLaterOfTwoErrorsIsTheCallers) {
   setParams(1, true);
-  const struct {
-    const char* function;
-    vysim_fault fault;
-    bool hasFrame;
-    long profilesLeftBehind;  // the handle is given back only after success
-  } cases[] = {
-      {"vy_video_frame_get_width", VYSIM_FAULT_ERROR, false, 0},
-      {"vy_video_frame_get_height", VYSIM_FAULT_ERROR, false, 0},
-      {"vy_filter_process", VYSIM_FAULT_ERROR, false, 0},
-      {"vy_filter_process", kWithResult, false, 0},
-      {"vy_frame_get_stream_profile", VYSIM_FAULT_ERROR, true, 0},
-      {"vy_video_stream_profile_get_intrinsic", VYSIM_FAULT_ERROR, true, 1},
-      {"vy_video_stream_profile_set_intrinsic", VYSIM_FAULT_ERROR, true, 1},
-      {"vy_video_stream_profile_set_distortion", VYSIM_FAULT_ERROR, true, 1},
-      {"vy_stream_profile_set_extrinsic_to_type", VYSIM_FAULT_ERROR, true, 1},
-      {"vy_delete_stream_profile", VYSIM_FAULT_ERROR, true, 1},
-  };
-  for (const auto& each : cases) {
-    const LeakTolerance tolerance;
-    failCall(each.function, 1, each.fault);
-    const long before = alive(VYSIM_STREAM_PROFILE);
-    ErrorSlot error;
-    const Frame output(filter_->filter_process(input_.get(), error));
-    EXPECT_EQ(error.take(), injectedError(each.function));
-    EXPECT_EQ(output != nullptr, each.hasFrame) << each.function;
-    EXPECT_EQ(alive(VYSIM_STREAM_PROFILE) - before, each.profilesLeftBehind) << each.function;
-    expectLeftBehind(VYSIM_STREAM_PROFILE, each.profilesLeftBehind);
-  }
-
   ErrorSlot error;
-  failCall("vy_filter_process", 1, kNull);  // asks a null frame for its profile
-  expectRefused("vy_frame_get_stream_profile");
-  EXPECT_EQ(filter_->filter_process(input_.get(), error), nullptr);
-  EXPECT_EQ(error.take().function, "vy_frame_get_stream_profile");
   for (const char* first : {"vy_video_frame_get_width", "vy_video_frame_get_height"}) {
-    failCall(first);  // the next error replaces it
+    failCall(first);
     failCall("vy_filter_process");
     EXPECT_EQ(filter_->filter_process(input_.get(), error), nullptr);
     EXPECT_EQ(error.take(), injectedError("vy_filter_process"));
@@ -150,12 +118,12 @@ TEST_F(HardwareD2CProcessorTest, ParametersReachTheFilterThroughTheChain) {
   expectRefused("vy_filter_config_schema_list_get_item", 11);  // published, but the stand-ins have no items
   const Processor depth = makeProcessor(camera.context, kDepth);
   EXPECT_EQ(updateConfig(depth, {"1", "1", "1", "0", "0"}), kNoError);  // of noise, disparity, D2C, mirror, flip
-  setHardwareD2C(depth, {kIntrinsic, 1, -1, 2, -3, 4, true});
+  setHardwareD2C(depth, {kIntrinsic, 2, -2, 2, -4, 4, true});           // would fold if it were asked to
   Outcome outcome;
   const std::string calls = recordCalls([&] { outcome = process(depth, input_); });
   EXPECT_EQ(outcome.error, kNoError);
   EXPECT_EQ(stampOf(outcome.frame), 5);
-  EXPECT_NE(calls.find("[\"4\", \"10\", \"1.000000000\", \"-1\", \"-3\", \"2\", \"4\"]"), std::string::npos) << calls;
+  EXPECT_NE(calls.find("[\"10\", \"14\", \"2.000000000\", \"-2\", \"-4\", \"2\", \"4\"]"), std::string::npos) << calls;
   EXPECT_NE(calls.find("intrinsic: {600, 500, 320.5, 200, 640, 400}"), std::string::npos) << calls;
 }
 

@@ -299,12 +299,25 @@ TEST_F(SettingNumbersTest, InCommands) {
   }
 
   const std::pair<const char*, bool> switches[] = {
-      {"1", true},           {" 1x", true},          {"1.9", true},
-      {"01", true},          {"+1", true},           {"1e9", true},
-      {"", false},           {"0", false},           {"2", false},
-      {"-1", false},         {"true", false},        {"x1", false},
-      {"0x1", false},        {"257", false},         {"65537", false},
-      {"4294967297", false}, {"-4294967295", false}, {"18446744073709551617", false},
+      {"1", true},
+      {"1a", true},
+      {" 1x", true},
+      {"1.9", true},
+      {"01", true},
+      {"+1", true},
+      {"1e9", true},
+      {"", false},
+      {"0", false},
+      {"2", false},
+      {"-1", false},
+      {"true", false},
+      {"x1", false},
+      {"0x1", false},
+      {"257", false},
+      {"65537", false},
+      {"4294967297", false},
+      {"-4294967295", false},
+      {"18446744073709551617", false},
   };
   for (const auto& [text, isOn] : switches) {
     const auto effects = effectsOf(processor, {"0", "0", text, "0", "0", "0"});

@@ -1,6 +1,8 @@
 // The functions that drive the library's own filters.
+#include <algorithm>
 #include <cstring>
 #include <deque>
+#include <functional>
 
 #include "support/HostTest.h"
 
@@ -188,6 +190,50 @@ TEST_F(PrivateFilterFunctionsTest, D2CParamsAreForTheD2CFilterOnly) {
   vy_filter_t* const d2c = call(priv_create_filter, "HardwareD2CProcessor");
   priv_filter_set_hardware_d2c_params(d2c, {}, 0, 1, 0, 0, 0, 0, false, false, error);
   EXPECT_EQ(error.take(), kNoError);
+}
+
+// The filter is looked up as for every operation: the host is asked for the handle's name, then for that of each
+// filter.
+TEST_F(PrivateFilterFunctionsTest, DeletingGivesBackOneListAndNothingElse) {
+  const struct {
+    std::size_t lists;
+    std::vector<Fault> faults;
+    int namesAskedFor;
+    const char* errorFrom;
+    std::size_t listsLeft;
+  } cases[] = {
+      {0, {}, 2, nullptr, 0},
+      {1, {}, 2, nullptr, 0},
+      {2, {}, 2, nullptr, 1},
+      {2, {{"vy_filter_get_name"}}, 1, "vy_filter_get_name", 2},
+      {2, {{"vy_filter_get_name", 1, kWithResult}}, 1, "vy_filter_get_name", 2},
+      {2, {{"vy_filter_get_name", 1, kNull}}, 1, nullptr, 2},
+      {2, {{"vy_filter_get_name", 2, kWithResult}}, 2, nullptr, 2},
+      {2, {{"vy_delete_filter_config_schema_list", 1, kWithResult}}, 2, "vy_delete_filter_config_schema_list", 1},
+  };
+  for (const auto& each : cases) {
+    device_.context.reset();  // the filter of the case before goes with it
+    device_ = openDevice(0);
+    vy_filter_t* const filter = call(priv_create_filter, "DisparityTransform");
+    std::vector<vy_filter_config_schema_list_t*> lists;
+    while (lists.size() < each.lists) lists.push_back(call(priv_filter_get_config_schema_list, filter));
+    std::sort(lists.begin(), lists.end(), std::less<>());
+    failCalls(each.faults);
+    ErrorSlot error;
+    std::string functions;
+    for (const std::string& record : splitLines(recordCalls([&] { priv_delete_filter(filter, error); }))) {
+      if (record.find("_error(") == std::string::npos) functions += record.substr(0, record.find('(')) + " ";
+    }
+    EXPECT_EQ(error.take(), each.errorFrom != nullptr ? injectedError(each.errorFrom) : kNoError);
+    std::string expected = each.namesAskedFor == 2 ? "vy_filter_get_name vy_filter_get_name " : "vy_filter_get_name ";
+    if (each.listsLeft < each.lists) expected += "vy_delete_filter_config_schema_list ";
+    EXPECT_EQ(functions, expected);
+    for (std::size_t i = 0; i < lists.size(); ++i) {  // the one at the lowest address goes
+      const bool isLeft = i >= each.lists - each.listsLeft;
+      EXPECT_EQ(call(priv_filter_config_schema_list_get_count, lists[i]) != 0, isLeft) << i;
+      call(priv_filter_delete_config_schema_list, lists[i]);
+    }
+  }
 }
 
 TEST_F(PrivateFilterFunctionsTest, DeletedFiltersLiveUntilTheLastContextIsGone) {

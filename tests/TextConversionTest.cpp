@@ -1,8 +1,11 @@
 // The text conversions: which texts they accept. NumberConversionTest.cpp has the numbers at their ends.
 #include <gtest/gtest.h>
 #include <host/commonTypes.h>
+#include <processor/FrameProcessor.h>
 
-#include "support/TextModel.h"
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -20,25 +23,38 @@ TEST(TextConversionTest, OnlySpacesAreTrimmed) {
   for (const auto& [text, trimmed] : cases) EXPECT_EQ(clearHeadAndTailSpace(text), trimmed) << '"' << text << '"';
 }
 
-TEST(TextConversionTest, BooleanReadsWhatAnInputStreamReads) {
-  int accepted = 0;
-  for (const std::string before : {"", " ", "\t", "\v\f\r\n ", "x", " -", "\xA0", "  "}) {
-    for (const std::string word : {"", "true", "TRUE", "False", "tRuE", "tru", "fals", "t", "truefalse", "0", "1", "2",
-                                   "10", "01", "yes", "on", "+1", "1 1", "f alse"}) {
-      for (const std::string after : {"", " ", "  ", "xyz", "\t", "1", "e", "\n"}) {
-        const std::string text = before + word + after;
-        bool expected = false, actual = false;
-        const bool isAccepted = booleanOf(text, &expected);
-        EXPECT_EQ(cvt2Boolean(text, &actual), isAccepted) << '"' << text << '"';
-        EXPECT_EQ(actual, expected) << '"' << text << '"';
-        bool untouched = true;
-        cvt2Boolean(text, &untouched);
-        EXPECT_EQ(untouched, !isAccepted || expected) << '"' << text << '"';
-        accepted += isAccepted ? 1 : 0;
-      }
+TEST(TextConversionTest, TextsAreCutAtEverySeparator) {
+  const std::pair<const char*, std::vector<std::string>> cases[] = {
+      {"", {""}}, {"a", {"a"}}, {",", {"", ""}}, {"ab,cd,,e", {"ab", "cd", "", "e"}}, {",ab,", {"", "ab", ""}},
+  };
+  for (const auto& [text, pieces] : cases) EXPECT_EQ(BasicFrameProcessor::splitString(text, ','), pieces) << text;
+}
+
+TEST(TextConversionTest, BooleansAreAWordWithAnythingBehindItOrADigitAlone) {
+  const std::pair<bool, std::vector<const char*>> accepted[] = {
+      {true,
+       {"true", "TRUE", "tRuE", " true", "\t\v\f\r\n true", "truefalse", "truexyz", "true 1", "true\t", "1", " 1",
+        "1  ", "  1 "}},
+      {false, {"false", "False", "FALSE", " \tfalse", "falsetrue", "false1", "falsee", "0", " 0 ", "0 "}},
+  };
+  for (const auto& [value, texts] : accepted) {
+    for (const char* const text : texts) {
+      bool actual = !value;
+      EXPECT_TRUE(cvt2Boolean(text, &actual)) << '"' << text << '"';
+      EXPECT_EQ(actual, value) << '"' << text << '"';
     }
   }
-  EXPECT_GT(accepted, 100);
+  for (const char* const text :
+       {"",  " ",  "\t", "tru", "fals", "t",   "f",  "f alse", "xtrue", "-true", " -false", "\xA0true",
+        "2", "10", "01", "+1",  "-1",   "1 1", "1x", "1\t",    "\t1",   "\n0",   "yes",     "on"}) {
+    for (const bool before : {true, false}) {
+      bool untouched = before;
+      EXPECT_FALSE(cvt2Boolean(text, &untouched)) << '"' << text << '"';
+      EXPECT_EQ(untouched, before) << '"' << text << '"';
+    }
+  }
+  bool actual = true;
+  EXPECT_FALSE(cvt2Boolean(std::string("\0true", 5), &actual));
 }
 
 TEST(TextConversionTest, IntegersAreStrictForOneCharacterAndLaxForMore) {

@@ -3,13 +3,12 @@
 #include <atomic>
 #include <iostream>
 #include <stdexcept>
-#include <thread>
 
+#include "support/AllThreads.h"
 #include "support/Scenario.h"
 
 namespace {
 
-constexpr int kThreads = 8;
 constexpr int kRounds = 4;
 
 struct Family {
@@ -66,20 +65,6 @@ class ThreadTest : public HostTest {
       }
     }
     throw std::logic_error("no family " + name);
-  }
-
-  /// Runs `work(number)` on all threads, which start together.
-  template <typename Work>
-  static void onAllThreads(Work work) {
-    std::atomic<int> waiting{kThreads};
-    std::vector<std::thread> threads;
-    for (int number = 0; number < kThreads; ++number) {
-      threads.emplace_back([&, number] {
-        for (--waiting; waiting > 0;) std::this_thread::yield();
-        work(number);
-      });
-    }
-    for (std::thread& thread : threads) thread.join();
   }
 
   std::vector<Family> families_;

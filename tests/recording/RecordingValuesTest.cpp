@@ -70,7 +70,6 @@ TEST(RecordingValuesTest, EveryBitOfANumberComesBack) {
 
 TEST(RecordingValuesTest, EveryBitOfANumberComesBackWithDecimalCommas) {
   const CommaLocale locale;
-  if (!locale.isSet()) GTEST_SKIP() << "no locale with decimal commas";
   expectEveryBitOfMany<float, std::uint32_t>("f32");
   expectEveryBitOfMany<double, std::uint64_t>("f64");
 }

@@ -231,7 +231,6 @@ TEST_F(SimulatedHost, FiltersRefuseSettingsThatMakeNoSense) {
 
 TEST_F(SimulatedHost, ArgumentTextsHaveAPointWhateverTheLocale) {
   const CommaLocale locale;
-  if (!locale.isSet()) GTEST_SKIP() << "no German locale here: install the package locales";
   const Filter resize = makeFilter("DepthResize");
   for (const auto& [scale, isNumber] : {std::pair("1.500000000", true), std::pair("0,5", false)}) {
     const char* arguments[] = {"64", "48", scale, "0", "0", "0", "0"};

@@ -1,46 +1,18 @@
 #include "support/FrameModel.h"
 
-#include <algorithm>
-#include <map>
-
 namespace {
-
-constexpr int kDeadObject = 3;  // exception types of the simulated host
-constexpr int kInvalidValue = 4;
-constexpr int kInjected = 8;
 
 constexpr int kInput = 0;
 
 }  // namespace
 
 FrameModel::FrameModel(const ModelChain& chain, const Frame& input, std::uint64_t failing, vysim_fault fault)
-    : chain_(chain),
+    : HostModel(chain, failing, fault),
+      chain_(chain),
       format_(static_cast<int>(vysim::call(vy_frame_get_format, input.get()))),
       pixelType_(static_cast<int>(vysim::call(vy_video_frame_get_pixel_type, input.get()))),
-      failing_(failing),
-      fault_(fault),
       frames_{{kInput, 0}} {
   run();
-}
-
-/// A host call. `refusal` is the exception type with which the host refuses its arguments, 0 for good ones.
-FrameModel::Outcome FrameModel::call(const std::string& function, const std::string& object, int refusal) {
-  calls += function + " " + object + "\n";
-  const bool struck = ++callCount_ == failing_;
-  if (struck && fault_ == VYSIM_FAULT_NULL) return {false, {}};
-  if (struck && fault_ == VYSIM_FAULT_ERROR) return {false, {function, kInjected}};
-  if (refusal != 0) {
-    ++refused[function];
-    return {false, {function, refusal}};
-  }
-  return {true, struck ? ErrorOrigin{function, kInjected} : ErrorOrigin{}};
-}
-
-FrameModel::Outcome FrameModel::call(const std::string& function, const std::string& object, ErrorOrigin& slot,
-                                     int refusal) {
-  Outcome outcome = call(function, object, refusal);
-  if (outcome.error.isSet()) slot = outcome.error;
-  return outcome;
 }
 
 int FrameModel::makeFrame(int maker) {
@@ -52,15 +24,6 @@ void FrameModel::release(int frame, ErrorOrigin& slot) {
   auto& product = frames_[static_cast<std::size_t>(frame)];
   const bool isDead = frame != kInput && product.references == 0;
   if (call("vy_delete_frame", frameName(frame), slot, isDead ? kDeadObject : 0).done) --product.references;
-}
-
-/// The registry's search for the filter behind a handle.
-bool FrameModel::find(const ModelLink& link, ErrorOrigin& slot) {
-  const bool named = call("vy_filter_get_name", link.label, slot).done;
-  if (slot.isSet() || !named) return false;
-  return std::any_of(chain_.registry.begin(), chain_.registry.end(), [&](const std::string& label) {
-    return static_cast<bool>(call("vy_filter_get_name", label)) && label == link.label;
-  });
 }
 
 bool FrameModel::isEnabled(const ModelLink& link, ErrorOrigin& slot) {
@@ -157,30 +120,4 @@ void FrameModel::run() {
     if (frames_[frame].references > taken) ++framesLeft;
   }
   calls = canonicalCalls(splitLines(calls));
-}
-
-std::string canonicalCalls(const std::vector<std::string>& records) {
-  std::map<std::string, std::string> frames;
-  std::string calls;
-  for (const std::string& record : records) {
-    if (record.find("_error") != std::string::npos) continue;
-    // "function(name: object, name: value)" or "function object object"
-    const std::size_t end = record.find_first_of("( ");
-    calls += record.substr(0, end);
-    const int wanted = record.compare(0, end, "vy_filter_process") == 0 ? 2 : 1;
-    std::size_t position = end;
-    for (int found = 0; found < wanted; ++found) {
-      const std::size_t colon = record.find(": ", position);
-      const std::size_t begin = colon != std::string::npos ? colon + 2 : position + 1;
-      position = record.find_first_of(" ,)", begin);
-      std::string object = record.substr(begin, position - begin);
-      if (object.compare(0, 6, "frame#") == 0) {
-        object = frames.emplace(object, "frame " + std::to_string(frames.size())).first->second;
-      }
-      if (object.compare(0, 15, "stream_profile#") == 0) object = "profile";
-      calls += " " + object;
-    }
-    calls += "\n";
-  }
-  return calls;
 }
