@@ -139,6 +139,18 @@ TEST_F(Cameras, HaveTheStreamsOfTheirFamily) {
   EXPECT_EQ(vysim_find_family("sOrReL"), vysim_family_at(7));
   EXPECT_EQ(vysim_find_family("Sorrels"), nullptr);
   EXPECT_EQ(vysim_find_family(nullptr), nullptr);
+
+  const std::pair<int, std::vector<uint8_t>> lists[] = {{0, {0x71, 0x3E, 0x51, 0x03, 0x71, 0x3E, 0x55, 0x03}},
+                                                        {3, {0x71, 0x3E, 0x61, 0x03, 0x71, 0x3E, 0x62, 0x03}},
+                                                        {6, {0x71, 0x3E, 0x71, 0x03, 0x71, 0x3E, 0x72, 0x03}},
+                                                        {1, {}},
+                                                        {-1, {}}};
+  for (const auto& [type, ids] : lists) {
+    const uint8_t* data = nullptr;
+    const int size = vysim_device_list(type, &data);
+    EXPECT_EQ(std::vector<uint8_t>(data, data + size), ids) << type;
+    EXPECT_EQ(vysim_device_list(type, nullptr), size);
+  }
 }
 
 /// How far right of the depth sensor a sensor sits, in millimetres.
