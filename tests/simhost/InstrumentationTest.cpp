@@ -1,5 +1,8 @@
 // What records, counts, times, faults and errors of the simulated host say.
 #include <functional>
+#include <new>
+#include <stdexcept>
+#include <tuple>
 
 #include "simhost/SimulatedHost.h"
 
@@ -94,7 +97,10 @@ TEST_F(Instrumentation, TextsShowEveryArgument) {
   EXPECT_EQ(none.message, "no extrinsic to stream type 1 was set");
   EXPECT_EQ(none.args, "profile: stream_profile#1, type: 1");
   vysim_reset();
-  EXPECT_EQ(vysim_record_count(), 0U);
+  vy_frame_get_format(frame.get(), nullptr);
+  EXPECT_EQ(vysim_record_count(), 0U) << "reset ends the recording and drops the records";
+  vysim_create_frame(0, 1, VY_FORMAT_Y8, VY_PIXEL_DEPTH, slot);
+  EXPECT_EQ(slot.take().args, "width: 0, height: 1, format: 9, pixel_type: 1");
   vysim_open_camera("Nobody", nullptr, slot);
   EXPECT_EQ(slot.take().args, "family: \"Nobody\"");
   const Camera camera = openCamera("Talon", 8, 8);
@@ -167,7 +173,7 @@ TEST_F(Instrumentation, NestedCallsAreCountedEachAndTimedOnce) {
   EXPECT_TRUE(calls == 0 && later == 0 && vysim_timing_filter_count() == 0);
   EXPECT_TRUE(vysim_call_count("vy_filter_process") == 0 && vysim_call_count(nullptr) == 0);
   run();
-  EXPECT_EQ(vysim_timing_filter_count(), 0U) << "reset switches timing off";
+  EXPECT_TRUE(vysim_timing_filter_count() == 0 && vysim_call_count("vy_filter_process") == 0) << "reset switches off";
 }
 
 TEST_F(Instrumentation, OrdersToFailStrikeInTheirTurn) {
@@ -220,6 +226,27 @@ TEST_F(Instrumentation, OrdersToFailStrikeInTheirTurn) {
   EXPECT_EQ(slot.take().exceptionType, kInvalidValue);
   EXPECT_EQ(vy_video_frame_get_width(nullptr, nullptr), 0U);
   EXPECT_EQ(vysim_live_count(VYSIM_ERROR), 0U);
+}
+
+// Whatever a call runs into becomes an error object.
+TEST_F(Instrumentation, ExceptionsBecomeErrors) {
+  using Process = vy_frame_t* (*)(void*, const vy_frame_t*, vy_error**);
+  const std::tuple<Process, int, const char*> cases[] = {
+      {[](void*, const vy_frame_t*, vy_error**) -> vy_frame_t* { throw std::bad_alloc(); }, kOutOfMemory,
+       "out of memory"},
+      {[](void*, const vy_frame_t*, vy_error**) -> vy_frame_t* { throw std::range_error("why"); }, kInternal, "why"},
+      {[](void*, const vy_frame_t*, vy_error**) -> vy_frame_t* { throw 7; }, kInternal,
+       "something that is no exception of the simulated host was thrown"},
+  };
+  for (const auto& [work, type, message] : cases) {
+    define("Throwing", work);
+    const Filter filter = makeFilter("Throwing");
+    ErrorSlot slot;
+    EXPECT_EQ(vy_filter_process(filter.get(), makeFrame().get(), slot), nullptr);
+    const Error error = slot.take();
+    EXPECT_EQ(error.message, message);
+    EXPECT_TRUE(error.exceptionType == type && error.status == 1 && error.function == "vy_filter_process");
+  }
 }
 
 TEST_F(Instrumentation, FunctionsWithoutASlotFailByNameOnly) {

@@ -1,4 +1,5 @@
 // Frames, their profiles and bytes, and the memory behind handles.
+#include <thread>
 #include <tuple>
 
 #include "simhost/SimulatedHost.h"
@@ -65,7 +66,8 @@ TEST_F(Objects, FramesHaveTheBytesOfTheirFormat) {
                                               {16384U, 1U, true},
                                               {1U, 16384U, true},
                                               {16385U, 1U, false},
-                                              {1U, 16385U, false}}) {
+                                              {1U, 16385U, false},
+                                              {UINT32_MAX, UINT32_MAX, false}}) {
     for (const VYFormat format : {VY_FORMAT_Y8, VY_FORMAT_RLE}) {
       const Frame frame(vysim_create_frame(width, height, format, VY_PIXEL_DEPTH, slot));
       EXPECT_EQ(slot.take().exceptionType, isGood ? 0 : kInvalidValue) << width << " x " << height;
@@ -125,6 +127,49 @@ TEST_F(Objects, HandlesServeAgainAfter256Deaths) {
     EXPECT_STREQ(vysim_kind_name(static_cast<vysim_kind>(kind)), kinds[kind]);
   }
   EXPECT_STREQ(vysim_kind_name(VYSIM_KIND_COUNT), "unknown");
+}
+
+// The thread sanitizer's build finds each lock that is missing here.
+TEST_F(Objects, AreSharedBetweenThreads) {
+  const Camera camera = openCamera("Pellan", 16, 8, false);
+  const Frame frame = nextFrame(camera);
+  const StreamProfile profile(call(vy_frame_get_stream_profile, frame.get()));
+  const vysim_filter_definition definition{"Passing", nullptr, false, nullptr, 0, nullptr, nullptr};
+  constexpr int kThreads = 3, kRounds = 100;
+  vysim_record_start();
+  vysim_count_calls(true);
+  vysim_timing_start();
+  std::vector<std::thread> threads;
+  for (int i = 0; i < kThreads; ++i) {
+    threads.emplace_back([&] {
+      for (int round = 0; round < kRounds; ++round) {
+        truthOf(camera, nextFrame(camera));
+        nextFrame(camera, VY_SENSOR_IR_LEFT);
+        Frame(call(vy_create_frame_from_other_frame, frame.get(), true));
+        call(vy_video_stream_profile_set_intrinsic, profile.get(),
+             call(vy_video_stream_profile_get_intrinsic, profile.get()));
+        call(vy_video_stream_profile_set_distortion, profile.get(), call(vysim_profile_get_distortion, profile.get()));
+        call(vy_stream_profile_set_extrinsic_to_type, profile.get(), VY_STREAM_IR,
+             call(vysim_profile_get_extrinsic, profile.get(), VY_STREAM_COLOR));
+        call(vysim_define_filter, &definition);
+        process(makeFilter("Passing"), frame);
+        vysim_fail_call("vy_filter_reset", 1, VYSIM_FAULT_NULL);
+        vy_filter_reset(nullptr, nullptr);
+        vysim_fail_count();
+        vysim_refused_count(nullptr);
+        vysim_refused_function_at(0);
+        vysim_call_count(nullptr);
+        vysim_record_at(vysim_record_count() - 1);
+        vysim_timing_total(nullptr, nullptr);
+        vysim_timing_filter_at(vysim_timing_filter_count() - 1);
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(vysim_call_count("vy_filter_process"), uint64_t{kThreads * kRounds});
+  EXPECT_EQ(vysim_timing_filter_at(0).calls, uint64_t{kThreads * kRounds});
+  EXPECT_EQ(vysim_fail_count(), uint64_t{kThreads * kRounds});
+  EXPECT_EQ(call(vysim_frame_get_number, nextFrame(camera).get()), uint32_t{kThreads * kRounds + 1});
 }
 
 }  // namespace
