@@ -1,6 +1,8 @@
 // What distinguishes the camera families and their sensors, on scenes whose true picture is plain.
 #include <algorithm>
+#include <cctype>
 #include <cmath>
+#include <functional>
 #include <numeric>
 
 #include "simhost/SimulatedHost.h"
@@ -89,12 +91,34 @@ TEST_F(Cameras, TolerateHalfAStepAndRounding) {
       {"Talon", 0, 12, 0.5},
       {"Ostrel", 0, 5000, 0.5},
       {"Sorrel", 4, 5000, 2990 / (0.598 - 0.5) - 5000 + 0.5},
-      {"Sorrel", 4, 6000, 65535 - 6000 + 0.5},  // half a step less than less than half a step
+      {"Sorrel", 4, 5980, 65535 - 5980 + 0.5},  // half a step less is infinitely far
+      {"Sorrel", 4, 6000, 65535 - 6000 + 0.5},
+      {"Corvid", 4, 1, 14560 / 14559.5 - 1 + 0.5},
   };
   for (const auto& each : cases) {
     const Camera camera = openCamera(each.family, each.width, each.width, {1}, 1);
     EXPECT_NEAR(call(vysim_camera_get_depth_tolerance, camera.get(), each.depth), each.tolerance, 1e-6)
         << each.family << " " << each.depth;
+  }
+}
+
+TEST_F(Cameras, MeasureUpToTheLimits) {
+  const struct {
+    size_t family;  ///< of kFamilies
+    uint32_t width;
+    uint16_t depth, raw;
+  } cases[] = {
+      {7, 4, 2990, 1},                         // Sorrel: 460 * 4 / 640 px * 65 mm * 2^4 = 2990
+      {7, 26, 19, 1023},                       // 19435 / 19, the largest that ten bits hold
+      {7, 26, 18, 0},       {3, 4, 1, 14560},  // Corvid
+      {3, 250, 10000, 91},                     // 910000 / 91
+      {3, 250, 10001, 0},   {5, 8, 65535, 0},  // Ostrel
+      {5, 8, 10000, 10000},
+  };
+  for (const auto& each : cases) {
+    const Family& family = kFamilies[each.family];
+    const Frame frame = nextFrame(openCamera(family.name, each.width, 9, {each.depth}, 1));
+    EXPECT_EQ(pixelsOf(wordsOf(family, frame)).front(), each.raw) << family.name << " " << each.depth;
   }
 }
 
@@ -140,6 +164,7 @@ TEST_F(Cameras, HaveTheStreamsOfTheirFamily) {
     std::string streams;
     for (size_t n = 0; n < family.stream_count; ++n) {
       const vysim_stream& stream = family.streams[n];
+      EXPECT_TRUE(std::islower(stream.packing[0]) || std::isdigit(stream.packing[0])) << stream.packing;
       streams += (n == 0 ? "" : ", ") + std::to_string(stream.sensor) + ": " + std::to_string(stream.width) + "x" +
                  std::to_string(stream.height) + " " + std::to_string(stream.format) + " " +
                  std::to_string(stream.pixel_type);
@@ -230,6 +255,9 @@ TEST_F(Cameras, KnowTheTruthWhereverFiltersMoveIt) {
       {{{"DepthResize", {{"OutputWidth", 4}, {"OutputHeight", 3}, {"Scale", 1.5}}}},
        {1001, 1002, 1002, 1003, 1004, 1005, 1005, 1006, 1004, 1005, 1005, 1006},
        {15, 30, 0.625F, 2.5F, 4, 3}},
+      {{{"DepthResize", {{"OutputWidth", 1}, {"OutputHeight", 1}, {"Scale", 0.5}}}},
+       {1005},  // the later one where two are equally near
+       {5, 10, -0.125F, 0.5F, 1, 1}},
       {{{"FrameRotate", {{"Angle", 90}}}, {"FrameMirror", {}}, {"FrameFlip", {}}},
        {1003, 1006, 1002, 1005, 1001, 1004},
        {20, 10, 1.5F, 1.75F, 2, 3}},
@@ -320,6 +348,37 @@ TEST_F(Cameras, RefuseSenselessOptionsAndFrames) {
   EXPECT_EQ(slot.take().exceptionType, kUnsuitableFrame);
   vysim_camera_get_truth(camera.get(), depth.get(), nullptr, slot);
   EXPECT_EQ(slot.take().exceptionType, kInvalidValue);
+}
+
+TEST_F(Cameras, RefuseHandlesThatAreNone) {
+  vysim_camera* const dead = openCamera("Talon", 8, 8).get();
+  auto* const wrong = reinterpret_cast<vysim_camera*>(call(vysim_camera_get_device, openCamera("Talon", 8, 8).get()));
+  const Frame frame = makeFrame();
+  uint16_t depth = 0;
+  const std::pair<std::function<void(vysim_camera*, vy_error**)>, const char*> calls[] = {
+      {[](auto* c, auto** e) { vysim_camera_get_device(c, e); }, "vysim_camera_get_device(camera: "},
+      {[](auto* c, auto** e) { vysim_camera_next_frame(c, VY_SENSOR_DEPTH, e); }, "vysim_camera_next_frame(camera: "},
+      {[&](auto* c, auto** e) { vysim_camera_get_truth(c, frame.get(), &depth, e); },
+       "vysim_camera_get_truth(camera: "},
+      {[](auto* c, auto** e) { vysim_camera_get_depth_tolerance(c, 7, e); },
+       "vysim_camera_get_depth_tolerance(camera: "},
+      {[](auto* c, auto** e) { vysim_close_camera(c, e); }, "vysim_close_camera(camera: "},
+  };
+  for (const auto& [work, text] : calls) {
+    for (const auto& [handle, type] : {std::pair<vysim_camera*, int>(nullptr, kInvalidValue),
+                                       std::pair(dead, kDeadObject), std::pair(wrong, kWrongObject)}) {
+      ErrorSlot slot;
+      work(handle, slot);
+      const Error error = slot.take();
+      EXPECT_EQ(error.exceptionType, type) << text;
+      EXPECT_EQ((error.function + "(" + error.args).find(text), 0U) << error.function << " " << error.args;
+      EXPECT_EQ(error.message.find("camera"), 0U) << error.message;
+    }
+  }
+  ErrorSlot slot;
+  const Camera camera = openCamera("Talon", 8, 8);
+  vysim_camera_get_truth(camera.get(), nullptr, &depth, slot);
+  EXPECT_EQ(slot.take().message, "frame is null: expected a frame");
 }
 
 }  // namespace

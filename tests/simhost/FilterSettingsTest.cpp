@@ -1,5 +1,6 @@
 // What each setting of the host's filters does to pixels, and which values it takes.
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <sstream>
 
@@ -93,6 +94,7 @@ TEST_F(FilterSettings, AreOfferedInTheSchema) {
       const double numbers[] = {shown.min, shown.max, shown.step, shown.def};
       const double expected[] = {item.min, item.max, item.step, item.def};
       EXPECT_TRUE(shown.type == item.type && std::equal(numbers, numbers + 4, expected)) << item.name;
+      EXPECT_TRUE(std::islower(shown.desc[0])) << shown.desc;
       text += std::string(item.name) + "," + typeNames[item.type];
       for (const double number : expected) text += "," + textOf(number);
       text += std::string(",") + shown.desc + "\n";
