@@ -152,7 +152,8 @@ TEST_F(Instrumentation, NestedCallsAreCountedEachAndTimedOnce) {
     if (i > 0) inFilters += time.nanoseconds;
   }
   EXPECT_LE(inFilters, nanoseconds);
-  EXPECT_EQ(vysim_timing_filter_at(3).name, nullptr);
+  const vysim_filter_time none = vysim_timing_filter_at(3);
+  EXPECT_TRUE(none.name == nullptr && none.calls == 0 && none.nanoseconds == 0);
   run();
   EXPECT_GT(vysim_timing_filter_at(1).nanoseconds, 0U);
   vysim_timing_stop();
@@ -270,7 +271,8 @@ TEST_F(Instrumentation, FunctionsWithoutASlotFailByNameOnly) {
 }
 
 TEST_F(Instrumentation, DefinitionsAreCheckedAndTheirErrorsHandedOn) {
-  const VYFilterConfigSchemaItem item{"Size", VY_FILTER_CONFIG_VALUE_TYPE_INT, 1, 9, 2, 3, nullptr};
+  const VYFilterConfigSchemaItem items[] = {{"Size", VY_FILTER_CONFIG_VALUE_TYPE_INT, 1, 9, 2, 3, nullptr},
+                                            {"Free", VY_FILTER_CONFIG_VALUE_TYPE_INT, 1, 9, 0, 3, "any"}};
   const struct {
     vysim_filter_definition definition;
     int type;
@@ -278,7 +280,7 @@ TEST_F(Instrumentation, DefinitionsAreCheckedAndTheirErrorsHandedOn) {
       {{nullptr, nullptr, false, nullptr, 0, nullptr, nullptr}, kInvalidValue},
       {{"", nullptr, false, nullptr, 0, nullptr, nullptr}, kInvalidValue},
       {{"Sized", nullptr, false, nullptr, 1, nullptr, nullptr}, kInvalidValue},
-      {{"Sized", nullptr, true, &item, 1, nullptr, nullptr}, 0},
+      {{"Sized", nullptr, true, items, 2, nullptr, nullptr}, 0},
   };
   ErrorSlot slot;
   for (const auto& each : cases) {
@@ -290,7 +292,8 @@ TEST_F(Instrumentation, DefinitionsAreCheckedAndTheirErrorsHandedOn) {
   EXPECT_EQ(vy_create_filter("Sized", slot), nullptr);
   EXPECT_EQ(slot.take().exceptionType, kNotFound);
   const Filter sized(call(vy_create_private_filter, "Sized"));
-  EXPECT_STREQ(call(vy_filter_get_config_schema, sized.get()), "Size,integer,1,9,2,3,\n");
+  EXPECT_STREQ(call(vy_filter_get_config_schema, sized.get()), "Size,integer,1,9,2,3,\nFree,integer,1,9,0,3,any\n");
+  call(vy_filter_set_config_value, sized.get(), "Free", 2.5);  // without steps
   const char* arguments[] = {"any", "thing"};
   call(vy_filter_update_config, sized.get(), uint8_t{2}, arguments);
   const Frame frame = makeFrame();
