@@ -1,6 +1,8 @@
 // What distinguishes the camera families and their sensors, on scenes whose true picture is plain.
 #include <algorithm>
+#include <cctype>
 #include <cmath>
+#include <functional>
 #include <numeric>
 
 #include "simhost/SimulatedHost.h"
@@ -89,12 +91,34 @@ TEST_F(Cameras, TolerateHalfAStepAndRounding) {
       {"Talon", 0, 12, 0.5},
       {"Ostrel", 0, 5000, 0.5},
       {"Sorrel", 4, 5000, 2990 / (0.598 - 0.5) - 5000 + 0.5},
-      {"Sorrel", 4, 6000, 65535 - 6000 + 0.5},  // half a step less than less than half a step
+      {"Sorrel", 4, 5980, 65535 - 5980 + 0.5},  // half a step less is infinitely far
+      {"Sorrel", 4, 6000, 65535 - 6000 + 0.5},
+      {"Corvid", 4, 1, 14560 / 14559.5 - 1 + 0.5},
   };
   for (const auto& each : cases) {
     const Camera camera = openCamera(each.family, each.width, each.width, {1}, 1);
     EXPECT_NEAR(call(vysim_camera_get_depth_tolerance, camera.get(), each.depth), each.tolerance, 1e-6)
         << each.family << " " << each.depth;
+  }
+}
+
+TEST_F(Cameras, MeasureUpToTheLimits) {
+  const struct {
+    size_t family;  ///< of kFamilies
+    uint32_t width;
+    uint16_t depth, raw;
+  } cases[] = {
+      {7, 4, 2990, 1},                         // Sorrel: 460 * 4 / 640 px * 65 mm * 2^4 = 2990
+      {7, 26, 19, 1023},                       // 19435 / 19, the largest that ten bits hold
+      {7, 26, 18, 0},       {3, 4, 1, 14560},  // Corvid
+      {3, 250, 10000, 91},                     // 910000 / 91
+      {3, 250, 10001, 0},   {5, 8, 65535, 0},  // Ostrel
+      {5, 8, 10000, 10000},
+  };
+  for (const auto& each : cases) {
+    const Family& family = kFamilies[each.family];
+    const Frame frame = nextFrame(openCamera(family.name, each.width, 9, {each.depth}, 1));
+    EXPECT_EQ(pixelsOf(wordsOf(family, frame)).front(), each.raw) << family.name << " " << each.depth;
   }
 }
 
@@ -114,18 +138,33 @@ constexpr const char* kStreams[] = {
     "3: 1280x800 12 0, 2: 1280x720 22 3, 1: 1280x800 24 2",
 };
 
+const std::vector<uint16_t> kIds[] = {
+    {0x0351, 0x0355},
+    {0x0361, 0x0362},
+    {0x0371, 0x0372, 0x416B},
+    {0x414B, 0x413A},
+    {0x41A1},
+    {0x4181, 0x41AB},
+    {0x41F7},
+    {0x41B5, 0x41F3},
+    {0x4166, 0x4148, 0x4177, 0x4149, 0x41BC, 0x41DF, 0x41E7, 0x4113, 0x41BE, 0x41A7, 0x4196},
+    {0x417D, 0x41AD, 0x4119, 0x419F, 0x4110},
+};
+
 TEST_F(Cameras, HaveTheStreamsOfTheirFamily) {
   ASSERT_EQ(vysim_family_count(), std::size(kFamilies));
   EXPECT_EQ(vysim_family_at(std::size(kFamilies)), nullptr);
   for (size_t i = 0; i < std::size(kFamilies); ++i) {
     const vysim_family& family = *vysim_family_at(i);
     EXPECT_STREQ(family.name, kFamilies[i].name);
+    EXPECT_EQ(std::vector<uint16_t>(family.pids, family.pids + family.pid_count), kIds[i]);
     EXPECT_TRUE(family.focal_length_px == static_cast<float>(kFamilies[i].focalLength) &&
                 family.baseline_mm == static_cast<float>(kFamilies[i].baseline) &&
                 family.sub_pixel_bits == kFamilies[i].subPixelBits);
     std::string streams;
     for (size_t n = 0; n < family.stream_count; ++n) {
       const vysim_stream& stream = family.streams[n];
+      EXPECT_TRUE(std::islower(stream.packing[0]) || std::isdigit(stream.packing[0])) << stream.packing;
       streams += (n == 0 ? "" : ", ") + std::to_string(stream.sensor) + ": " + std::to_string(stream.width) + "x" +
                  std::to_string(stream.height) + " " + std::to_string(stream.format) + " " +
                  std::to_string(stream.pixel_type);
@@ -133,12 +172,24 @@ TEST_F(Cameras, HaveTheStreamsOfTheirFamily) {
     EXPECT_EQ(streams, kStreams[i]);
     const Camera camera = openCamera(family.name, 1, 1, {1000}, 1);
     const DeviceInfo info(call(vy_device_get_device_info, call(vysim_camera_get_device, camera.get())));
-    EXPECT_EQ(call(vy_device_info_get_vid, info.get()), family.vid);
-    EXPECT_EQ(call(vy_device_info_get_pid, info.get()), family.pids[0]);
+    EXPECT_TRUE(family.vid == 0x3E71 && call(vy_device_info_get_vid, info.get()) == 0x3E71);
+    EXPECT_EQ(call(vy_device_info_get_pid, info.get()), kIds[i][0]);
   }
   EXPECT_EQ(vysim_find_family("sOrReL"), vysim_family_at(7));
   EXPECT_EQ(vysim_find_family("Sorrels"), nullptr);
   EXPECT_EQ(vysim_find_family(nullptr), nullptr);
+
+  const std::pair<int, std::vector<uint8_t>> lists[] = {{0, {0x71, 0x3E, 0x51, 0x03, 0x71, 0x3E, 0x55, 0x03}},
+                                                        {3, {0x71, 0x3E, 0x61, 0x03, 0x71, 0x3E, 0x62, 0x03}},
+                                                        {6, {0x71, 0x3E, 0x71, 0x03, 0x71, 0x3E, 0x72, 0x03}},
+                                                        {1, {}},
+                                                        {-1, {}}};
+  for (const auto& [type, ids] : lists) {
+    const uint8_t* data = nullptr;
+    const int size = vysim_device_list(type, &data);
+    EXPECT_EQ(std::vector<uint8_t>(data, data + size), ids) << type;
+    EXPECT_EQ(vysim_device_list(type, nullptr), size);
+  }
 }
 
 /// How far right of the depth sensor a sensor sits, in millimetres.
@@ -149,33 +200,30 @@ float placeOf(const vysim_family& family, VYSensorType sensor) {
 TEST_F(Cameras, TellLensesAndTheirPlaces) {
   for (const Family& papers : kFamilies) {
     const vysim_family& family = *vysim_find_family(papers.name);
-    for (const bool isSmall : {false, true}) {
-      const Camera camera = openCamera(family.name, isSmall ? 96 : 0, isSmall ? 40 : 0, {1000}, 1);
-      for (size_t from = 0; from < family.stream_count; ++from) {
-        const vysim_stream& stream = family.streams[from];
-        SCOPED_TRACE(std::string(family.name) + " " + std::to_string(stream.sensor));
-        const Frame frame = nextFrame(camera, stream.sensor);
-        const StreamProfile profile(call(vy_frame_get_stream_profile, frame.get()));
-        const VYCameraIntrinsic lens = call(vy_video_stream_profile_get_intrinsic, profile.get());
-        const uint32_t width = isSmall ? 96 : stream.width, height = isSmall ? 40 : stream.height;
-        EXPECT_TRUE(call(vy_video_frame_get_width, frame.get()) == width &&
-                    call(vy_video_frame_get_height, frame.get()) == height &&
-                    call(vy_frame_get_format, frame.get()) == stream.format &&
-                    call(vy_video_frame_get_pixel_type, frame.get()) == stream.pixel_type);
-        const double native = stream.sensor == VY_SENSOR_COLOR ? 0.72 * stream.width : papers.focalLength;
-        EXPECT_NEAR(lens.fx, native * width / stream.width, 1e-3);
-        EXPECT_NEAR(lens.fy, native * height / stream.height, 1e-3);
-        EXPECT_TRUE(lens.cx == (static_cast<float>(width) - 1) / 2 && lens.cy == (static_cast<float>(height) - 1) / 2);
-        EXPECT_TRUE(lens.width == static_cast<int>(width) && lens.height == static_cast<int>(height));
-        for (size_t to = 0; to < family.stream_count; ++to) {
-          // What lies straight ahead of one lens lies left of a lens further right.
-          const VYSensorType target = family.streams[to].sensor;
-          const float right = placeOf(family, stream.sensor) - placeOf(family, target);
-          const VYExtrinsic expected{{1, 0, 0, 0, 1, 0, 0, 0, 1}, {right, 0, 0}};
-          const VYExtrinsic motion =
-              call(vysim_profile_get_extrinsic, profile.get(), static_cast<VYStreamType>(target));
-          EXPECT_EQ(std::memcmp(&motion, &expected, sizeof motion), 0) << "to " << target;
-        }
+    constexpr uint32_t kWidth = 96, kHeight = 40;
+    const Camera camera = openCamera(family.name, kWidth, kHeight, {1000}, 1);
+    for (size_t from = 0; from < family.stream_count; ++from) {
+      const vysim_stream& stream = family.streams[from];
+      SCOPED_TRACE(std::string(family.name) + " " + std::to_string(stream.sensor));
+      const Frame frame = nextFrame(camera, stream.sensor);
+      const StreamProfile profile(call(vy_frame_get_stream_profile, frame.get()));
+      const VYCameraIntrinsic lens = call(vy_video_stream_profile_get_intrinsic, profile.get());
+      EXPECT_TRUE(call(vy_video_frame_get_width, frame.get()) == kWidth &&
+                  call(vy_video_frame_get_height, frame.get()) == kHeight &&
+                  call(vy_frame_get_format, frame.get()) == stream.format &&
+                  call(vy_video_frame_get_pixel_type, frame.get()) == stream.pixel_type);
+      const double native = stream.sensor == VY_SENSOR_COLOR ? 0.72 * stream.width : papers.focalLength;
+      EXPECT_NEAR(lens.fx, native * kWidth / stream.width, 1e-3);
+      EXPECT_NEAR(lens.fy, native * kHeight / stream.height, 1e-3);
+      EXPECT_TRUE(lens.cx == (static_cast<float>(kWidth) - 1) / 2 && lens.cy == (static_cast<float>(kHeight) - 1) / 2);
+      EXPECT_TRUE(lens.width == int{kWidth} && lens.height == int{kHeight});
+      for (size_t to = 0; to < family.stream_count; ++to) {
+        // What lies straight ahead of one lens lies left of a lens further right.
+        const VYSensorType target = family.streams[to].sensor;
+        const float right = placeOf(family, stream.sensor) - placeOf(family, target);
+        const VYExtrinsic expected{{1, 0, 0, 0, 1, 0, 0, 0, 1}, {right, 0, 0}};
+        const VYExtrinsic motion = call(vysim_profile_get_extrinsic, profile.get(), static_cast<VYStreamType>(target));
+        EXPECT_EQ(std::memcmp(&motion, &expected, sizeof motion), 0) << "to " << target;
       }
     }
   }
@@ -207,6 +255,9 @@ TEST_F(Cameras, KnowTheTruthWhereverFiltersMoveIt) {
       {{{"DepthResize", {{"OutputWidth", 4}, {"OutputHeight", 3}, {"Scale", 1.5}}}},
        {1001, 1002, 1002, 1003, 1004, 1005, 1005, 1006, 1004, 1005, 1005, 1006},
        {15, 30, 0.625F, 2.5F, 4, 3}},
+      {{{"DepthResize", {{"OutputWidth", 1}, {"OutputHeight", 1}, {"Scale", 0.5}}}},
+       {1005},  // the later one where two are equally near
+       {5, 10, -0.125F, 0.5F, 1, 1}},
       {{{"FrameRotate", {{"Angle", 90}}}, {"FrameMirror", {}}, {"FrameFlip", {}}},
        {1003, 1006, 1002, 1005, 1001, 1004},
        {20, 10, 1.5F, 1.75F, 2, 3}},
@@ -297,6 +348,37 @@ TEST_F(Cameras, RefuseSenselessOptionsAndFrames) {
   EXPECT_EQ(slot.take().exceptionType, kUnsuitableFrame);
   vysim_camera_get_truth(camera.get(), depth.get(), nullptr, slot);
   EXPECT_EQ(slot.take().exceptionType, kInvalidValue);
+}
+
+TEST_F(Cameras, RefuseHandlesThatAreNone) {
+  vysim_camera* const dead = openCamera("Talon", 8, 8).get();
+  auto* const wrong = reinterpret_cast<vysim_camera*>(call(vysim_camera_get_device, openCamera("Talon", 8, 8).get()));
+  const Frame frame = makeFrame();
+  uint16_t depth = 0;
+  const std::pair<std::function<void(vysim_camera*, vy_error**)>, const char*> calls[] = {
+      {[](auto* c, auto** e) { vysim_camera_get_device(c, e); }, "vysim_camera_get_device(camera: "},
+      {[](auto* c, auto** e) { vysim_camera_next_frame(c, VY_SENSOR_DEPTH, e); }, "vysim_camera_next_frame(camera: "},
+      {[&](auto* c, auto** e) { vysim_camera_get_truth(c, frame.get(), &depth, e); },
+       "vysim_camera_get_truth(camera: "},
+      {[](auto* c, auto** e) { vysim_camera_get_depth_tolerance(c, 7, e); },
+       "vysim_camera_get_depth_tolerance(camera: "},
+      {[](auto* c, auto** e) { vysim_close_camera(c, e); }, "vysim_close_camera(camera: "},
+  };
+  for (const auto& [work, text] : calls) {
+    for (const auto& [handle, type] : {std::pair<vysim_camera*, int>(nullptr, kInvalidValue),
+                                       std::pair(dead, kDeadObject), std::pair(wrong, kWrongObject)}) {
+      ErrorSlot slot;
+      work(handle, slot);
+      const Error error = slot.take();
+      EXPECT_EQ(error.exceptionType, type) << text;
+      EXPECT_EQ((error.function + "(" + error.args).find(text), 0U) << error.function << " " << error.args;
+      EXPECT_EQ(error.message.find("camera"), 0U) << error.message;
+    }
+  }
+  ErrorSlot slot;
+  const Camera camera = openCamera("Talon", 8, 8);
+  vysim_camera_get_truth(camera.get(), nullptr, &depth, slot);
+  EXPECT_EQ(slot.take().message, "frame is null: expected a frame");
 }
 
 }  // namespace

@@ -1,8 +1,10 @@
 // What each setting of the host's filters does to pixels, and which values it takes.
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <sstream>
 
+#include "pixel/Packing.h"
 #include "simhost/SimulatedHost.h"
 
 namespace {
@@ -93,6 +95,7 @@ TEST_F(FilterSettings, AreOfferedInTheSchema) {
       const double numbers[] = {shown.min, shown.max, shown.step, shown.def};
       const double expected[] = {item.min, item.max, item.step, item.def};
       EXPECT_TRUE(shown.type == item.type && std::equal(numbers, numbers + 4, expected)) << item.name;
+      EXPECT_TRUE(std::islower(shown.desc[0])) << shown.desc;
       text += std::string(item.name) + "," + typeNames[item.type];
       for (const double number : expected) text += "," + textOf(number);
       text += std::string(",") + shown.desc + "\n";
@@ -258,30 +261,57 @@ TEST_F(FilterSettings, ShowInThePixels) {
 }
 
 TEST_F(FilterSettings, AreRefusedInSenselessCombinations) {
+  constexpr char kSmall[] = "DepthResize: the output must be at least 1 x 1 but is ";
+  const auto unfit = [](const std::string& output, const std::string& input, const std::string& with) {
+    return "DepthResize is configured for an output " + output + ", but a frame " + input + ", scaled by " + with;
+  };
   const struct {
     const char* filter;
     std::vector<const char*> arguments;
-    bool isRefused;       ///< by the command
-    bool isFrameRefused;  ///< a frame of 3 x 2 pixels
+    std::string refusal, frameRefusal;  ///< of the command, and of a frame of 3 x 2 pixels; empty = accepted
   } cases[] = {
-      {"DisparityTransform", {"1", "1", "500", "500"}, false, false},
-      {"DisparityTransform", {"1", "1", "500", "501"}, true, false},
-      {"OpenNIDisparityTransform", {"1", "1", "500", "501", "0", "0", "0", "0", "0", "0"}, true, false},
-      {"DepthResize", {"0", "0", "1", "0", "0", "0", "0"}, true, false},
-      {"DepthResize", {"3", "0", "1", "0", "0", "0", "0"}, true, false},
-      {"DepthResize", {"0", "2", "1", "0", "0", "0", "0"}, true, false},
-      {"DepthResize", {"3", "2", "0", "0", "0", "0", "0"}, true, false},
+      {"DisparityTransform", {"1", "1", "500", "500"}, "", ""},
+      {"DisparityTransform",
+       {"1", "1", "500", "501"},
+       "DisparityTransform: MinDepth (501) must not be above MaxDepth (500)",
+       ""},
+      {"OpenNIDisparityTransform",
+       {"1", "1", "500", "501", "0", "0", "0", "0", "0", "0"},
+       "OpenNIDisparityTransform: MinDepth (501) must not be above MaxDepth (500)",
+       ""},
+      {"DepthResize", {"0", "0", "1", "0", "0", "0", "0"}, kSmall + std::string("0 x 0"), ""},
+      {"DepthResize", {"3", "0", "1", "0", "0", "0", "0"}, kSmall + std::string("3 x 0"), ""},
+      {"DepthResize", {"0", "2", "1", "0", "0", "0", "0"}, kSmall + std::string("0 x 2"), ""},
+      {"DepthResize", {"3", "2", "0", "0", "0", "0", "0"}, "DepthResize: Scale must be above 0 but is 0", ""},
       // Scaled frame and borders make up the output, but for one pixel of rounding.
-      {"DepthResize", {"4", "3", "1", "0", "0", "0", "0"}, false, false},
-      {"DepthResize", {"2", "1", "1", "0", "0", "0", "0"}, false, false},
-      {"DepthResize", {"5", "2", "1", "0", "0", "0", "0"}, false, true},
-      {"DepthResize", {"1", "2", "1", "0", "0", "0", "0"}, false, true},
-      {"DepthResize", {"3", "4", "1", "0", "0", "0", "0"}, false, true},
-      {"DepthResize", {"5", "4", "1", "1", "1", "1", "1"}, false, false},
-      {"DepthResize", {"5", "4", "1", "1", "-1", "1", "1"}, false, true},
-      {"DepthResize", {"5", "4", "1", "1", "1", "-1", "1"}, false, true},
-      {"DepthResize", {"5", "2", "1.5", "0", "0", "0", "0"}, false, false},  // 4 wide, as 4.5 is rounded down
-      {"DepthResize", {"6", "3", "1.5", "0", "0", "0", "0"}, false, true},
+      {"DepthResize", {"4", "3", "1", "0", "0", "0", "0"}, "", ""},
+      {"DepthResize", {"2", "1", "1", "0", "0", "0", "0"}, "", ""},
+      {"DepthResize",
+       {"5", "2", "1", "0", "0", "0", "0"},
+       "",
+       unfit("5 pixels wide", "3 pixels wide", "1, with borders of 0 and 0 gives 3")},
+      {"DepthResize",
+       {"1", "2", "1", "0", "0", "0", "0"},
+       "",
+       unfit("1 pixels wide", "3 pixels wide", "1, with borders of 0 and 0 gives 3")},
+      {"DepthResize",
+       {"3", "4", "1", "0", "0", "0", "0"},
+       "",
+       unfit("4 pixels high", "2 pixels high", "1, with borders of 0 and 0 gives 2")},
+      {"DepthResize", {"5", "4", "1", "1", "1", "1", "1"}, "", ""},
+      {"DepthResize",
+       {"9", "4", "1", "5", "-1", "1", "1"},
+       "",
+       unfit("9 pixels wide", "3 pixels wide", "1, with borders of 5 and -1 gives 7")},
+      {"DepthResize",
+       {"5", "9", "1", "1", "1", "-1", "5"},
+       "",
+       unfit("9 pixels high", "2 pixels high", "1, with borders of -1 and 5 gives 6")},
+      {"DepthResize", {"5", "2", "1.5", "0", "0", "0", "0"}, "", ""},  // 4 wide, as 4.5 is rounded down
+      {"DepthResize",
+       {"6", "3", "1.5", "0", "0", "0", "0"},
+       "",
+       unfit("6 pixels wide", "3 pixels wide", "1.5, with borders of 0 and 0 gives 4")},
   };
   const Frame frame = disparityFrame("1 2 3 / 4 5 6");
   for (const auto& each : cases) {
@@ -289,16 +319,48 @@ TEST_F(FilterSettings, AreRefusedInSenselessCombinations) {
     std::vector<const char*> arguments = each.arguments;
     ErrorSlot slot;
     vy_filter_update_config(filter.get(), static_cast<uint8_t>(arguments.size()), arguments.data(), slot);
-    EXPECT_EQ(slot.take().exceptionType, each.isRefused ? kInvalidValue : 0) << each.filter << " " << &each - cases;
+    const Error refusal = slot.take();
+    EXPECT_EQ(refusal.message, each.refusal);
+    EXPECT_EQ(refusal.exceptionType, each.refusal.empty() ? 0 : kInvalidValue);
     const Frame output(vy_filter_process(filter.get(), frame.get(), slot));
-    EXPECT_EQ(slot.take().exceptionType, each.isFrameRefused ? kUnsuitableFrame : 0)
-        << each.filter << " " << &each - cases;
+    const Error frameRefusal = slot.take();
+    EXPECT_EQ(frameRefusal.message, each.frameRefusal);
+    EXPECT_EQ(frameRefusal.exceptionType, each.frameRefusal.empty() ? 0 : kUnsuitableFrame);
   }
   for (const char* half : {"OutputWidth=3", "OutputHeight=2"}) {
     ErrorSlot slot;
     EXPECT_EQ(vy_filter_process(configured("DepthResize", half).get(), frame.get(), slot), nullptr);
     EXPECT_EQ(slot.take().exceptionType, kInvalidValue);
   }
+}
+
+TEST_F(FilterSettings, UnpackersReadEveryFormatInTheirOrder) {
+  using namespace tavrix::pixel;
+  const struct {
+    VYFormat format;
+    int bits;
+    bool hasOrder;
+  } cases[] = {{VY_FORMAT_Y10, 10, true},
+               {VY_FORMAT_Y11, 11, true},
+               {VY_FORMAT_Y12, 12, true},
+               {VY_FORMAT_Y14, 14, true},
+               {VY_FORMAT_Y10_MIPI, 10, false}};
+  const Image pixels = {1, 2, 300, 1023, 511, 0, 77, 1000, 513, 8};
+  for (const auto& each : cases) {
+    for (const bool isTalon : {false, true}) {
+      const BitOrder order = !each.hasOrder ? BitOrder::mipi : isTalon ? BitOrder::lsbFirst : BitOrder::msbFirst;
+      const Frame packed = makeFrame(each.format, VY_PIXEL_INTENSITY, 5, 2);
+      packRows({each.bits, order}, pixels.data(), call(vysim_frame_get_data, packed.get()), 5, 2);
+      const Frame words = process(makeFilter(isTalon ? "TalonFrameUnpacker" : "FrameUnpacker"), packed);
+      EXPECT_EQ(pixelsOf(words), pixels) << each.format;
+      EXPECT_EQ(call(vy_video_frame_get_pixel_type, words.get()), VY_PIXEL_INTENSITY);
+    }
+  }
+  const Frame damaged = makeFrame(VY_FORMAT_RLE, VY_PIXEL_DISPARITY, 5, 2);
+  call(vysim_frame_get_data, damaged.get())[0] = 9;
+  ErrorSlot slot;
+  EXPECT_EQ(vy_filter_process(makeFilter("TiberonDecompress").get(), damaged.get(), slot), nullptr);
+  EXPECT_EQ(slot.take().message, "TiberonDecompress: the frame is damaged: it ends after 9 of 10 pixels (byte 4)");
 }
 
 // A filter that has nothing to do hands on its input.
@@ -308,7 +370,45 @@ TEST_F(FilterSettings, LeaveFramesAloneThatNeedNothing) {
   EXPECT_EQ(process(makeFilter("FrameRotate"), depth).get(), depth.get());
   EXPECT_EQ(process(makeFilter("CorvidPixelOffsetFix"), disparity).get(), disparity.get());
   EXPECT_EQ(process(makeFilter("HardwareD2DCorrectionFilter"), depth).get(), depth.get());
+  call(vy_filter_update_config, makeFilter("FrameMirror").get(), uint8_t{0}, static_cast<const char**>(nullptr));
   EXPECT_NE(process(makeFilter("DepthResize"), depth).get(), depth.get());  // clients change its output
+}
+
+TEST_F(FilterSettings, GeometryKeepsPixelsOfOneAndThreeBytesWhole) {
+  const struct {
+    const char* filter;
+    const char* settings;
+    std::vector<uint8_t> grey, colour;  ///< of 1 2 / 3 4, and of 1 2 3, 4 5 6
+  } cases[] = {
+      {"FrameMirror", "", {2, 1, 4, 3}, {4, 5, 6, 1, 2, 3}},
+      {"FrameFlip", "", {3, 4, 1, 2}, {1, 2, 3, 4, 5, 6}},
+      {"FrameRotate", "Angle=90", {3, 1, 4, 2}, {1, 2, 3, 4, 5, 6}},
+      {"FrameRotate", "Angle=180", {4, 3, 2, 1}, {4, 5, 6, 1, 2, 3}},
+  };
+  const auto framed = [](VYFormat format, uint32_t height, const std::vector<uint8_t>& bytes) {
+    Frame frame = makeFrame(format, VY_PIXEL_COLOR, 2, height);
+    std::memcpy(call(vysim_frame_get_data, frame.get()), bytes.data(), bytes.size());
+    return frame;
+  };
+  for (const auto& each : cases) {
+    const Filter filter = configured(each.filter, each.settings);
+    EXPECT_EQ(bytesOf(process(filter, framed(VY_FORMAT_Y8, 2, {1, 2, 3, 4}))), each.grey) << each.filter;
+    EXPECT_EQ(bytesOf(process(filter, framed(VY_FORMAT_RGB, 1, {1, 2, 3, 4, 5, 6}))), each.colour) << each.filter;
+  }
+}
+
+TEST_F(FilterSettings, DisparityNeedsFocalLengthAndBaseline) {
+  const Frame frame = makeFrame();  // its profile has neither
+  const std::pair<const char*, bool> cases[] = {{"", false},
+                                                {"Baseline=50", false},
+                                                {"FocalLength=500", false},
+                                                {"FocalLength=500 Baseline=50", true},
+                                                {"FocalLength=0.5 Baseline=0.5", true}};
+  for (const auto& [settings, isEnough] : cases) {
+    ErrorSlot slot;
+    const Frame output(vy_filter_process(configured("OpenNIDisparityTransform", settings).get(), frame.get(), slot));
+    EXPECT_EQ(slot.take().exceptionType, isEnough ? 0 : kUnsuitableFrame) << settings;
+  }
 }
 
 TEST_F(FilterSettings, CorrectionTakesScaleAndOffsetFromTheCamera) {

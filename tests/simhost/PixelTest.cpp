@@ -297,6 +297,7 @@ TEST(DisparityTable, GivesDepthWithinTheLimits) {
       {with([](auto& p) { p.disparityOffset = 20; }), 0, 0},
       {with([](auto& p) { p.unitMm = 0.5; }), 64, 3125},
       {with([](auto& p) { p.unitMm = 0.1; }), 10, 0},  // 100000 steps are too many
+      {DisparityParameters{}, 10, 0},                  // what a table starts with, after others
   };
   DisparityTable table;
   for (const Case& c : cases) {
@@ -312,7 +313,8 @@ TEST(CorrectionTable, RoundsAndClampsAndKeepsHoles) {
   const struct {
     double scale, offset;
     Image expected;
-  } cases[] = {{1, 0, measured}, {1.5, 2, {0, 4, 1502, 1504, 65535}}, {1, -500, {0, 0, 500, 501, 65035}}};
+  } cases[] = {
+      {1, 0, measured}, {1.5, 2, {0, 4, 1502, 1504, 65535}}, {1, -500, {0, 0, 500, 501, 65035}}, {1, 0, measured}};
   CorrectionTable table;
   for (const auto& c : cases) {
     Image corrected(measured.size());

@@ -21,8 +21,8 @@ using vysim::SchemaList;
 using vysim::StreamProfile;
 
 // Exception types.
-constexpr int kInternal = 1, kDeadObject = 3, kInvalidValue = 4, kWrongObject = 5, kNotFound = 6, kUnsuitableFrame = 7,
-              kInjected = 8;
+constexpr int kInternal = 1, kOutOfMemory = 2, kDeadObject = 3, kInvalidValue = 4, kWrongObject = 5, kNotFound = 6,
+              kUnsuitableFrame = 7, kInjected = 8;
 
 /// 16-bit pixels, row by row.
 using Image = std::vector<uint16_t>;

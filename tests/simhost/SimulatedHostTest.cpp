@@ -59,6 +59,9 @@ std::vector<HandleCall> handleCalls() {
       on(frame, "vy_frame_get_stream_profile", vy_frame_get_stream_profile),
       on(frame, "vysim_frame_get_data", vysim_frame_get_data),
       on(frame, "vysim_frame_get_size", vysim_frame_get_size),
+      on(frame, "vysim_frame_get_number", vysim_frame_get_number),
+      on(profile, "vysim_profile_get_distortion", vysim_profile_get_distortion),
+      on(profile, "vysim_profile_get_extrinsic", vysim_profile_get_extrinsic, VY_STREAM_COLOR),
       on(profile, "vy_video_stream_profile_get_intrinsic", vy_video_stream_profile_get_intrinsic),
       on(profile, "vy_video_stream_profile_set_intrinsic", vy_video_stream_profile_set_intrinsic, VYCameraIntrinsic{}),
       on(profile, "vy_video_stream_profile_set_distortion", vy_video_stream_profile_set_distortion,
@@ -95,6 +98,9 @@ TEST_F(SimulatedHost, RefusesNullWrongAndDeadHandles) {
       const Error error = slot.take();
       EXPECT_EQ(error.exceptionType, type) << each.function << ": " << error.message;
       EXPECT_EQ(error.function, each.function);
+      EXPECT_EQ(error.status, 1);
+      const std::string argument = " " + error.message.substr(0, error.message.find_first_of(" :")) + ": ";
+      EXPECT_NE((" " + error.args).find(argument), std::string::npos) << error.message << ", with " << error.args;
       each.call(handle, nullptr);  // an error that nobody wants is dropped
     }
   }
@@ -201,6 +207,11 @@ TEST_F(SimulatedHost, FiltersRefuseSettingsThatMakeNoSense) {
       {"FrameMirror", {"1"}, nullptr, 0, "takes no arguments but got 1"},
       {"NoiseRemovalFilter", {"80", "256", "848"}, nullptr, 0, "takes 4 arguments"},
       {"NoiseRemovalFilter", {"80", "256", "848", "x"}, nullptr, 0, "ReferenceHeight must be a number"},
+      {"FrameRotate", {""}, nullptr, 0, "Angle must be a number but is \"\""},
+      {"FrameRotate", {"90x"}, nullptr, 0, "Angle must be a number but is \"90x\""},
+      {"FrameRotate", {nullptr}, nullptr, 0, "Angle must be a number but is null"},
+      {"FrameRotate", {"90", "90"}, nullptr, 0, "FrameRotate takes 1 arguments (Angle) but got 2"},
+      {"FrameMirror", {}, "Angle", 90, "FrameMirror has no item \"Angle\": it has none at all"},
       {"NoiseRemovalFilter", {"80", "256", "0", "480"}, nullptr, 0, "ReferenceWidth must be from 1"},
       {"NoiseRemovalFilter", {}, "MaxDifference", 65536, "65535"},
       {"NoiseRemovalFilter", {}, "MaxSpeckleSize", std::nan(""), "nan"},

@@ -81,6 +81,7 @@ void store(const std::vector<uint16_t>& pixels, pixel::Packing packing, Frame& f
   }
 }
 
+/// Bits of a pixel of an infrared frame, or of a packed one.
 int bitsOf(VYFormat format) {
   switch (format) {
     case VY_FORMAT_Y8:
@@ -91,9 +92,6 @@ int bitsOf(VYFormat format) {
       return 12;
     case VY_FORMAT_Y14:
       return 14;
-    case VY_FORMAT_Y16:
-    case VY_FORMAT_RLE:
-      return 16;
     default:
       return 10;
   }
@@ -252,11 +250,10 @@ void Camera::renderTruth(const Stream& depthStream, uint32_t number) {
 }
 
 void Camera::truth(const Frame& frame, uint16_t* depthMm) {
-  const VYPixelType type = frame.shape().pixelType;
-  if (frame.profile()->type() != VY_STREAM_DEPTH || (type != VY_PIXEL_DISPARITY && type != VY_PIXEL_DEPTH)) {
+  if (frame.profile()->type() != VY_STREAM_DEPTH) {
     throw Failure(ExceptionType::unsuitableFrame,
                   fmt::format("the true depth is asked for a {} frame; it is known for frames of the depth sensor",
-                              pixelTypeName(type)));
+                              pixelTypeName(frame.shape().pixelType)));
   }
   const std::lock_guard<std::mutex> lock(mutex_);
   const Stream& stream = streamOf(VY_SENSOR_DEPTH);

@@ -1,0 +1,175 @@
+// Frames, their profiles and bytes, and the memory behind handles.
+#include <thread>
+#include <tuple>
+
+#include "simhost/SimulatedHost.h"
+
+namespace {
+
+class Objects : public SimulatedHost {};
+
+TEST_F(Objects, CopiesKeepDistortionAndExtrinsics) {
+  const Frame frame = makeFrame(VY_FORMAT_Y16, VY_PIXEL_DEPTH);
+  const StreamProfile profile(call(vy_frame_get_stream_profile, frame.get()));
+  call(vy_video_stream_profile_set_distortion, profile.get(), VYCameraDistortion{1, 2, 3, 4, 5, 6, 7, 8, 9});
+  call(vy_stream_profile_set_extrinsic_to_type, profile.get(), VY_STREAM_IR, VYExtrinsic{{1}, {2}});
+  for (const Frame& copy : {process(makeFilter("FrameMirror"), frame), process(makeFilter("DepthResize"), frame),
+                            Frame(call(vy_create_frame_from_other_frame, frame.get(), false))}) {
+    const StreamProfile copied(call(vy_frame_get_stream_profile, copy.get()));
+    EXPECT_EQ(call(vysim_profile_get_distortion, copied.get()).p2, 8);
+    EXPECT_EQ(call(vysim_profile_get_extrinsic, copied.get(), VY_STREAM_IR).trans[0], 2);
+    call(vy_stream_profile_set_extrinsic_to_type, copied.get(), VY_STREAM_IR, VYExtrinsic{});
+    call(vy_video_stream_profile_set_distortion, copied.get(), VYCameraDistortion{});
+  }
+  EXPECT_EQ(call(vysim_profile_get_distortion, profile.get()).k1, 1);
+  EXPECT_EQ(call(vysim_profile_get_extrinsic, profile.get(), VY_STREAM_IR).rot[0], 1);
+  const Frame raw =
+      nextFrame(openCamera("Ostrel", 4, 4));  // frames of a camera share a profile, and its streams' places
+  const StreamProfile shared(call(vy_frame_get_stream_profile, raw.get()));
+  EXPECT_EQ(call(vysim_profile_get_extrinsic, shared.get(), VY_STREAM_COLOR).trans[0], -22);
+}
+
+TEST_F(Objects, FramesHaveTheBytesOfTheirFormat) {
+  const struct {
+    VYFormat format;
+    const char* name;
+    size_t bytes;  // of 5 x 3 pixels
+  } formats[] = {
+      {VY_FORMAT_Y16, "16-bit words", 30},
+      {VY_FORMAT_Y8, "8-bit grey", 15},
+      {VY_FORMAT_Y10, "10-bit packed", 3 * 7},
+      {VY_FORMAT_Y11, "11-bit packed", 3 * 7},
+      {VY_FORMAT_Y12, "12-bit packed", 3 * 8},
+      {VY_FORMAT_Y14, "14-bit packed", 3 * 9},
+      {VY_FORMAT_RGB, "RGB, 8 bits each", 45},
+      {VY_FORMAT_Y10_MIPI, "10-bit in groups of four", 3 * 10},
+      {VY_FORMAT_RLE, "16-bit run-length compressed", 4},
+      {static_cast<VYFormat>(13), "unknown", 30},
+  };
+  for (const auto& each : formats) {
+    EXPECT_STREQ(vysim_format_name(each.format), each.name);
+    {  // what lay in the buffer before does not show
+      const Frame used = makeFrame(VY_FORMAT_Y16, VY_PIXEL_DEPTH, 5, 3);
+      std::memset(call(vysim_frame_get_data, used.get()), 0xFF, 30);
+    }
+    const Frame frame = makeFrame(each.format, VY_PIXEL_DISPARITY, 5, 3);
+    const std::vector<uint8_t> bytes = bytesOf(frame);
+    EXPECT_EQ(bytes,
+              each.format == VY_FORMAT_RLE ? (std::vector<uint8_t>{15, 0, 0, 0}) : std::vector<uint8_t>(each.bytes))
+        << each.name;
+    EXPECT_EQ(bytesOf(Frame(call(vy_create_frame_from_other_frame, frame.get(), false))), bytes);
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(call(vysim_frame_get_data, frame.get())) % 64, 0U);
+  }
+  ErrorSlot slot;
+  for (const auto& [width, height, isGood] : {std::tuple(0U, 1U, false),
+                                              {1U, 0U, false},
+                                              {16384U, 1U, true},
+                                              {1U, 16384U, true},
+                                              {16385U, 1U, false},
+                                              {1U, 16385U, false},
+                                              {UINT32_MAX, UINT32_MAX, false}}) {
+    for (const VYFormat format : {VY_FORMAT_Y8, VY_FORMAT_RLE}) {
+      const Frame frame(vysim_create_frame(width, height, format, VY_PIXEL_DEPTH, slot));
+      EXPECT_EQ(slot.take().exceptionType, isGood ? 0 : kInvalidValue) << width << " x " << height;
+    }
+  }
+  const std::pair<VYPixelType, const char*> types[] = {{VY_PIXEL_DISPARITY, "disparity"},
+                                                       {VY_PIXEL_INTENSITY, "intensity"},
+                                                       {VY_PIXEL_COLOR, "colour"},
+                                                       {static_cast<VYPixelType>(4), "unknown"}};
+  for (const auto& [type, name] : types) {
+    EXPECT_EQ(
+        vy_filter_process(makeFilter("HardwareD2DCorrectionFilter").get(), makeFrame(VY_FORMAT_Y16, type).get(), slot),
+        nullptr);
+    EXPECT_EQ(slot.take().message,
+              std::string("HardwareD2DCorrectionFilter works on depth frames but got a frame of ") + name);
+  }
+  EXPECT_EQ(vy_filter_process(makeFilter("DepthResize").get(), makeFrame(VY_FORMAT_Y14).get(), slot), nullptr);
+  EXPECT_EQ(slot.take().message, "DepthResize works on Y16 frames but got a frame of format 21 (14-bit packed)");
+  const StreamProfile profile(
+      call(vy_frame_get_stream_profile, makeFrame(VY_FORMAT_Y16, VY_PIXEL_DEPTH, 80, 41).get()));
+  const VYCameraIntrinsic plain = call(vy_video_stream_profile_get_intrinsic, profile.get()),
+                          expected{70, 70, 39.5F, 20, 80, 41};
+  EXPECT_EQ(std::memcmp(&plain, &expected, sizeof plain), 0);
+}
+
+TEST_F(Objects, BuffersAreUsedAgainTheWarmestFirst) {
+  // Capacities are whole pages; no other test uses these.
+  const auto make = [](uint32_t height) { return makeFrame(VY_FORMAT_Y8, VY_PIXEL_INTENSITY, 4096, height); };
+  const auto dataOf = [](const Frame& frame) { return call(vysim_frame_get_data, frame.get()); };
+  Frame first = make(37), second = make(37);
+  const uint8_t* const a = dataOf(first);
+  const uint8_t* const b = dataOf(second);
+  first.reset();
+  second.reset();
+  const Frame other = make(38);
+  EXPECT_TRUE(dataOf(other) != a && dataOf(other) != b);
+  const Frame third = make(37), fourth = makeFrame(VY_FORMAT_Y8, VY_PIXEL_INTENSITY, 4095, 37);
+  EXPECT_TRUE(dataOf(third) == b && dataOf(fourth) == a);
+}
+
+TEST_F(Objects, HandlesServeAgainAfter256Deaths) {
+  std::vector<Device> living;  // take the place of those beyond 256 that have died in other tests
+  for (int i = 0; i < 50; ++i) living.emplace_back(vysim_create_device(1, 2));
+  Device device(vysim_create_device(1, 2));
+  const vy_device_t* const handle = device.get();
+  int others = -1;
+  do {
+    device.reset();
+    device.reset(vysim_create_device(1, 2));
+    ++others;
+  } while (device.get() != handle && others < 1000);
+  EXPECT_EQ(others, 256);
+  EXPECT_EQ(vysim_live_count(VYSIM_DEVICE), 51U);
+  EXPECT_EQ(vysim_live_count(VYSIM_KIND_COUNT), 0U);
+  const char* const kinds[] = {"device", "device_info", "filter", "schema_list", "frame", "stream_profile", "error"};
+  for (size_t kind = 0; kind < std::size(kinds); ++kind) {
+    EXPECT_STREQ(vysim_kind_name(static_cast<vysim_kind>(kind)), kinds[kind]);
+  }
+  EXPECT_STREQ(vysim_kind_name(VYSIM_KIND_COUNT), "unknown");
+}
+
+// The thread sanitizer's build finds each lock that is missing here.
+TEST_F(Objects, AreSharedBetweenThreads) {
+  const Camera camera = openCamera("Pellan", 16, 8, false);
+  const Frame frame = nextFrame(camera);
+  const StreamProfile profile(call(vy_frame_get_stream_profile, frame.get()));
+  const vysim_filter_definition definition{"Passing", nullptr, false, nullptr, 0, nullptr, nullptr};
+  constexpr int kThreads = 3, kRounds = 100;
+  vysim_record_start();
+  vysim_count_calls(true);
+  vysim_timing_start();
+  std::vector<std::thread> threads;
+  for (int i = 0; i < kThreads; ++i) {
+    threads.emplace_back([&] {
+      for (int round = 0; round < kRounds; ++round) {
+        truthOf(camera, nextFrame(camera));
+        nextFrame(camera, VY_SENSOR_IR_LEFT);
+        Frame(call(vy_create_frame_from_other_frame, frame.get(), true));
+        call(vy_video_stream_profile_set_intrinsic, profile.get(),
+             call(vy_video_stream_profile_get_intrinsic, profile.get()));
+        call(vy_video_stream_profile_set_distortion, profile.get(), call(vysim_profile_get_distortion, profile.get()));
+        call(vy_stream_profile_set_extrinsic_to_type, profile.get(), VY_STREAM_IR,
+             call(vysim_profile_get_extrinsic, profile.get(), VY_STREAM_COLOR));
+        call(vysim_define_filter, &definition);
+        process(makeFilter("Passing"), frame);
+        vysim_fail_call("vy_filter_reset", 1, VYSIM_FAULT_NULL);
+        vy_filter_reset(nullptr, nullptr);
+        vysim_fail_count();
+        vysim_refused_count(nullptr);
+        vysim_refused_function_at(0);
+        vysim_call_count(nullptr);
+        vysim_record_at(vysim_record_count() - 1);
+        vysim_timing_total(nullptr, nullptr);
+        vysim_timing_filter_at(vysim_timing_filter_count() - 1);
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(vysim_call_count("vy_filter_process"), uint64_t{kThreads * kRounds});
+  EXPECT_EQ(vysim_timing_filter_at(0).calls, uint64_t{kThreads * kRounds});
+  EXPECT_EQ(vysim_fail_count(), uint64_t{kThreads * kRounds});
+  EXPECT_EQ(call(vysim_frame_get_number, nextFrame(camera).get()), uint32_t{kThreads * kRounds + 1});
+}
+
+}  // namespace
