@@ -1,6 +1,8 @@
 // Frames on their way: what is made of their pixels, and what is told when a call of the host fails.
 #include "Stream.h"
 
+#include <dlfcn.h>
+
 #include <cstring>
 
 #include "vycam/VycamTest.h"
@@ -53,37 +55,61 @@ TEST(StreamTest, FramesBecomeNumbersAndColours) {
 
 TEST(StreamTest, FailedCallsOfTheHostAreToldAndLeaveNothingBehind) {
   const vycam::Library library("");
+  vycam::Progress progress("", 1);
   const struct {
+    const char* family;
     const char* function;
     uint64_t nth;
     const char* said;
   } cases[] = {
-      {"vy_device_get_device_info", 1, "cannot open the camera in the library: "},
-      {"vy_filter_process", 1, "cannot process a frame: "},
-      {"vy_frame_get_stream_profile", 1, "cannot read a frame's profile: "},
-      {"vy_video_stream_profile_get_intrinsic", 1, "cannot read a frame's intrinsics: "},
-      {"vy_video_frame_get_width", 1, "cannot read a frame's size: "},
-      {"vy_video_frame_get_height", 1, "cannot read a frame's size: "},
-      {"vy_frame_get_format", 1, "cannot read a frame's format: "},
-      {"vy_video_frame_get_pixel_type", 1, "cannot read a frame's pixel type: "},
-      {"vy_create_frame_from_other_frame", 1, "cannot copy a frame: "},
+      {"Corvid", "vy_device_get_device_info", 1, "cannot open the camera in the library: "},
+      {"Corvid", "vy_filter_process", 1, "cannot process a frame: "},
+      {"Corvid", "vy_frame_get_stream_profile", 1, "cannot read a frame's profile: "},
+      {"Corvid", "vy_video_stream_profile_get_intrinsic", 1, "cannot read a frame's intrinsics: "},
+      {"Corvid", "vy_video_frame_get_width", 1, "cannot read a frame's size: "},
+      {"Corvid", "vy_video_frame_get_height", 1, "cannot read a frame's size: "},
+      {"Corvid", "vy_frame_get_format", 1, "cannot read a frame's format: "},
+      {"Corvid", "vy_video_frame_get_pixel_type", 1, "cannot read a frame's pixel type: "},
+      {"Corvid", "vy_create_frame_from_other_frame", 1, "cannot copy a frame: "},
+      // Behind the four filters of the chain, of which three are on.
+      {"Halden", "vy_create_filter", 5, "cannot make a decoder: "},
+      {"Halden", "vy_filter_process", 4, "cannot decode a frame: "},
+      {"Halden", "no function at all", 1, "accepted"},
   };
-  vycam::StreamOptions options;
-  options.family = &vycam::parseFamily("Corvid");
-  options.size = {64, 48};
-  options.hardwareD2C.emplace();
-  vycam::Progress progress("", 1);
   for (const auto& c : cases) {
+    SCOPED_TRACE(c.said);
+    vycam::StreamOptions options;
+    options.family = &vycam::parseFamily(c.family);
+    options.size = {64, 48};
+    if (c.family == std::string("Corvid"))
+      options.hardwareD2C.emplace();
+    else
+      options.sensor = VY_SENSOR_IR;
     vysim_reset();
+    vysim_count_calls(true);
     vysim_fail_call(c.function, c.nth, VYSIM_FAULT_ERROR);
-    expectParts(refusal([&] { vycam::runStream(library, options, progress); }), {c.said, " (reported by vy_"});
-    EXPECT_EQ(vysim_fail_count(), 1U) << c.function;
+    expectParts(refusal([&] { vycam::runStream(library, options, progress); }), {c.said});
+    EXPECT_EQ(vysim_fail_count(), c.said == std::string("accepted") ? 0U : 1U);
+    EXPECT_TRUE(options.hardwareD2C || vysim_call_count("vy_filter_set_config_value") == 0) << "no setting was given";
     for (int kind = 0; kind < VYSIM_KIND_COUNT; ++kind) {
-      EXPECT_EQ(vysim_live_count(static_cast<vysim_kind>(kind)), 0U)
-          << c.function << ": " << vysim_kind_name(static_cast<vysim_kind>(kind));
+      EXPECT_EQ(vysim_live_count(static_cast<vysim_kind>(kind)), 0U) << vysim_kind_name(static_cast<vysim_kind>(kind));
     }
   }
   vysim_reset();
+}
+
+TEST(StreamTest, CamerasWithoutProductsOrChainsAreTold) {
+  vysim_family family{};
+  family.name = "Raven";
+  EXPECT_EQ(refusal([&] { vycam::makeDevice(family); }), "the host knows no product of family Raven");
+  {
+    const vycam::Library library("");
+    const vycam::Device device(vysim_create_device(1, 2));
+    const vycam::Context context(library, device.get());
+    EXPECT_EQ(refusal([&] { context.makeProcessor("Raven", VY_SENSOR_IR); }),
+              "Raven cameras have no chain for sensor ir; they have one for none");
+  }
+  EXPECT_EQ(dlopen("libvy_frame_processor.so.1", RTLD_NOW | RTLD_NOLOAD), nullptr) << "the library stays loaded";
 }
 
 }  // namespace

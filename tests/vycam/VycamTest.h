@@ -18,7 +18,8 @@ struct StoredPng {
 
   /// A pixel of an 8-bit RGB picture, 0xRRGGBB.
   unsigned colour(size_t x, size_t y) const {
-    return rows[y][3 * x] << 16 | rows[y][3 * x + 1] << 8 | rows[y][3 * x + 2];
+    const png_byte* const at = &rows[y][3 * x];
+    return static_cast<unsigned>(at[0] << 16 | at[1] << 8 | at[2]);
   }
   /// "64x48 RGB" or "64x48 grey 16"
   std::string describe() const;

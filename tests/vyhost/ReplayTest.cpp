@@ -134,6 +134,14 @@ TEST_F(ReplayTest, AllDifferencesAreCounted) {
   EXPECT_EQ(missingPiece(ids.out, {"difference 1: ", "difference 3: ", "\n3 differences\n"}), "") << ids.out;
 }
 
+TEST_F(ReplayTest, CallsOfOtherThreadsThatOverlapAreTold) {
+  // The second thread makes its context alone, and never leaves the library again; then the first one makes its own.
+  const Outcome outcome = replayFaulty(record("death"), "SwappedIds", "--all");
+  const std::string overlap = "  calls of thread 2 overlapped with this one, and the order of what they share is not ";
+  EXPECT_EQ(missingPiece(outcome.out, {"difference 3: ", "\ndifference 4: ", overlap, "difference 5: ", overlap}), "");
+  EXPECT_LT(outcome.out.find("\ndifference 4: "), outcome.out.find("overlapped")) << outcome.out;
+}
+
 TEST_F(ReplayTest, CallsThatNeverReturnedAreToldAndNotWaitedFor) {
   const fs::path whole = record("death");
   const Outcome dead = replay(whole);
