@@ -69,6 +69,7 @@ typedef struct vysim_camera_options {
   bool clean;                          ///< no noise, no speckles, no holes but where the depth is out of range
   const uint16_t* depth_mm;            ///< depth image in mm, row by row, to look at; copied; null = embedded scene
   uint32_t depth_width, depth_height;  ///< its size in pixels, 1 to 16384; both 0 without an image
+  uint32_t fps;                        ///< frames a second, 1 to 1000; 0 = a frame whenever one is asked for
 } vysim_camera_options;
 
 /// Opens a camera of a family. `options` may be null. Fails for an unknown family and for options out of range.
@@ -79,8 +80,11 @@ void vysim_close_camera(vysim_camera* camera, vy_error** error);
 /// The camera's device. The caller must not delete it: the camera does.
 vy_device_t* vysim_camera_get_device(const vysim_camera* camera, vy_error** error);
 
-/// The next raw frame of a sensor. Each sensor numbers its frames from 0; equal numbers show the same moment. Fails for
-/// a sensor that the camera lacks.
+/// The next raw frame of a sensor. Each sensor numbers its frames from 0; equal numbers show the same moment. A camera
+/// with a rate (`fps`) starts its clock at the first call, of whichever sensor, and takes frame n n/fps seconds later:
+/// a call waits for the moment of the next frame, and frames that nobody was waiting for at theirs are lost, which
+/// shows in the numbers. Threads may call for different sensors at once, and none waits for another. Fails for a sensor
+/// that the camera lacks.
 vy_frame_t* vysim_camera_next_frame(vysim_camera* camera, VYSensorType sensor, vy_error** error);
 
 /// Writes the true depth at each pixel of a frame to `depth_mm`: width x height values in millimetres, row by row. They
@@ -104,6 +108,9 @@ uint8_t* vysim_frame_get_data(const vy_frame_t* frame, vy_error** error);
 size_t vysim_frame_get_size(const vy_frame_t* frame, vy_error** error);
 /// The number of the camera's raw frame that this frame was made from; 0 for frames without a camera.
 uint32_t vysim_frame_get_number(const vy_frame_t* frame, vy_error** error);
+/// When that raw frame was taken, in microseconds since the camera's first frame. A camera without a rate counts as
+/// one with 30 frames a second. 0 for frames without a camera.
+uint64_t vysim_frame_get_time(const vy_frame_t* frame, vy_error** error);
 /// How many references are held on a frame; 0 for a handle that is no living frame's.
 int vysim_frame_get_ref_count(const vy_frame_t* frame);
 

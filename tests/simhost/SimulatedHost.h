@@ -64,13 +64,13 @@ inline void setPixels(const Frame& frame, const Image& pixels) {
 inline Camera openCamera(const char* family, uint32_t width, uint32_t height, const Image& depth, uint32_t depthWidth,
                          bool clean = true) {
   const auto depthHeight = static_cast<uint32_t>(depth.size() / depthWidth);
-  const vysim_camera_options options{width, height, clean, depth.data(), depthWidth, depthHeight};
+  const vysim_camera_options options{width, height, clean, depth.data(), depthWidth, depthHeight, 0};
   return Camera(call(vysim_open_camera, family, &options));
 }
 
 /// Opens a camera that looks at the room.
 inline Camera openCamera(const char* family, uint32_t width, uint32_t height, bool clean = true) {
-  const vysim_camera_options options{width, height, clean, nullptr, 0, 0};
+  const vysim_camera_options options{width, height, clean, nullptr, 0, 0, 0};
   return Camera(call(vysim_open_camera, family, &options));
 }
 

@@ -15,9 +15,9 @@ using tavrix::resolve;
 
 namespace {
 
-FrameRef makeZeroFrame(const FrameShape& shape, std::shared_ptr<tavrix::StreamProfile> profile, uint32_t number) {
+FrameRef makeZeroFrame(const FrameShape& shape, std::shared_ptr<tavrix::StreamProfile> profile, tavrix::Moment moment) {
   if (shape.format != VY_FORMAT_RLE) {
-    FrameRef frame = tavrix::makeFrame(shape, std::move(profile), number);
+    FrameRef frame = tavrix::makeFrame(shape, std::move(profile), moment);
     std::memset(frame->data(), 0, frame->size());
     return frame;
   }
@@ -25,7 +25,7 @@ FrameRef makeZeroFrame(const FrameShape& shape, std::shared_ptr<tavrix::StreamPr
   // Zero bytes are not a valid frame of this format.
   const std::vector<uint16_t> zeros(static_cast<size_t>(shape.width) * shape.height);
   const std::vector<uint8_t> bytes = tavrix::pixel::compressRuns(zeros.data(), zeros.size());
-  FrameRef frame = tavrix::makeFrame(shape, std::move(profile), number, bytes.size());
+  FrameRef frame = tavrix::makeFrame(shape, std::move(profile), moment, bytes.size());
   std::memcpy(frame->data(), bytes.data(), bytes.size());
   return frame;
 }
@@ -85,7 +85,7 @@ vy_frame_t* vy_create_frame_from_other_frame(const vy_frame_t* frame, bool copy_
         const Frame& other = resolve<Frame>(frame, "frame");
         if (copy_data) return tavrix::copyFrame(other).detach();
         FrameRef blank =
-            makeZeroFrame(other.shape(), std::make_shared<tavrix::StreamProfile>(*other.profile()), other.number());
+            makeZeroFrame(other.shape(), std::make_shared<tavrix::StreamProfile>(*other.profile()), other.moment());
         blank->setPixelMap(other.pixelMap());
         return blank.detach();
       },
@@ -100,7 +100,7 @@ vy_frame_t* vysim_create_frame(uint32_t width, uint32_t height, VYFormat format,
         const FrameShape shape{width, height, format, pixel_type};
         auto profile = std::make_shared<tavrix::StreamProfile>(
             streamTypeOf(pixel_type), tavrix::plainIntrinsic(width, height), tavrix::Calibration{});
-        return makeZeroFrame(shape, std::move(profile), 0).detach();
+        return makeZeroFrame(shape, std::move(profile), {}).detach();
       },
       arg("width", width), arg("height", height), arg("format", format), arg("pixel_type", pixel_type));
 }
@@ -117,7 +117,12 @@ size_t vysim_frame_get_size(const vy_frame_t* frame, vy_error** error) {
 
 uint32_t vysim_frame_get_number(const vy_frame_t* frame, vy_error** error) {
   return guarded(
-      __func__, error, [=] { return resolve<Frame>(frame, "frame").number(); }, arg("frame", frame));
+      __func__, error, [=] { return resolve<Frame>(frame, "frame").moment().number; }, arg("frame", frame));
+}
+
+uint64_t vysim_frame_get_time(const vy_frame_t* frame, vy_error** error) {
+  return guarded(
+      __func__, error, [=] { return resolve<Frame>(frame, "frame").moment().microseconds; }, arg("frame", frame));
 }
 
 int vysim_frame_get_ref_count(const vy_frame_t* frame) {

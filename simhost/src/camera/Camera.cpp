@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <thread>
 
 #include "camera/InfraredPicture.h"
 #include "pixel/Offset.h"
@@ -16,6 +17,8 @@ namespace {
 
 constexpr uint32_t kLargestSide = 4096;
 constexpr uint32_t kLargestImageSide = 16384;
+constexpr uint32_t kLargestRate = 1000;
+constexpr uint32_t kNominalRate = 30;
 // Filters take the later of two camera pixels where an output pixel lies just between them. This much, added to the
 // place, keeps rounding errors from giving the earlier one.
 constexpr double kTie = 1e-9;
@@ -39,6 +42,9 @@ const vysim_camera_options& checked(const vysim_camera_options& options) {
   } else if (options.depth_width != 0 || options.depth_height != 0) {
     refuse(fmt::format("a size of {} x {} is given for a depth image, but depth_mm is null", options.depth_width,
                        options.depth_height));
+  }
+  if (options.fps > kLargestRate) {
+    refuse(fmt::format("fps must be 0 to {} frames a second but is {}", kLargestRate, options.fps));
   }
   return options;
 }
@@ -106,18 +112,17 @@ FrameShape shapeOf(const vysim_stream& stream) {
 Camera::Camera(const Family& family, const vysim_camera_options& options)
     : family_(family),
       isClean_(checked(options).clean),
+      fps_(options.fps),
       calibration_(calibrationOf(family, options)),
       measurement_(family, calibration_),
       scene_(sceneOf(options)),
       device_(Ref<Device>::make(DeviceIds{family.shown.vid, family.shown.pids[0]})) {
-  for (size_t i = 0; i < family.shown.stream_count; ++i) {
-    streams_.push_back(makeStream(family.shown.streams[i], options));
-  }
+  for (size_t i = 0; i < family.shown.stream_count; ++i) addStream(family.shown.streams[i], options);
   connectStreams();
 }
 
-Camera::Stream Camera::makeStream(const vysim_stream& native, const vysim_camera_options& options) const {
-  Stream stream;
+void Camera::addStream(const vysim_stream& native, const vysim_camera_options& options) {
+  Stream& stream = streams_.emplace_back();
   stream.shown = native;
   if (options.width != 0) {
     stream.shown.width = options.width;
@@ -141,7 +146,6 @@ Camera::Stream Camera::makeStream(const vysim_stream& native, const vysim_camera
   const bool isDepth = native.sensor == VY_SENSOR_DEPTH;
   const auto streamType = static_cast<VYStreamType>(native.sensor);  // the numbers of sensors and streams agree
   stream.profile = std::make_shared<StreamProfile>(streamType, intrinsic, isDepth ? calibration_ : Calibration{});
-  return stream;
 }
 
 /// Tells every profile where the other sensors are. All sit side by side and look the same way.
@@ -165,21 +169,35 @@ Camera::Stream& Camera::streamOf(VYSensorType sensor) {
 }
 
 FrameRef Camera::nextFrame(VYSensorType sensor) {
-  const std::lock_guard<std::mutex> lock(mutex_);
   Stream& stream = streamOf(sensor);
-  const uint32_t number = stream.nextNumber++;
-  if (sensor == VY_SENSOR_COLOR) return makeColourFrame(stream, number);
-  if (sensor == VY_SENSOR_DEPTH) return makeDepthFrame(stream, number);
-  return makeInfraredFrame(stream, number);
+  const std::lock_guard<std::mutex> lock(stream.mutex);
+  const Moment moment = awaitMoment(stream);
+  if (sensor == VY_SENSOR_COLOR) return makeColourFrame(stream, moment);
+  if (sensor == VY_SENSOR_DEPTH) return makeDepthFrame(stream, moment);
+  return makeInfraredFrame(stream, moment);
 }
 
-FrameRef Camera::makeColourFrame(const Stream& stream, uint32_t number) {
-  FrameRef frame = makeFrame(shapeOf(stream.shown), stream.profile, number);
-  scene_->render(stream.view, number, {nullptr, nullptr, frame->data()});
+Moment Camera::awaitMoment(Stream& stream) {
+  constexpr uint64_t kSecond = 1000000;
+  if (fps_ != 0) {
+    std::call_once(isStarted_, [this] { start_ = Clock::now(); });
+    const auto passed = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start_).count();
+    const auto newest = static_cast<uint32_t>(static_cast<uint64_t>(passed) * fps_ / kSecond);
+    stream.nextNumber = std::max(stream.nextNumber, newest);
+  }
+  const uint32_t number = stream.nextNumber++;
+  const Moment moment{number, number * kSecond / (fps_ != 0 ? fps_ : kNominalRate)};
+  if (fps_ != 0) std::this_thread::sleep_until(start_ + std::chrono::microseconds(moment.microseconds));
+  return moment;
+}
+
+FrameRef Camera::makeColourFrame(const Stream& stream, Moment moment) {
+  FrameRef frame = makeFrame(shapeOf(stream.shown), stream.profile, moment);
+  scene_->render(stream.view, moment.number, {nullptr, nullptr, frame->data()});
   return frame;
 }
 
-FrameRef Camera::makeInfraredFrame(const Stream& stream, uint32_t number) {
+FrameRef Camera::makeInfraredFrame(Stream& stream, Moment moment) {
   // The projector sits between the lenses of a pair, or at the end of the baseline where there is only one lens.
   const double side = stream.shown.sensor == VY_SENSOR_IR_RIGHT ? -0.5 : stream.shown.sensor == VY_SENSOR_IR ? 1 : 0.5;
   InfraredSensor sensor;
@@ -187,31 +205,36 @@ FrameRef Camera::makeInfraredFrame(const Stream& stream, uint32_t number) {
   sensor.largest = static_cast<uint16_t>((1 << bitsOf(stream.shown.format)) - 1);
   sensor.isClean = isClean_;
   sensor.sensorCode = static_cast<uint32_t>(stream.shown.sensor);
-  pixels_.resize(static_cast<size_t>(stream.shown.width) * stream.shown.height);
-  makeInfraredPicture(*scene_, stream.view, number, sensor, pixels_.data(), brightness_);
+  std::vector<uint16_t>& pixels = stream.pixels;
+  pixels.resize(static_cast<size_t>(stream.shown.width) * stream.shown.height);
+  makeInfraredPicture(*scene_, stream.view, moment.number, sensor, pixels.data(), stream.brightness);
   if (family_.isInfraredMirrored) {
-    for (auto row = pixels_.begin(); row != pixels_.end(); row += stream.shown.width) {
+    for (auto row = pixels.begin(); row != pixels.end(); row += stream.shown.width) {
       std::reverse(row, row + stream.shown.width);
     }
   }
-  return encode(stream, number, pixel::BitOrder::msbFirst);
+  return encode(stream, moment, pixel::BitOrder::msbFirst);
 }
 
-FrameRef Camera::makeDepthFrame(const Stream& stream, uint32_t number) {
-  renderTruth(stream, number);
-  pixels_.resize(truth_.size());
-  measurement_.measure(truth_.data(), pixels_.data(), pixels_.size());
-  if (!isClean_) addFlaws(stream, number);
-  if (calibration_.rasterOffset != 0) {
-    std::vector<uint16_t> late(pixels_.size());
-    pixel::applyRasterOffset(pixels_.data(), late.data(), stream.shown.width, stream.shown.height,
-                             calibration_.rasterOffset);
-    pixels_.swap(late);
+FrameRef Camera::makeDepthFrame(Stream& stream, Moment moment) {
+  std::vector<uint16_t>& pixels = stream.pixels;
+  {
+    const std::lock_guard<std::mutex> lock(truthMutex_);
+    renderTruth(stream, moment.number);
+    pixels.resize(truth_.size());
+    measurement_.measure(truth_.data(), pixels.data(), pixels.size());
   }
-  return encode(stream, number, family_.bitOrder);
+  if (!isClean_) addFlaws(stream, moment.number);
+  if (calibration_.rasterOffset != 0) {
+    std::vector<uint16_t> late(pixels.size());
+    pixel::applyRasterOffset(pixels.data(), late.data(), stream.shown.width, stream.shown.height,
+                             calibration_.rasterOffset);
+    pixels.swap(late);
+  }
+  return encode(stream, moment, family_.bitOrder);
 }
 
-void Camera::addFlaws(const Stream& stream, uint32_t number) {
+void Camera::addFlaws(Stream& stream, uint32_t number) {
   const vysim_stream& native = nativeDepthStream(family_);
   const uint64_t nativeArea = uint64_t{native.width} * native.height;
   SensorNoise noise;
@@ -220,22 +243,22 @@ void Camera::addFlaws(const Stream& stream, uint32_t number) {
   noise.subPixelBits = calibration_.subPixelBits;
   // The noise filter's limit shrinks with the image as well.
   noise.largestSpeckle = std::min<uint32_t>(
-      family_.speckleSize, static_cast<uint32_t>(family_.speckleSize * uint64_t{pixels_.size()} / nativeArea));
+      family_.speckleSize, static_cast<uint32_t>(family_.speckleSize * uint64_t{stream.pixels.size()} / nativeArea));
   noise.speckleDifference = family_.speckleDifference;
-  addSensorNoise(pixels_.data(), stream.shown.width, stream.shown.height, number, noise);
+  addSensorNoise(stream.pixels.data(), stream.shown.width, stream.shown.height, number, noise);
 }
 
-FrameRef Camera::encode(const Stream& stream, uint32_t number, pixel::BitOrder order) const {
+FrameRef Camera::encode(const Stream& stream, Moment moment, pixel::BitOrder order) const {
   const FrameShape shape = shapeOf(stream.shown);
   if (shape.format == VY_FORMAT_RLE) {
-    const std::vector<uint8_t> bytes = pixel::compressRuns(pixels_.data(), pixels_.size());
-    FrameRef frame = makeFrame(shape, stream.profile, number, bytes.size());
+    const std::vector<uint8_t> bytes = pixel::compressRuns(stream.pixels.data(), stream.pixels.size());
+    FrameRef frame = makeFrame(shape, stream.profile, moment, bytes.size());
     std::memcpy(frame->data(), bytes.data(), bytes.size());
     return frame;
   }
-  FrameRef frame = makeFrame(shape, stream.profile, number);
+  FrameRef frame = makeFrame(shape, stream.profile, moment);
   if (shape.format == VY_FORMAT_Y10_MIPI) order = pixel::BitOrder::mipi;
-  store(pixels_, {bitsOf(shape.format), order}, *frame);
+  store(stream.pixels, {bitsOf(shape.format), order}, *frame);
   return frame;
 }
 
@@ -255,9 +278,9 @@ void Camera::truth(const Frame& frame, uint16_t* depthMm) {
                   fmt::format("the true depth is asked for a {} frame; it is known for frames of the depth sensor",
                               pixelTypeName(frame.shape().pixelType)));
   }
-  const std::lock_guard<std::mutex> lock(mutex_);
   const Stream& stream = streamOf(VY_SENSOR_DEPTH);
-  renderTruth(stream, frame.number());
+  const std::lock_guard<std::mutex> lock(truthMutex_);
+  renderTruth(stream, frame.moment().number);
   const PixelMap& map = frame.pixelMap();
   for (uint32_t y = 0; y < frame.height(); ++y) {
     for (uint32_t x = 0; x < frame.width(); ++x) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+#include <deque>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -23,7 +25,7 @@ class Camera {
 
   const Ref<Device>& device() const { return device_; }
 
-  /// The next frame of a sensor. Each sensor counts its frames from 0; equal numbers show the same moment.
+  /// The next frame of a sensor, see vysim_camera_next_frame().
   FrameRef nextFrame(VYSensorType sensor);
 
   /// The true depth at each pixel of a frame of the depth sensor.
@@ -32,40 +34,48 @@ class Camera {
   double toleranceMm(uint16_t depthMm) const { return measurement_.toleranceMm(depthMm); }
 
  private:
+  using Clock = std::chrono::steady_clock;
   struct Stream {
     vysim_stream shown;  ///< at the size that the options ask for
     View view;
     std::shared_ptr<StreamProfile> profile;
+
+    std::mutex mutex;  ///< for what follows
     uint32_t nextNumber = 0;
+    std::vector<uint16_t> pixels;
+    std::vector<uint8_t> brightness;
   };
 
-  Stream makeStream(const vysim_stream& native, const vysim_camera_options& options) const;
+  void addStream(const vysim_stream& native, const vysim_camera_options& options);
   void connectStreams();
   Stream& streamOf(VYSensorType sensor);
 
-  FrameRef makeColourFrame(const Stream& stream, uint32_t number);
-  FrameRef makeInfraredFrame(const Stream& stream, uint32_t number);
-  FrameRef makeDepthFrame(const Stream& stream, uint32_t number);
-  void addFlaws(const Stream& stream, uint32_t number);
-  /// Makes a frame of the pixels in `pixels_`, encoded as the stream demands.
-  FrameRef encode(const Stream& stream, uint32_t number, pixel::BitOrder order) const;
-  /// Fills `truth_` with the true depth, as far as the depth sensor can measure it.
+  /// Waits for the stream's next frame, if the camera has a rate.
+  Moment awaitMoment(Stream& stream);
+  FrameRef makeColourFrame(const Stream& stream, Moment moment);
+  FrameRef makeInfraredFrame(Stream& stream, Moment moment);
+  FrameRef makeDepthFrame(Stream& stream, Moment moment);
+  void addFlaws(Stream& stream, uint32_t number);
+  /// Makes a frame of the stream's pixels, encoded as the stream demands.
+  FrameRef encode(const Stream& stream, Moment moment, pixel::BitOrder order) const;
+  /// Fills `truth_` with the true depth, as far as the depth sensor can measure it. `truthMutex_` must be locked.
   void renderTruth(const Stream& depthStream, uint32_t number);
 
   const Family& family_;
   const bool isClean_;
+  const uint32_t fps_;  ///< 0 = no rate
   const Calibration calibration_;
   const Measurement measurement_;
   const std::unique_ptr<Scene> scene_;
   const Ref<Device> device_;
-  std::vector<Stream> streams_;
+  std::deque<Stream> streams_;  // not a vector, as locks cannot be moved
+  std::once_flag isStarted_;
+  Clock::time_point start_;  ///< of frame 0
 
-  std::mutex mutex_;  // for what follows and for the streams' numbers
+  std::mutex truthMutex_;  // for what follows; taken inside of a stream's
   std::vector<uint16_t> truth_;
   bool hasTruth_ = false;
   uint32_t truthNumber_ = 0;
-  std::vector<uint16_t> pixels_;
-  std::vector<uint8_t> brightness_;
 };
 
 }  // namespace tavrix

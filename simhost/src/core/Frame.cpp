@@ -16,17 +16,17 @@ PixelMap PixelMap::after(const PixelMap& step) const {
   return map;
 }
 
-Frame::Frame(const FrameShape& shape, size_t bytes, std::shared_ptr<StreamProfile> profile, uint32_t number)
-    : shape_(shape), number_(number), pixels_(bytes), profile_(std::move(profile)) {}
+Frame::Frame(const FrameShape& shape, size_t bytes, std::shared_ptr<StreamProfile> profile, Moment moment)
+    : shape_(shape), moment_(moment), pixels_(bytes), profile_(std::move(profile)) {}
 
-FrameRef makeFrame(const FrameShape& shape, std::shared_ptr<StreamProfile> profile, uint32_t number, size_t bytes) {
+FrameRef makeFrame(const FrameShape& shape, std::shared_ptr<StreamProfile> profile, Moment moment, size_t bytes) {
   const size_t needed = frameBytes(shape);
-  return FrameRef::make(shape, bytes == 0 ? needed : bytes, std::move(profile), number);
+  return FrameRef::make(shape, bytes == 0 ? needed : bytes, std::move(profile), moment);
 }
 
 FrameRef makeOutput(const Frame& input, const FrameShape& shape, size_t bytes) {
   // The output has a profile of its own, so that an intrinsic set there does not show on other frames.
-  FrameRef output = makeFrame(shape, std::make_shared<StreamProfile>(*input.profile()), input.number(), bytes);
+  FrameRef output = makeFrame(shape, std::make_shared<StreamProfile>(*input.profile()), input.moment(), bytes);
   output->setPixelMap(input.pixelMap());
   return output;
 }

@@ -28,6 +28,12 @@ struct FrameShape {
   VYPixelType pixelType = VY_PIXEL_DISPARITY;
 };
 
+/// When a camera took a frame. Frames without a camera have zeros.
+struct Moment {
+  uint32_t number = 0;        ///< of the frame in its stream
+  uint64_t microseconds = 0;  ///< since the camera's first frame
+};
+
 /// Bytes of a frame; 0 for a run-length compressed one, whose size varies. Throws Failure for a size out of range.
 size_t frameBytes(const FrameShape& shape);
 
@@ -46,12 +52,12 @@ class Frame {
   static constexpr Kind kKind = Kind::frame;
 
   /// The pixels are not set.
-  Frame(const FrameShape& shape, size_t bytes, std::shared_ptr<StreamProfile> profile, uint32_t number);
+  Frame(const FrameShape& shape, size_t bytes, std::shared_ptr<StreamProfile> profile, Moment moment);
 
   const FrameShape& shape() const { return shape_; }
   uint32_t width() const { return shape_.width; }
   uint32_t height() const { return shape_.height; }
-  uint32_t number() const { return number_; }
+  const Moment& moment() const { return moment_; }
   size_t size() const { return pixels_.size(); }
 
   uint8_t* data() { return pixels_.data(); }
@@ -66,7 +72,7 @@ class Frame {
 
  private:
   FrameShape shape_;
-  uint32_t number_;
+  Moment moment_;
   PixelBuffer pixels_;
   std::shared_ptr<StreamProfile> profile_;
   PixelMap pixelMap_;
@@ -76,9 +82,9 @@ using FrameRef = Ref<Frame>;
 using FrameLoan = Loan<Frame>;
 
 /// Makes a frame without setting its pixels. `bytes` 0 = as many as the shape needs.
-FrameRef makeFrame(const FrameShape& shape, std::shared_ptr<StreamProfile> profile, uint32_t number, size_t bytes = 0);
+FrameRef makeFrame(const FrameShape& shape, std::shared_ptr<StreamProfile> profile, Moment moment, size_t bytes = 0);
 
-/// Makes a frame for a filter's output, with the input's number and pixel map and a copy of its profile. The pixels are
+/// Makes a frame for a filter's output, with the input's moment and pixel map and a copy of its profile. The pixels are
 /// not set.
 FrameRef makeOutput(const Frame& input, const FrameShape& shape, size_t bytes = 0);
 
