@@ -219,8 +219,17 @@ TEST_F(Instrumentation, OrdersToFailStrikeInTheirTurn) {
   vysim_reset();
   EXPECT_EQ(width(), 6U);
 
-  // A call that fails by itself reports its own error. An error that nobody takes is dropped.
   ErrorSlot slot;
+  for (const vysim_fault fault : {VYSIM_FAULT_ERROR, VYSIM_FAULT_ERROR_WITH_RESULT}) {
+    vysim_fail_call("vy_create_frame_from_other_frame", 1, fault);
+    const Frame copy(vy_create_frame_from_other_frame(frame.get(), true, slot));
+    const Error injected = slot.take();
+    EXPECT_EQ(injected.message, "injected fault");
+    EXPECT_TRUE(injected.exceptionType == kInjected && injected.args.find("frame: frame#1") == 0);
+    EXPECT_EQ(copy != nullptr, fault == VYSIM_FAULT_ERROR_WITH_RESULT);
+  }
+
+  // A call that fails by itself reports its own error. An error that nobody takes is dropped.
   vysim_fail_call(self, 1, VYSIM_FAULT_ERROR_WITH_RESULT);
   vysim_fail_call(self, 2, VYSIM_FAULT_ERROR_WITH_RESULT);
   EXPECT_EQ(vy_video_frame_get_width(nullptr, slot), 0U);

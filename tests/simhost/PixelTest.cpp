@@ -1,4 +1,5 @@
-// The pixel functions of the simulated host, each against a slow and obvious way to the same result.
+// Pixel functions of the simulated host, each against a slow and obvious way to the same result. What the settings of a
+// filter show of them is in FilterSettingsTest.cpp.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -9,7 +10,6 @@
 #include <vector>
 
 #include "pixel/Correction.h"
-#include "pixel/Disparity.h"
 #include "pixel/Geometry.h"
 #include "pixel/Offset.h"
 #include "pixel/Packing.h"
@@ -220,33 +220,6 @@ TEST(Geometry, EveryPixelComesFromItsPlace) {
   }
 }
 
-TEST(Geometry, ResizeShowsThePixelUnderTheCentreAndEmptyBorders) {
-  struct Case {
-    uint32_t outputWidth, outputHeight;
-    double scale;
-    int left, top;
-    Image expected;  // of the input 1 2 3 / 4 5 6
-  };
-  const Case cases[] = {
-      {3, 2, 1, 0, 0, {1, 2, 3, 4, 5, 6}},
-      {6, 4, 2, 0, 0, {1, 1, 2, 2, 3, 3, 1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 4, 4, 5, 5, 6, 6}},
-      {5, 3, 1, 1, 1, {0, 0, 0, 0, 0, 0, 1, 2, 3, 0, 0, 4, 5, 6, 0}},
-      {2, 1, 1, -1, -1, {5, 6}},
-      {3, 2, 1, -1, 1, {0, 0, 0, 2, 3, 0}},
-      {2, 1, 0.5, 0, 0, {5, 0}},  // one whole pixel wide, the rest is border
-      {2, 2, 1, 5, 0, {0, 0, 0, 0}},
-      {4, 3, 1.5, 0, 0, {1, 2, 2, 3, 4, 5, 5, 6, 4, 5, 5, 6}},
-  };
-  const Image input = {1, 2, 3, 4, 5, 6};
-  ResizeScratch scratch;
-  for (const Case& c : cases) {
-    Image output(c.expected.size(), 0xFFFF);
-    resize(input.data(), 3, 2, output.data(), {c.outputWidth, c.outputHeight, c.scale, c.left, c.top}, scratch);
-    EXPECT_EQ(output, c.expected) << c.outputWidth << " x " << c.outputHeight << ", scale " << c.scale << ", borders "
-                                  << c.left << ", " << c.top;
-  }
-}
-
 // ---- Values ----
 
 TEST(RasterOffset, RepairUndoesTheFaultButForTheLostPixels) {
@@ -261,50 +234,6 @@ TEST(RasterOffset, RepairUndoesTheFaultButForTheLostPixels) {
     }
     EXPECT_EQ(raw, expectedRaw) << shift;
     EXPECT_EQ(repaired, expected) << shift;
-  }
-}
-
-TEST(DisparityTable, GivesDepthWithinTheLimits) {
-  DisparityParameters base;
-  base.focalLengthPx = 500;
-  base.baselineMm = 50;
-  base.subPixelBits = 2;  // 100000 mm at one raw step
-  base.maxDepthMm = 10000;
-  const auto with = [&](auto change) {
-    DisparityParameters parameters = base;
-    change(parameters);
-    return parameters;
-  };
-  struct Case {
-    DisparityParameters parameters;
-    uint16_t raw, depth;
-  };
-  const Case cases[] = {
-      {base, 0, 0},
-      {base, 10, 10000},
-      {base, 9, 0},  // 11111 mm: too far
-      {base, 16, 6250},
-      {base, 64, 1563},  // 1562.5: halves go up
-      {base, 65535, 2},
-      {with([](auto& p) { p.minDepthMm = 1563; }), 64, 1563},
-      {with([](auto& p) { p.minDepthMm = 1564; }), 64, 0},
-      {with([](auto& p) { p.keepFar = true; }), 9, 10000},
-      {with([](auto& p) { p.keepFar = true; }), 0, 0},
-      {with([](auto& p) { p.holeValue = 7; }), 9, 7},
-      {with([](auto& p) { p.minDisparity = 65; }), 64, 0},
-      {with([](auto& p) { p.disparityOffset = 6; }), 10, 6250},
-      {with([](auto& p) { p.disparityOffset = -10; }), 10, 0},
-      {with([](auto& p) { p.disparityOffset = 20; }), 0, 0},
-      {with([](auto& p) { p.unitMm = 0.5; }), 64, 3125},
-      {with([](auto& p) { p.unitMm = 0.1; }), 10, 0},  // 100000 steps are too many
-      {DisparityParameters{}, 10, 0},                  // what a table starts with, after others
-  };
-  DisparityTable table;
-  for (const Case& c : cases) {
-    table.update(c.parameters);
-    uint16_t depth = 0xFFFF;
-    table.apply(&c.raw, &depth, 1);
-    EXPECT_EQ(depth, c.depth) << "case " << &c - cases;
   }
 }
 
