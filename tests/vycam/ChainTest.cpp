@@ -23,6 +23,8 @@ TEST_F(ChainTest, CallsOfTheLibraryTellTheChain) {
       "vy_filter_enable(filter: Public#1, enable: true)",
       "vy_create_filter(name: \"Missing\")",  // the host has none of that name: no other call follows
       "vy_create_private_filter(name: \"InnerOne\")",
+      "vy_create_private_filter(name: \"Broken\")",
+      "vy_delete_filter(filter: Broken#1)",
       "vy_create_private_filter(name: \"InnerTwo\")",
       "vy_filter_get_name(filter: InnerTwo#1)",
       "vy_create_filter(name: \"Failed\")",

@@ -102,6 +102,9 @@ TEST(StreamTest, CamerasWithoutProductsOrChainsAreTold) {
   vysim_family family{};
   family.name = "Raven";
   EXPECT_EQ(refusal([&] { vycam::makeDevice(family); }), "the host knows no product of family Raven");
+  const vycam::Device corvid = vycam::makeDevice(vycam::parseFamily("Corvid"));
+  const vysim::DeviceInfo info(vycam::call("ask", vy_device_get_device_info, corvid.get()));
+  EXPECT_EQ(vycam::call("ask", vy_device_info_get_pid, info.get()), 0x414B) << "its first product";
   {
     const vycam::Library library("");
     const vycam::Device device(vysim_create_device(1, 2));

@@ -81,6 +81,18 @@ TEST_F(RecordTest, RefusesWhatCannotBe) {
   EXPECT_TRUE(fs::is_empty(folder_));
 }
 
+TEST_F(RecordTest, SaysSoWhereTheStandardOutputTakesNothing) {
+  makeRecording("a.mcap");
+  for (const char* arguments : {"--help", "--version", "show a.mcap", "show --calls a.mcap", "show --json a.mcap",
+                                "check a.mcap", "check --json a.mcap", "replay a.mcap"}) {
+    for (const char* output : {" >/dev/full", " >&-"}) {
+      const Outcome outcome = vyhost(std::string(arguments) + output);
+      EXPECT_EQ(outcome.exitCode, 2) << arguments << output;
+      EXPECT_EQ(outcome.err, "vyhost: cannot write to the standard output\n") << arguments << output;
+    }
+  }
+}
+
 TEST_F(RecordTest, LeavesTheRestOfTheEnvironmentAsItIs) {
   setenv("LD_LIBRARY_PATH", "/nowhere", 1);
   setenv("VYHOST_TEST", "a=b", 1);

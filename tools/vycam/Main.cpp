@@ -100,7 +100,8 @@ int fail(const std::string& text) {
 
 /// The exit code of a command that is done, once all that it printed is out.
 int finish() {
-  return std::fflush(stdout) == 0 ? 0 : fail("cannot write to the standard output");
+  std::fflush(stdout);
+  return std::ferror(stdout) == 0 ? 0 : fail({});
 }
 
 /// Parses the command line, then hands the library to the chosen command.

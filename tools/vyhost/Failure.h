@@ -5,6 +5,9 @@
 
 namespace vyhost {
 
+/// The program's exit code after wrong arguments, unreadable files, and whatever else keeps a command from its work.
+constexpr int kCannot = 2;
+
 /// Says in one line what was wrong and, where there is a choice, what would be right.
 class Failure : public std::runtime_error {
  public:

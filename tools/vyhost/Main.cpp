@@ -6,11 +6,9 @@
 
 #include "Commands.h"
 #include "Failure.h"
+#include "OutputFile.h"
 
 namespace {
-
-/// Wrong arguments, unreadable files, and whatever else keeps a command from doing its work.
-constexpr int kCannot = 2;
 
 int run(int argc, char** argv) {
   CLI::App program("Records, explains, replays and checks what passes between the frame processing library and a host.",
@@ -29,7 +27,7 @@ int run(int argc, char** argv) {
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) return program.exit(error);  // --help, --version
     fmt::print(stderr, "vyhost: {} (vyhost --help tells more)\n", error.what());
-    return kCannot;
+    return vyhost::kCannot;
   }
   return exitCode;
 }
@@ -37,12 +35,14 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  int exitCode = vyhost::kCannot;
   try {
-    return run(argc, argv);
+    exitCode = run(argc, argv);
   } catch (const vyhost::Failure& failure) {
     fmt::print(stderr, "vyhost: {}\n", failure.what());
   } catch (const std::exception& error) {
-    fmt::print(stderr, "vyhost: a fault of the program: {}\n", error.what());
+    // Where the standard output takes nothing, that is told below.
+    if (std::ferror(stdout) == 0) fmt::print(stderr, "vyhost: a fault of the program: {}\n", error.what());
   }
-  return kCannot;
+  return vyhost::endOutput(exitCode);
 }

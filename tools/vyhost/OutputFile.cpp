@@ -62,4 +62,11 @@ void writeFile(const std::string& path, std::string_view content) {
   fail();
 }
 
+int endOutput(int exitCode) {
+  std::fflush(stdout);
+  if (std::ferror(stdout) == 0) return exitCode;
+  fmt::print(stderr, "vyhost: cannot write to the standard output\n");
+  return kCannot;
+}
+
 }  // namespace vyhost

@@ -9,4 +9,8 @@ namespace vyhost {
 /// new. Throws Failure if that cannot be done, and leaves nothing behind then.
 void writeFile(const std::string& path, std::string_view content);
 
+/// The exit code of the program, once all that it has printed is out: the given one, or kCannot, which is told, where
+/// the standard output takes nothing.
+int endOutput(int exitCode);
+
 }  // namespace vyhost

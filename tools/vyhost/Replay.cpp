@@ -10,6 +10,8 @@
 #include <cstring>
 #include <thread>
 
+#include "OutputFile.h"
+
 namespace vyhost {
 namespace {
 
@@ -167,8 +169,7 @@ void Replay::finish(int exitCode) const {
   } else {
     fmt::print("not replayed after that; --all goes on\n");
   }
-  std::fflush(stdout);
-  std::_Exit(exitCode);
+  std::_Exit(endOutput(exitCode));
 }
 
 }  // namespace vyhost
