@@ -238,19 +238,18 @@ def sources_below(folders):
     return sorted(name for name in names if name.endswith((".cpp", ".h")) and folder_of(name) and (PROJECT / name).is_file())
 
 
-def read_sources(tree, build, function, rows):
-    return getattr(generator.Sources(tree, build), function)(*rows)
+def read_unit(tree, build, unit):
+    return generator.Sources(tree, build).mutants_of_unit(unit)
 
 
 def generate(worker, names, jobs):
     worker.configure("plain")
-    demand(["ninja", "-C", worker.root / "plain", "vy_commit_hash"], "generating headers")
-    sources = generator.Sources(worker.tree, worker.root / "plain")
+    place = worker.tree, worker.root / "plain"
+    demand(["ninja", "-C", place[1], "vy_commit_hash"], "generating headers")
     with ProcessPoolExecutor(jobs) as pool:
-        def spread(function, rows):
-            calls = [pool.submit(read_sources, worker.tree, worker.root / "plain", function.__name__, row) for row in rows]
-            return [call.result() for call in calls]
-        return generator.mutants_of(sources, names, spread)
+        def read(units):
+            return [call.result() for call in [pool.submit(read_unit, *place, unit) for unit in units]]
+        return generator.mutants_of(generator.Sources(*place), names, read)
 
 
 def shuffled(mutants, seed):
