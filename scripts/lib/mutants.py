@@ -4,9 +4,11 @@
 mutants.py --self-test  -> shows on a small text that each operator makes the mutants it should; fails when one does not
 """
 import collections
+import hashlib
 import json
 import os
 import pathlib
+import pickle
 import re
 import shlex
 import subprocess
@@ -323,14 +325,17 @@ class Sources:
     """The translation units of a configured build, of a tree of the project's sources."""
 
     def __init__(self, tree, build):
-        self.tree = pathlib.Path(tree).resolve()
+        self.tree, self.build = pathlib.Path(tree).resolve(), pathlib.Path(build)
         self.commands = {}  # a source may be compiled for several targets: the first counts
-        for entry in json.loads((pathlib.Path(build) / "compile_commands.json").read_text(encoding="utf-8")):
+        for entry in json.loads((self.build / "compile_commands.json").read_text(encoding="utf-8")):
             path = pathlib.Path(entry["file"])
             if self.tree in path.parents:
                 self.commands.setdefault(path.relative_to(self.tree).as_posix(), entry)
         clang = subprocess.run(["clang-14", "-print-resource-dir"], capture_output=True, text=True, check=True)
         self.resource_dir = clang.stdout.strip()
+        # What every unit may depend on: this program and the headers.
+        headers = sorted(path for path in self.tree.rglob("*") if path.suffix in (".h", ".hpp"))
+        self.common = b"".join(path.read_bytes() for path in [pathlib.Path(__file__), *headers])
 
     def units_for(self, name):
         """The units to look for a file in, the likeliest first."""
@@ -363,38 +368,47 @@ class Sources:
             raise SystemExit(f"mutate: {unit}: cannot be parsed: {wrong[0]}")
         return parsed
 
-    def mutants_of_unit(self, unit, wanted):
-        """{file: its mutants} for those wanted files that the unit consists of."""
+    def mutants_of_unit(self, unit):
+        """{file: its mutants} for those files of the tree that the unit consists of. Parsing is slow: kept in the build."""
+        key = hashlib.sha256(self.common + self.commands[unit]["command"].encode() + (self.tree / unit).read_bytes())
+        kept = self.build / "mutants" / key.hexdigest()
+        if not kept.is_file():
+            found = self.walk(unit)
+            kept.parent.mkdir(exist_ok=True)
+            new = kept.with_suffix(f".{os.getpid()}")
+            new.write_bytes(pickle.dumps(found))
+            new.rename(kept)
+            return found
+        return pickle.loads(kept.read_bytes())
+
+    def walk(self, unit):
+        files = {}  # path as Clang tells it -> its mutants; None for files outside of the tree
+
+        def file_of(path):
+            if path not in files:
+                resolved = pathlib.Path(path).resolve()
+                is_inside = self.tree in resolved.parents
+                files[path] = FileMutants(resolved.relative_to(self.tree).as_posix(), resolved.read_bytes()) if is_inside else None
+            return files[path]
         parsed = self.parse(unit)
-        files = {}
-        for path in {str(self.tree / unit), *(each.include.name for each in parsed.get_includes())}:
-            path = pathlib.Path(path).resolve()
-            if self.tree in path.parents and path.relative_to(self.tree).as_posix() in wanted:
-                name = path.relative_to(self.tree).as_posix()
-                files[name] = FileMutants(name, path.read_bytes())
-        by_location = {}
+        for include in parsed.get_includes():
+            file_of(include.include.name)
         for node in parsed.cursor.get_children():
-            if node.location.file is None:
-                continue
-            where = node.location.file.name
-            if where not in by_location:
-                path = pathlib.Path(where).resolve()
-                by_location[where] = files.get(path.relative_to(self.tree).as_posix()) if self.tree in path.parents else None
-            if by_location[where] is not None:
-                by_location[where].visit(node, [])
-        return {name: list(found.numbered()) for name, found in files.items()}
+            if node.location.file is not None and file_of(node.location.file.name):
+                file_of(node.location.file.name).visit(node, [])
+        return {each.name: list(each.numbered()) for each in files.values() if each}
 
 
-def mutants_of(sources, names, pool):
-    """The mutants of the named files, ordered by file and place. `pool` maps a function over rows of arguments."""
+def mutants_of(sources, names, read):
+    """The mutants of the named files, ordered by file and place. `read` reads several units."""
     found = {}
     for likeliest in (True, False):
         missing = set(names) - set(found)
         units = {unit for name in missing for unit in sources.units_for(name)[:1 if likeliest else None]}
-        for result in pool(sources.mutants_of_unit, [(unit, missing) for unit in sorted(units)]):
+        for result in read(sorted(units)):
             for name, mutants in result.items():
                 found.setdefault(name, mutants)
-    return [mutant for name in sorted(found) for mutant in found[name]]
+    return [mutant for name in sorted(set(names) & set(found)) for mutant in found[name]]
 
 
 # ---- The check of this program ---------------------------------------------------------------------------------------
@@ -470,7 +484,8 @@ def self_test():
         (tree / "src" / "Sample.cpp").write_text(SAMPLE, encoding="utf-8")
         command = {"directory": folder, "file": str(tree / "src" / "Sample.cpp"), "command": "clang++ -std=c++17"}
         (tree / "compile_commands.json").write_text(json.dumps([command]), encoding="utf-8")
-        mutants = mutants_of(Sources(tree, tree), ["src/Sample.cpp"], lambda function, rows: [function(*row) for row in rows])
+        sources = Sources(tree, tree)
+        mutants = mutants_of(sources, ["src/Sample.cpp"], lambda units: map(sources.mutants_of_unit, units))
     made = {(each.operator, each.was, each.becomes) for each in mutants}
     for kind, ones in (("missing", EXPECTED - made), ("not expected", made - EXPECTED)):
         for operator, was, becomes in sorted(ones):

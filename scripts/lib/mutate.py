@@ -6,7 +6,9 @@ has its own; only what the fault changes is built again, and the tests end at th
 """
 import argparse
 import collections
+import fcntl
 import hashlib
+import itertools
 import json
 import os
 import pathlib
@@ -46,8 +48,9 @@ BUILDS = {
                     {"TSAN_OPTIONS": "halt_on_error=1"}, True),
 }
 
-# The test programs that can reach a folder, by build. They run in the order of the time they take without a fault. What
-# `plain` does not catch is tried with `address`; locks and memory orders are tried with `thread` where that has programs.
+# The test programs that can reach a folder, by build. They run in the order of the time they take without a fault. Locks
+# and memory orders are tried with `thread` where that has programs, all else with `plain`, and what that does not catch
+# with `address`.
 PROGRAMS = {
     "src": {
         "plain": ["vyfp_object_tests", "vyfp_library_tests", "vyfp_allocation_sweep_tests", "vyfp_fault_sweep_tests",
@@ -80,7 +83,10 @@ def folder_of(file):
 
 
 def git(*arguments):
-    return subprocess.run(["git", "-C", PROJECT, *arguments], capture_output=True, text=True, check=True).stdout
+    result = subprocess.run(["git", "-C", PROJECT, *arguments], capture_output=True, text=True, check=False)
+    if result.returncode != 0:
+        sys.exit(f"mutate: git {arguments[0]}: {result.stderr.strip()}")
+    return result.stdout
 
 
 def run(command, timeout=None, **options):
@@ -184,32 +190,23 @@ class Worker:
     def judge(self, build, programs):
         """The outcome of the fault that is in the tree now, and the test that catches it."""
         times = self.built[build]
-        # Objects that are unlike any other are of no use to a later build.
-        if self.build(build, programs, CCACHE_READONLY="1")[0] != 0:
-            return "stillborn", ""
         for program in sorted(programs, key=times.get):
+            # Objects that are unlike any other are of no use to a later build: not kept.
+            if self.build(build, [program], CCACHE_READONLY="1")[0] != 0:
+                return "stillborn", ""
             failure = self.test(build, program, 10 + 8 * times[program])
             if failure:
                 return "caught", failure
         return "survived", ""
 
-    def attempt(self, mutant):
-        programs = PROGRAMS[folder_of(mutant.file)]
-        builds = ["thread"] if mutant.operator in THREADED and "thread" in programs else \
-            [build for build in ("plain", "address") if build in programs]
-        outcome, catcher = "survived", ""
-        for build in builds:
-            if outcome != "survived":
-                break
-            self.prepare(build, programs[build])
-            path = self.tree / mutant.file
-            original = path.read_bytes()
-            path.write_bytes(apply(mutant, original))
-            try:
-                outcome, catcher = self.judge(build, programs[build])
-            finally:
-                path.write_bytes(original)
-        return outcome, catcher
+    def attempt(self, build, mutant):
+        path = self.tree / mutant.file
+        original = path.read_bytes()
+        path.write_bytes(apply(mutant, original))
+        try:
+            return self.judge(build, PROGRAMS[folder_of(mutant.file)][build])
+        finally:
+            path.write_bytes(original)
 
 
 def apply(mutant, text):
@@ -238,19 +235,18 @@ def sources_below(folders):
     return sorted(name for name in names if name.endswith((".cpp", ".h")) and folder_of(name) and (PROJECT / name).is_file())
 
 
-def read_sources(tree, build, function, rows):
-    return getattr(generator.Sources(tree, build), function)(*rows)
+def read_unit(tree, build, unit):
+    return generator.Sources(tree, build).mutants_of_unit(unit)
 
 
 def generate(worker, names, jobs):
     worker.configure("plain")
-    demand(["ninja", "-C", worker.root / "plain", "vy_commit_hash"], "generating headers")
-    sources = generator.Sources(worker.tree, worker.root / "plain")
+    place = worker.tree, worker.root / "plain"
+    demand(["ninja", "-C", place[1], "vy_commit_hash"], "generating headers")
     with ProcessPoolExecutor(jobs) as pool:
-        def spread(function, rows):
-            calls = [pool.submit(read_sources, worker.tree, worker.root / "plain", function.__name__, row) for row in rows]
-            return [call.result() for call in calls]
-        return generator.mutants_of(sources, names, spread)
+        def read(units):
+            return [call.result() for call in [pool.submit(read_unit, *place, unit) for unit in units]]
+        return generator.mutants_of(generator.Sources(*place), names, read)
 
 
 def shuffled(mutants, seed):
@@ -289,9 +285,15 @@ def title(mutant):
 # ---- Trying ---------------------------------------------------------------------------------------------------------
 
 
-def try_all(workers, mutants, deadline):
-    """[(mutant, outcome, catcher)] of those that there was time for."""
-    waiting, results, broken = queue.Queue(), [], []
+def try_all(workers, build, mutants, deadline, results):
+    """Tries the mutants that there is time for; results: {mutant: (outcome, what catches it)}."""
+    if not mutants:
+        return
+    wanted = sorted({program for mutant in mutants for program in PROGRAMS[folder_of(mutant.file)][build]})
+    for worker in workers:  # one behind the other: the second finds in ccache what the first has compiled
+        say(f"== {build}: building and testing without a fault")
+        worker.prepare(build, wanted)
+    waiting, broken = queue.Queue(), []
     for mutant in mutants:
         waiting.put(mutant)
 
@@ -299,10 +301,9 @@ def try_all(workers, mutants, deadline):
         try:
             while not broken and time.monotonic() < deadline:
                 mutant = waiting.get_nowait()
-                outcome, catcher = worker.attempt(mutant)
-                results.append((mutant, outcome, catcher))
-                mark = f": {catcher}" if catcher else ""
-                say(f"{len(results)}/{len(mutants)} {outcome}{mark}\n  {title(mutant)}")
+                outcome, catcher = worker.attempt(build, mutant)
+                results[mutant] = outcome, catcher
+                say(f"{build}, {waiting.qsize()} wait: {outcome}{': ' * bool(catcher)}{catcher}\n  {title(mutant)}")
                 write_results(results)
         except queue.Empty:
             pass
@@ -315,20 +316,20 @@ def try_all(workers, mutants, deadline):
         thread.join()
     if broken:
         raise broken[0]
-    return results
 
 
 def write_results(results):
-    rows = [{**mutant._asdict(), "edits": None, "outcome": outcome, "by": catcher} for mutant, outcome, catcher in list(results)]
-    (WORK / "results.json.new").write_text(json.dumps(rows, indent=1, ensure_ascii=False), encoding="utf-8")
-    (WORK / "results.json.new").rename(WORK / "results.json")
+    with say_lock:
+        rows = [{**mutant._asdict(), "edits": None, "outcome": outcome, "by": catcher}
+                for mutant, (outcome, catcher) in results.copy().items()]
+        (WORK / "results.json").write_text(json.dumps(rows, indent=1, ensure_ascii=False), encoding="utf-8")
 
 
 def report(results, equivalents):
     """Prints survivors and figures; returns the survivors and those that are wrongly said to be equivalent."""
     counts = {folder: collections.Counter() for folder in PROGRAMS}
     survivors, wrong = [], []
-    for mutant, outcome, catcher in sorted(results, key=lambda row: (row[0].file, row[0].line)):
+    for mutant, (outcome, catcher) in sorted(results.items(), key=lambda row: (row[0].file, row[0].line)):
         listed = generator.identity(mutant) in equivalents
         if listed and outcome == "caught":
             wrong.append((mutant, catcher))
@@ -352,68 +353,97 @@ def report(results, equivalents):
 
 
 def read_arguments():
-    parser = argparse.ArgumentParser(prog="scripts/mutate", description=__doc__.partition("\n\n")[0], epilog="Without "
-                                     "--all, --sample and --only: faults on the lines that changed since a commit.")
+    parser = argparse.ArgumentParser(
+        prog="scripts/mutate", description=__doc__.partition("\n\n")[0],
+        epilog="Without --all, --sample, --only and --since: faults on the lines that the last ten commits changed, for five "
+        "minutes.")
     what = parser.add_mutually_exclusive_group()
     what.add_argument("--all", action="store_true", help="every fault")
     what.add_argument("--sample", type=int, metavar="N", help="N faults of each folder")
-    parser.add_argument("--only", metavar="TEXT", help="those whose file, function or text contains TEXT")
-    parser.add_argument("--since", metavar="REV", help="the commit that lines must differ from (the tenth last one)")
-    parser.add_argument("--minutes", type=float, help="end after that time (5 for changed lines, else no end)")
+    parser.add_argument("--only", metavar="TEXT", help="those whose file contains TEXT; if no file does, function or text")
+    parser.add_argument("--since", metavar="REV", help="those on lines that differ from a commit")
+    parser.add_argument("--minutes", type=float, help="begin none after that time")
     parser.add_argument("--seed", default="1", help="selects and orders the faults (1)")
     parser.add_argument("--jobs", type=int, default=os.cpu_count(), help="workers (one for each processor)")
     parser.add_argument("--list", action="store_true", help="only print the faults")
     arguments = parser.parse_args()
-    if arguments.jobs < 1 or (arguments.sample or 1) < 1 or (arguments.minutes is not None and arguments.minutes <= 0):
+    if not (arguments.all or arguments.sample or arguments.only or arguments.since):
+        arguments.since = git("rev-list", "--first-parent", "--max-count=11", "HEAD").split()[-1]
+        arguments.minutes = arguments.minutes or 5
+    arguments.minutes = float("inf") if arguments.minutes is None else arguments.minutes
+    if arguments.jobs < 1 or arguments.minutes <= 0 or (arguments.sample is not None and arguments.sample < 1):
         parser.error("--jobs, --sample and --minutes take numbers above zero")
     return arguments
+
+
+def choose(arguments, worker):
+    """The mutants to try in their order, and the entries of the list that are none any more."""
+    lines, names = None, sources_below(PROGRAMS)
+    if arguments.since:
+        lines = changed_lines(arguments.since)
+        names = [name for name in names if name in lines]
+        say(f"== lines changed since {git('log', '-1', '--format=%h %s', arguments.since).strip()}: {len(names)} files")
+    if arguments.only and any(arguments.only in name for name in names):
+        names = [name for name in names if arguments.only in name]
+    made = generate(worker, names, arguments.jobs)
+    equivalents = read_equivalents()
+    known = set(map(generator.identity, made))
+    stale = [key for key in equivalents if key not in known and (key[0] in names or not (PROJECT / key[0]).is_file())]
+
+    def is_wanted(mutant):
+        key = generator.identity(mutant)
+        if lines is not None and mutant.line not in lines[mutant.file]:
+            return False
+        # Whether what is listed is caught after all is a question for the long runs.
+        if key in equivalents and not (arguments.all or arguments.only):
+            return False
+        return not arguments.only or arguments.only in "\n".join(map(str, key))
+    chosen = shuffled(filter(is_wanted, made), arguments.seed)
+    if arguments.sample:
+        firsts = [[mutant for mutant in chosen if folder_of(mutant.file) == folder][:arguments.sample] for folder in PROGRAMS]
+        chosen = shuffled(itertools.chain(*firsts), arguments.seed)
+    return chosen, equivalents, stale
+
+
+def try_by_build(workers, chosen, deadline):
+    results = {}
+
+    def of_build(build, mutants):
+        for mutant in mutants:
+            builds = PROGRAMS[folder_of(mutant.file)]
+            is_threaded = mutant.operator in THREADED and "thread" in builds
+            if build in builds and is_threaded == (build == "thread"):
+                yield mutant
+    for build in ("thread", "plain"):
+        try_all(workers, build, list(of_build(build, chosen)), deadline, results)
+    survived = [mutant for mutant, (outcome, _) in results.items() if outcome == "survived"]
+    try_all(workers, "address", list(of_build("address", survived)), float("inf"), results)
+    return results
 
 
 def main():
     arguments = read_arguments()
     begin = time.monotonic()
-    is_by_lines = not (arguments.all or arguments.sample or arguments.only)
-    minutes = arguments.minutes or (5 if is_by_lines else None)
-    deadline = begin + 60 * minutes if minutes else float("inf")
-    if is_by_lines or arguments.since:
-        oldest = git("rev-list", "--first-parent", "--max-count=11", "HEAD").split()[-1]
-        since = arguments.since or oldest
-        lines = changed_lines(since)
-        names = [name for name in sources_below(PROGRAMS) if name in lines]
-        say(f"== lines changed since {git('log', '-1', '--format=%h %s', since).strip()}: {len(names)} files")
-    else:
-        lines, names = None, sources_below(PROGRAMS)
-    if arguments.only and any(arguments.only in name for name in names):
-        names = [name for name in names if arguments.only in name]
+    WORK.mkdir(parents=True, exist_ok=True)
+    with (WORK / "lock").open("w") as lock:
+        try:
+            fcntl.flock(lock, fcntl.LOCK_EX | fcntl.LOCK_NB)
+        except BlockingIOError:
+            sys.exit("mutate: another run works in build/mutate: wait for its end")
+        return try_and_report(arguments, begin)
 
+
+def try_and_report(arguments, begin):
     workers = [Worker(0)]
-    made = generate(workers[0], names, arguments.jobs)
-    equivalents = read_equivalents()
-    known = set(map(generator.identity, made))
-    stale = [key for key in equivalents if key not in known and (key[0] in names or not (PROJECT / key[0]).is_file())]
-    chosen = [mutant for mutant in made if (lines is None or mutant.line in lines[mutant.file]) and
-              (not arguments.only or arguments.only in "\n".join(map(str, generator.identity(mutant))))]
-    if not (arguments.all or arguments.only):  # is the reason still true? The long runs find out
-        chosen = [mutant for mutant in chosen if generator.identity(mutant) not in equivalents]
-    chosen = shuffled(chosen, arguments.seed)
-    if arguments.sample:
-        of_folder = collections.Counter()
-        chosen = [mutant for mutant in chosen
-                  if of_folder.update([folder_of(mutant.file)]) or of_folder[folder_of(mutant.file)] <= arguments.sample]
+    chosen, equivalents, stale = choose(arguments, workers[0])
+    say(f"== {len(chosen)} faults, seed {arguments.seed}")
+    survivors, wrong = [], []
     if arguments.list:
         for mutant in sorted(chosen, key=lambda mutant: (mutant.file, mutant.line)):
             print(title(mutant))
-    say(f"== {len(chosen)} faults, seed {arguments.seed}")
-
-    survivors, wrong = [], []
-    if chosen and not arguments.list:
+    elif chosen:
         workers += [Worker(number) for number in range(1, arguments.jobs)]
-        wanted = sorted({program for mutant in chosen for program in PROGRAMS[folder_of(mutant.file)]["plain"]})
-        for worker in workers:  # one behind the other: the second finds in ccache what the first has compiled
-            say(f"== building and testing without a fault ({time.monotonic() - begin:.0f} s)")
-            worker.prepare("plain", wanted)
-        say(f"== trying ({time.monotonic() - begin:.0f} s)")
-        results = try_all(workers, chosen, deadline)
+        results = try_by_build(workers, chosen, begin + 60 * arguments.minutes)
         survivors, wrong = report(results, equivalents)
         if len(results) < len(chosen):
             print(f"{len(chosen) - len(results)} faults were not tried: the time was over")
