@@ -6,16 +6,18 @@
 
 namespace {
 
-class LocaleTest : public HostTest {
-  const CommaLocale locale_;
-};
+class LocaleTest : public HostTest {};
 
 TEST_F(LocaleTest, TheScaleKeepsItsPoint) {
-  const ResizeArguments arguments(1, 2, 1234.5F, 3, 4, 5, 6);
-  EXPECT_STREQ(arguments.texts()[2], "1234.500000000");
+  for (const char* const name : {"de_DE", "ps_AF"}) {  // the separator of the latter has two bytes
+    const CommaLocale locale(name);
+    const ResizeArguments arguments(1, 2, 1234.5F, 3, 4, 5, 6);
+    EXPECT_STREQ(arguments.texts()[2], "1234.500000000") << name;
+  }
 }
 
 TEST_F(LocaleTest, SchemaNumbersFollowTheLocale) {
+  const CommaLocale locale;
   const auto kFloat = VY_FILTER_CONFIG_VALUE_TYPE_FLOAT;
   // Whole, fractional and large numbers are written by different code.
   const VYFilterConfigSchemaItem items[] = {{"limit", kFloat, 2, 0.25, 3e7, -0.5, "Limit"}};

@@ -53,10 +53,10 @@ BUILDS = {
 # with `address`.
 PROGRAMS = {
     "src": {
-        "plain": ["vyfp_object_tests", "vyfp_library_tests", "vyfp_allocation_sweep_tests", "vyfp_fault_sweep_tests",
-                  "vyfp_thread_tests"],
+        "plain": ["vyfp_object_tests", "vyfp_library_tests", "vyfp_thread_order_tests", "vyfp_allocation_sweep_tests",
+                  "vyfp_fault_sweep_tests", "vyfp_thread_tests"],
         "address": ["vyfp_object_tests", "vyfp_library_tests"],
-        "thread": ["vyfp_thread_tests"],
+        "thread": ["vyfp_thread_order_tests", "vyfp_thread_tests"],
     },
     "simhost/src": {
         "plain": ["simhost_tests", "vyfp_library_tests", "vyfp_end_to_end_tests"],
