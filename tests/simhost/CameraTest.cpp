@@ -354,7 +354,9 @@ TEST_F(Cameras, RefuseSenselessOptionsAndFrames) {
 }
 
 TEST_F(Cameras, RefuseHandlesThatAreNone) {
-  vysim_camera* const dead = openCamera("Talon", 8, 8).get();
+  Camera closed = openCamera("Talon", 8, 8);
+  vysim_camera* const dead = closed.get();
+  closed.reset();
   auto* const wrong = reinterpret_cast<vysim_camera*>(call(vysim_camera_get_device, openCamera("Talon", 8, 8).get()));
   const Frame frame = makeFrame();
   uint16_t depth = 0;
