@@ -40,8 +40,9 @@ Frame wordsOf(const Family& family, const Frame& raw) {
 }
 
 Image depthsOf(const Family& family, const Frame& words) {
-  if (family.baseline == 0) return pixelsOf(words);
-  return pixelsOf(process(makeFilter("HardwareD2DCorrectionFilter"), process(makeFilter("DisparityTransform"), words)));
+  const Filter toDepth = makeFilter(family.baseline != 0 ? "DisparityTransform" : "DepthResize");
+  const Filter correction = makeFilter("HardwareD2DCorrectionFilter");
+  return pixelsOf(process(correction, process(toDepth, words)));
 }
 
 // A scene with every depth from 0 on shows the whole way from millimetres to raw values and back.
@@ -353,7 +354,9 @@ TEST_F(Cameras, RefuseSenselessOptionsAndFrames) {
 }
 
 TEST_F(Cameras, RefuseHandlesThatAreNone) {
-  vysim_camera* const dead = openCamera("Talon", 8, 8).get();
+  Camera closed = openCamera("Talon", 8, 8);
+  vysim_camera* const dead = closed.get();
+  closed.reset();
   auto* const wrong = reinterpret_cast<vysim_camera*>(call(vysim_camera_get_device, openCamera("Talon", 8, 8).get()));
   const Frame frame = makeFrame();
   uint16_t depth = 0;

@@ -91,6 +91,18 @@ TEST_F(Pictures, ShadeSlopes) {
   }
 }
 
+// A step of 20 mm in the middle of six pixels, across and down: only its slope is brighter or darker.
+TEST_F(Pictures, ShadeASlopeWhereItIs) {
+  const Image row = {2000, 2000, 2010, 2020, 2020, 2020};
+  Image across = row, down;
+  across.insert(across.end(), row.begin(), row.end());
+  for (const uint16_t depth : row) down.insert(down.end(), 2, depth);
+  const Image acrossLight = lightOf(nextFrame(openCamera("Ostrel", 6, 2, across, 6), VY_SENSOR_IR));
+  const Image downLight = lightOf(nextFrame(openCamera("Ostrel", 2, 6, down, 2), VY_SENSOR_IR));
+  EXPECT_EQ(acrossLight, (Image{143, 174, 179, 173, 143, 143, 143, 174, 179, 173, 143, 143}));
+  EXPECT_EQ(downLight, (Image{143, 143, 105, 105, 98, 98, 105, 105, 143, 143, 143, 143}));
+}
+
 // The projector's dots lie where it throws them: their disparity is that of the wall.
 TEST_F(Pictures, SeeTheSameDotsFromEachLens) {
   constexpr size_t kWidth = 1280;  // 910 px * 40 mm / 1300 mm = 28 px

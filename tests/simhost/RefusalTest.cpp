@@ -32,7 +32,8 @@ TEST(RefusalTest, HandlesPointersAndIndicesCountButNoValues) {
   const Frame frame(call(vysim_create_frame, 4U, 2U, VY_FORMAT_Y12, VY_PIXEL_DISPARITY));
   const SchemaList list(call(vy_filter_get_config_schema_list, filter.get()));
   vy_filter_t* const filterHandle = filter.get();
-  auto* const dead = Filter(call(vy_create_filter, "FrameFlip")).get();
+  vy_filter_t* const dead = call(vy_create_filter, "FrameFlip");
+  call(vy_delete_filter, dead);
   vy_error* const deadError = vy_create_error(1, "", "", "", 1);
   vy_delete_error(deadError);
   int notAnObject[64] = {};
