@@ -307,6 +307,12 @@ def check_file_names():
                 yield f"{document}: there is no file {found}"
 
 
+def sources_of(script):
+    """The text of a script, and of the Python program that it stands before."""
+    program = "scripts/lib/" + script.rsplit("/", 1)[1] + ".py"
+    return read(script) + (read(program) if (PROJECT / program).is_file() else "")
+
+
 def check_options(build):
     """Options of scripts and of vycam, as the documents show them."""
     @functools.lru_cache(maxsize=None)
@@ -317,7 +323,7 @@ def check_options(build):
         text = read(document)
         for script, options in re.findall(r"(?<![\w/])(scripts/[\w-]+)((?: +(?:--?[\w-]+|[\w/.]+))*)", text):
             for option in re.findall(r"--[a-z][\w-]*", options):
-                if (PROJECT / script).is_file() and option not in read(script):
+                if (PROJECT / script).is_file() and option not in sources_of(script):
                     yield f"{document}: {script} knows no {option}"
         for command, options in re.findall(r"(?<![\w-])vycam (families|schema|run|gallery)([^`\n#]*)", text):
             for option in re.findall(r"--[a-z][\w-]*", options):
