@@ -1,4 +1,5 @@
 // Frames, their profiles and bytes, and the memory behind handles.
+#include <functional>
 #include <thread>
 #include <tuple>
 
@@ -132,46 +133,70 @@ TEST_F(Objects, HandlesServeAgainAfter256Deaths) {
   EXPECT_STREQ(vysim_kind_name(VYSIM_KIND_COUNT), "unknown");
 }
 
-// The thread sanitizer's build finds each lock that is missing here.
+// The thread sanitizer's build finds a lock that is missing here. Each kind of work has the threads for itself, as the
+// locks of other calls would put its own calls in order.
 TEST_F(Objects, AreSharedBetweenThreads) {
   const Camera camera = openCamera("Pellan", 16, 8, false);
   const Frame frame = nextFrame(camera);
   const StreamProfile profile(call(vy_frame_get_stream_profile, frame.get()));
+  vy_stream_profile_t* const shared = profile.get();
   const vysim_filter_definition definition{"Passing", nullptr, false, nullptr, 0, nullptr, nullptr};
+  call(vysim_define_filter, &definition);
   constexpr int kThreads = 3, kRounds = 100;
-  vysim_record_start();
-  vysim_count_calls(true);
-  vysim_timing_start();
-  std::vector<std::thread> threads;
-  for (int i = 0; i < kThreads; ++i) {
-    threads.emplace_back([&] {
-      for (int round = 0; round < kRounds; ++round) {
-        truthOf(camera, nextFrame(camera));
-        nextFrame(camera, VY_SENSOR_IR_LEFT);
+  const Filter filters[kThreads] = {makeFilter("Passing"), makeFilter("Passing"), makeFilter("Passing")};
+  const std::function<void(int)> works[] = {
+      [&](int) { truthOf(camera, nextFrame(camera)), nextFrame(camera, VY_SENSOR_IR_LEFT); },
+      [&](int) {
+        call(vy_video_stream_profile_set_intrinsic, shared, VYCameraIntrinsic{});
         Frame(call(vy_create_frame_from_other_frame, frame.get(), true));
-        call(vy_video_stream_profile_set_intrinsic, profile.get(),
-             call(vy_video_stream_profile_get_intrinsic, profile.get()));
-        call(vy_video_stream_profile_set_distortion, profile.get(), call(vysim_profile_get_distortion, profile.get()));
-        call(vy_stream_profile_set_extrinsic_to_type, profile.get(), VY_STREAM_IR,
-             call(vysim_profile_get_extrinsic, profile.get(), VY_STREAM_COLOR));
-        call(vysim_define_filter, &definition);
-        process(makeFilter("Passing"), frame);
-        vysim_fail_call("vy_filter_reset", 1, VYSIM_FAULT_NULL);
-        vy_filter_reset(nullptr, nullptr);
-        vysim_fail_count();
-        vysim_refused_count(nullptr);
-        vysim_refused_function_at(0);
-        vysim_call_count(nullptr);
-        vysim_record_at(vysim_record_count() - 1);
-        vysim_timing_total(nullptr, nullptr);
-        vysim_timing_filter_at(vysim_timing_filter_count() - 1);
-      }
-    });
+      },
+      [&](int) {
+        call(vy_video_stream_profile_set_intrinsic, shared, VYCameraIntrinsic{});
+        call(vy_video_stream_profile_get_intrinsic, shared);
+      },
+      [&](int) {
+        call(vy_video_stream_profile_set_distortion, shared, VYCameraDistortion{});
+        call(vysim_profile_get_distortion, shared);
+      },
+      [&](int) {
+        call(vy_stream_profile_set_extrinsic_to_type, shared, VY_STREAM_IR, VYExtrinsic{});
+        call(vysim_profile_get_extrinsic, shared, VY_STREAM_IR);
+      },
+      [&](int) { call(vysim_define_filter, &definition), vysim_reset(), vy_create_filter("Nothing", nullptr); },
+      // Switching something on puts the threads in order too, so more is done between.
+      [&](int) {
+        vysim_record_start();
+        for (int n = 0; n < 5; ++n) vy_frame_get_format(frame.get(), nullptr), vysim_record_at(0);
+      },
+      [&](int) { vysim_record_start(), vysim_record_count(); },
+      [&](int i) {
+        uint64_t calls = 0;
+        vysim_timing_start();
+        for (int n = 0; n < 5; ++n) process(filters[i], frame), vysim_timing_total(&calls, nullptr);
+      },
+      [&](int i) {
+        vysim_timing_start();
+        for (int n = 0; n < 5; ++n) process(filters[i], frame), vysim_timing_filter_at(0);
+      },
+      [&](int i) { vysim_timing_start(), process(filters[i], frame), vysim_timing_filter_count(); },
+      [&](int) {
+        vysim_fail_call("vy_frame_get_format", 1, VYSIM_FAULT_NULL), vy_frame_get_format(frame.get(), nullptr);
+      },
+      [&](int) { vysim_fail_call("vy_frame_get_format", 1, VYSIM_FAULT_NULL), vysim_fail_clear(); },
+      [&](int) { vysim_fail_call("vy_frame_get_format", 1, VYSIM_FAULT_NULL), vysim_reset(), vysim_fail_count(); },
+      [&](int) { vysim_count_calls(true), vy_filter_reset(nullptr, nullptr), vysim_call_count(nullptr); },
+      [&](int) { vysim_reset(), vy_filter_reset(nullptr, nullptr), vysim_refused_function_at(0); },
+  };
+  for (const auto& work : works) {
+    vysim_reset();
+    std::vector<std::thread> threads;
+    for (int i = 0; i < kThreads; ++i) {
+      threads.emplace_back([&work, i] {
+        for (int round = 0; round < kRounds; ++round) work(i);
+      });
+    }
+    for (std::thread& thread : threads) thread.join();
   }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(vysim_call_count("vy_filter_process"), uint64_t{kThreads * kRounds});
-  EXPECT_EQ(vysim_timing_filter_at(0).calls, uint64_t{kThreads * kRounds});
-  EXPECT_EQ(vysim_fail_count(), uint64_t{kThreads * kRounds});
   EXPECT_EQ(call(vysim_frame_get_number, nextFrame(camera).get()), uint32_t{kThreads * kRounds + 1});
 }
 
