@@ -177,17 +177,25 @@ FrameRef Camera::nextFrame(VYSensorType sensor) {
   return makeInfraredFrame(stream, moment);
 }
 
+Camera::Clock::time_point Camera::start() {
+  const std::lock_guard<std::mutex> lock(startMutex_);
+  if (!start_) start_ = Clock::now();
+  return *start_;
+}
+
 Moment Camera::awaitMoment(Stream& stream) {
   constexpr uint64_t kSecond = 1000000;
-  if (fps_ != 0) {
-    std::call_once(isStarted_, [this] { start_ = Clock::now(); });
-    const auto passed = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start_).count();
-    const auto newest = static_cast<uint32_t>(static_cast<uint64_t>(passed) * fps_ / kSecond);
-    stream.nextNumber = std::max(stream.nextNumber, newest);
+  if (fps_ == 0) {
+    const uint32_t number = stream.nextNumber++;
+    return {number, number * kSecond / kNominalRate};
   }
-  const uint32_t number = stream.nextNumber++;
-  const Moment moment{number, number * kSecond / (fps_ != 0 ? fps_ : kNominalRate)};
-  if (fps_ != 0) std::this_thread::sleep_until(start_ + std::chrono::microseconds(moment.microseconds));
+  const Clock::time_point begin = start();
+  const auto passed = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - begin).count();
+  const uint32_t number =
+      std::max(stream.nextNumber, static_cast<uint32_t>(static_cast<uint64_t>(passed) * fps_ / kSecond));
+  stream.nextNumber = number + 1;
+  const Moment moment{number, number * kSecond / fps_};
+  std::this_thread::sleep_until(begin + std::chrono::microseconds(moment.microseconds));
   return moment;
 }
 

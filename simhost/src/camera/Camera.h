@@ -4,6 +4,7 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <vector>
 
 #include "camera/Families.h"
@@ -50,6 +51,8 @@ class Camera {
   void connectStreams();
   Stream& streamOf(VYSensorType sensor);
 
+  /// When the camera's clock started, which is now at the first call.
+  Clock::time_point start();
   /// Waits for the stream's next frame, if the camera has a rate.
   Moment awaitMoment(Stream& stream);
   FrameRef makeColourFrame(const Stream& stream, Moment moment);
@@ -69,8 +72,8 @@ class Camera {
   const std::unique_ptr<Scene> scene_;
   const Ref<Device> device_;
   std::deque<Stream> streams_;  // not a vector, as locks cannot be moved
-  std::once_flag isStarted_;
-  Clock::time_point start_;  ///< of frame 0
+  std::mutex startMutex_;
+  std::optional<Clock::time_point> start_;  ///< of frame 0, once a frame was asked for
 
   std::mutex truthMutex_;  // for what follows; taken inside of a stream's
   std::vector<uint16_t> truth_;
