@@ -61,7 +61,7 @@ PROGRAMS = {
     "simhost/src": {
         "plain": ["simhost_tests", "vyfp_library_tests", "vyfp_end_to_end_tests"],
         "address": ["simhost_tests"],
-        "thread": ["vyfp_thread_tests"],
+        "thread": ["simhost_tests", "vyfp_thread_tests"],
     },
     "tools/vycam": {"plain": ["vycam_test"]},
     "tools/vyhost": {"plain": ["vyhost_tests", "vyhost_show_tests", "vyhost_replay_test"]},
