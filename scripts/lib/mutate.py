@@ -28,6 +28,7 @@ import mutants as generator
 
 PROJECT = pathlib.Path(__file__).resolve().parents[2]
 WORK = PROJECT / "build" / "mutate"
+FIRST = WORK / "0"
 EQUIVALENT = PROJECT / ".ci" / "equivalent-mutants.toml"
 OPTIONS = ["-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug", "-DCMAKE_GTEST_DISCOVER_TESTS_DISCOVERY_MODE=PRE_TEST",
            # A fault in a source that the build files read is no reason to configure again, nor to link programs again.
@@ -61,7 +62,7 @@ PROGRAMS = {
     "simhost/src": {
         "plain": ["simhost_tests", "vyfp_library_tests", "vyfp_end_to_end_tests"],
         "address": ["simhost_tests"],
-        "thread": ["vyfp_thread_tests"],
+        "thread": ["simhost_tests", "vyfp_thread_tests"],
     },
     "tools/vycam": {"plain": ["vycam_test"]},
     "tools/vyhost": {"plain": ["vyhost_tests", "vyhost_show_tests", "vyhost_replay_test"]},
@@ -109,13 +110,23 @@ def demand(command, what):
 
 
 class Worker:
-    """A copy of the checkout with builds of its own."""
+    """A copy of the checkout with builds of its own.
+
+    What it runs sees its folder where the first worker has its own, so that a later worker can take over what the first has
+    built.
+    """
 
     def __init__(self, number):
         self.root = WORK / str(number)
         self.tree, self.scratch = self.root / "tree", self.root / "scratch"
-        self.built = {}  # build -> the programs built without a fault, and the seconds that each runs
-        self.copy_checkout()
+        self.times = {}  # build -> the programs built without a fault, and the seconds that each runs
+
+    def take_over(self, first, build):
+        for folder in ("tree", build):
+            shutil.rmtree(self.root / folder, ignore_errors=True)
+        self.root.mkdir(exist_ok=True)
+        demand(["cp", "-a", first.tree, first.root / build, self.root], "copying the build")
+        self.times = first.times
 
     def copy_checkout(self):
         names = set(filter(None, git("ls-files", "-z", "--cached", "--others", "--exclude-standard").split("\0")))
@@ -136,14 +147,15 @@ class Worker:
             ("C", f"COMPILER={settings.compilers[0]}"), ("CXX", f"COMPILER={settings.compilers[1]}"),
             ("C", "COMPILER_LAUNCHER=ccache"), ("CXX", "COMPILER_LAUNCHER=ccache"),
             ("C", f"FLAGS_DEBUG={settings.flags}"), ("CXX", f"FLAGS_DEBUG={settings.flags}"))]
-        demand(["cmake", *OPTIONS, *flags, "-S", self.tree, "-B", self.root / build], "configuring the copy")
+        demand(["cmake", *OPTIONS, *flags, "-S", FIRST / "tree", "-B", FIRST / build], "configuring the copy")
 
     def build(self, build, programs, **environment):
-        return run(["ninja", "-C", self.root / build, *programs], env={**os.environ, **environment})
+        place = ["bwrap", "--dev-bind", "/", "/", "--bind", self.root, FIRST, "--die-with-parent"]
+        return run([*place, "ninja", "-C", FIRST / build, *programs], env={**os.environ, **environment})
 
     def prepare(self, build, programs):
         """Builds the programs without a fault and takes their times."""
-        times = self.built.setdefault(build, {})
+        times = self.times.setdefault(build, {})
         missing = [program for program in programs if program not in times]
         if not missing:
             return
@@ -164,14 +176,14 @@ class Worker:
         shutil.rmtree(self.scratch, ignore_errors=True)
         self.scratch.mkdir(parents=True)
         settings = BUILDS[build]
-        folder = self.root / build
-        environment = {**os.environ, **ENVIRONMENT, **settings.environment, "TMPDIR": str(self.scratch),
-                       "TEST_TMPDIR": f"{self.scratch}/"}
+        folder, scratch = FIRST / build, FIRST / "scratch"
+        environment = {**os.environ, **ENVIRONMENT, **settings.environment, "TMPDIR": str(scratch),
+                       "TEST_TMPDIR": f"{scratch}/"}
         if settings.is_sanitized:
             environment["LD_LIBRARY_PATH"] = f"{folder}/lib"  # a sanitizer's dlopen() does not see the run path
         # A fault may delete or kill what it likes, so all but the scratch folder is read-only, and no process is in reach.
-        sandbox = ["bwrap", "--ro-bind", "/", "/", "--dev", "/dev", "--proc", "/proc", "--bind", self.scratch, self.scratch,
-                   "--unshare-pid", "--unshare-net", "--die-with-parent", "--chdir", folder]
+        sandbox = ["bwrap", "--ro-bind", "/", "/", "--dev", "/dev", "--proc", "/proc", "--ro-bind", self.root, FIRST,
+                   "--bind", self.scratch, scratch, "--unshare-pid", "--unshare-net", "--die-with-parent", "--chdir", folder]
 
         def limit():
             resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
@@ -189,7 +201,7 @@ class Worker:
 
     def judge(self, build, programs):
         """The outcome of the fault that is in the tree now, and the test that catches it."""
-        times = self.built[build]
+        times = self.times[build]
         for program in sorted(programs, key=times.get):
             # Objects that are unlike any other are of no use to a later build: not kept.
             if self.build(build, [program], CCACHE_READONLY="1")[0] != 0:
@@ -290,9 +302,10 @@ def try_all(workers, build, mutants, deadline, results):
     if not mutants:
         return
     wanted = sorted({program for mutant in mutants for program in PROGRAMS[folder_of(mutant.file)][build]})
-    for worker in workers:  # one behind the other: the second finds in ccache what the first has compiled
-        say(f"== {build}: building and testing without a fault")
-        worker.prepare(build, wanted)
+    say(f"== {build}: building and testing without a fault")
+    workers[0].prepare(build, wanted)
+    for worker in workers[1:]:
+        worker.take_over(workers[0], build)
     waiting, broken = queue.Queue(), []
     for mutant in mutants:
         waiting.put(mutant)
@@ -434,7 +447,8 @@ def main():
 
 
 def try_and_report(arguments, begin):
-    workers = [Worker(0)]
+    workers = [Worker(number) for number in range(arguments.jobs)]
+    workers[0].copy_checkout()
     chosen, equivalents, stale = choose(arguments, workers[0])
     say(f"== {len(chosen)} faults, seed {arguments.seed}")
     survivors, wrong = [], []
@@ -442,7 +456,6 @@ def try_and_report(arguments, begin):
         for mutant in sorted(chosen, key=lambda mutant: (mutant.file, mutant.line)):
             print(title(mutant))
     elif chosen:
-        workers += [Worker(number) for number in range(1, arguments.jobs)]
         results = try_by_build(workers, chosen, begin + 60 * arguments.minutes)
         survivors, wrong = report(results, equivalents)
         if len(results) < len(chosen):

@@ -1,4 +1,4 @@
-// Replaces operator new. It is an archive of its own because the linker can only hide the symbols of archives.
+// Replaces operator new.
 #include "support/FailingNew.h"
 
 #include <cstdlib>
