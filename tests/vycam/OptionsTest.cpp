@@ -18,7 +18,7 @@ TEST_F(OptionsTest, BadInputIsToldInOneLineAndLeavesNothingBehind) {
     std::string arguments;
     std::vector<std::string> said;  // what was wrong, what would be right
   } cases[] = {
-      {"", {"a command is required: families, schema, run or gallery"}},
+      {"", {"a command is required: families, schema, run, view or gallery"}},
       {"paint", {"paint", "--help"}},
       {"families schema", {"schema", "not expected"}},
       {"--version --bogus", {"--bogus", "not expected"}},

@@ -25,7 +25,7 @@ void run(const Library& library, const RunArguments& arguments);
 /// What was typed for `vycam view`.
 struct ViewArguments {
   std::vector<std::string> cameras;  ///< "FAMILY" or "FAMILY:SENSOR,..."; none = one Corvid
-  std::string depthFile;
+  std::string depthFile, size;
   int port = 0;  ///< 0 = a free one
   bool clean = false;
   bool opensBrowser = false;

@@ -102,6 +102,9 @@ CLI::App* addView(CLI::App& app, vycam::ViewArguments& arguments) {
                    "its size")
       ->check(kNotEmpty)
       ->type_name("FILE.png");
+  command->add_option("--size", arguments.size, "size of all streams instead of the cameras' own (or the PNG's)")
+      ->check(kNotEmpty)
+      ->type_name("WxH");
   command->add_flag("--clean", arguments.clean, "perfect sensors: no noise, no speckles, no holes");
   command->add_flag("--open", arguments.opensBrowser, "open the address in the browser (xdg-open)");
   command->footer(

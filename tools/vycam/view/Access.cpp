@@ -12,6 +12,7 @@ namespace vycam {
 namespace {
 
 constexpr std::string_view kScheme = "http://";
+constexpr int kDefaultPort = 80;  // browsers leave it out
 
 }  // namespace
 
@@ -39,7 +40,8 @@ bool isSameSecret(std::string_view given, std::string_view secret) {
 }
 
 bool isAllowedHost(std::string_view host, int port) {
-  return host == fmt::format("127.0.0.1:{}", port) || host == fmt::format("localhost:{}", port);
+  const std::string suffix = port == kDefaultPort ? "" : fmt::format(":{}", port);
+  return host == "127.0.0.1" + suffix || host == "localhost" + suffix;
 }
 
 bool isAllowedOrigin(std::string_view origin, int port) {

@@ -13,8 +13,9 @@ std::string makeToken();
 /// Compares in a time that does not tell how many letters agree.
 bool isSameSecret(std::string_view given, std::string_view secret);
 
-/// True for a `Host` header that names this server: 127.0.0.1:PORT or localhost:PORT. A page of another site that had
-/// its own name point at the loopback address would send that name.
+/// True for a `Host` header that names this server: 127.0.0.1:PORT or localhost:PORT, or without the port where it is
+/// the one that browsers leave out. A page of another site that had its own name point at the loopback address would
+/// send that name.
 bool isAllowedHost(std::string_view host, int port);
 
 /// True for an `Origin` header of this server's own pages.

@@ -14,16 +14,16 @@
 namespace vycam {
 namespace {
 
-constexpr const char* kAlignmentSwitch = "HardwareD2CProcessor#255";
-
 Camera openCamera(const vysim_family& family, const LiveOptions& options) {
   vysim_camera_options camera{};
   camera.clean = options.isClean;
   camera.fps = options.rate;
+  camera.width = options.size.width;
+  camera.height = options.size.height;
   if (options.depth) {
     camera.depth_mm = options.depth->pixels.data();
-    camera.depth_width = camera.width = options.depth->width;
-    camera.depth_height = camera.height = options.depth->height;
+    camera.depth_width = options.depth->width;
+    camera.depth_height = options.depth->height;
   }
   return Camera(call("open the camera", vysim_open_camera, family.name, &camera));
 }

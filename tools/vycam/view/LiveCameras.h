@@ -10,6 +10,7 @@
 #include "Image.h"
 #include "Library.h"
 #include "Processor.h"
+#include "Selection.h"
 #include "view/LiveStream.h"
 #include "view/Messages.h"
 
@@ -27,6 +28,7 @@ CameraChoice parseCameraChoice(const std::string& text);
 struct LiveOptions {
   std::vector<CameraChoice> cameras;
   std::optional<GreyImage> depth;  ///< what the cameras see instead of the embedded scene
+  FrameSize size;                  ///< of every stream; 0 = native
   bool isClean = false;
   unsigned rate = 30;  ///< frames a second; 0 = as many as asked for
 };

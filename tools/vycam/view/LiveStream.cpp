@@ -17,7 +17,6 @@ namespace {
 
 constexpr std::chrono::milliseconds kStatsInterval{500};
 constexpr std::chrono::seconds kRateInterval{1};
-constexpr const char* kAlignmentSwitch = "HardwareD2CProcessor#255";
 
 /// While it lives, the calls of this thread are those of a chain: timed, and reached by orders to fail.
 class ChainCalls {
@@ -215,7 +214,11 @@ LiveStream::Work LiveStream::awaitWork() {
   const auto hasWork = [&] { return isEnding_ || steps_ > 0 || !requests_.empty() || runs(); };
   if (!hasWork()) {
     lastNumber_.reset();  // what the camera takes during a rest is not lost
-    wake_.wait(lock, hasWork);
+    if (watched_) {
+      wake_.wait_until(lock, lastStats_ + kStatsInterval, hasWork);
+    } else {
+      wake_.wait(lock, hasWork);
+    }
   }
   Work work;
   work.isEnd = isEnding_;
@@ -241,14 +244,15 @@ void LiveStream::run() {
     try {
       if (work.takesFrame) {
         takeFrame();
-      } else if (raw_ != nullptr) {
+      } else if (!work.requests.empty() && raw_ != nullptr) {
         processFrame();
       }
     } catch (const std::exception& failure) {
       ++stats_.failed;
       stats_.lastError = failure.what();
     }
-    if (!work.takesFrame || Clock::now() - lastStats_ >= kStatsInterval) {
+    const bool isAwaited = !work.takesFrame && !work.requests.empty();  // what was asked for shows at once
+    if (isAwaited || Clock::now() - lastStats_ >= kStatsInterval) {
       tellStats();
     }
   }
@@ -306,11 +310,7 @@ void LiveStream::show() {
     const std::lock_guard<std::mutex> lock(mutex_);
     newest_ = std::move(frame);
   }
-  const Clock::time_point now = Clock::now();
-  shownAt_.push_back(now);
-  while (now - shownAt_.front() > kRateInterval) {
-    shownAt_.pop_front();
-  }
+  shownAt_.push_back(Clock::now());
   listener_.onFrame();
 }
 
@@ -380,24 +380,31 @@ std::optional<StreamError> LiveStream::errorOfOutput() {
 }
 
 void LiveStream::tellStats() {
-  const TimeReport report = timing_->report();
-  stats_.times = {};
-  stats_.times.camera = cameraFrames_ == 0 ? 0 : cameraMilliseconds_ / cameraFrames_;
-  stats_.times.chain = report.total;
-  stats_.times.library = report.library;
-  for (const FilterTime& filter : report.byFilter) {
-    stats_.times.filters[filter.name] = filter.milliseconds;
-  }
-  timing_.emplace(nanosecondsPerCall_);
-  cameraMilliseconds_ = 0;
-  cameraFrames_ = 0;
   lastStats_ = Clock::now();
+  const TimeReport report = timing_->report();
+  if (report.frames > 0) {  // else those of the frame that still shows stay
+    stats_.times.chain = report.total;
+    stats_.times.library = report.library;
+    stats_.times.filters.clear();
+    for (const FilterTime& filter : report.byFilter) {
+      stats_.times.filters[filter.name] = filter.milliseconds;
+    }
+    timing_.emplace(nanosecondsPerCall_);
+    stats_.error = errorOfOutput();
+  }
+  if (cameraFrames_ > 0) {
+    stats_.times.camera = cameraMilliseconds_ / cameraFrames_;
+    cameraMilliseconds_ = 0;
+    cameraFrames_ = 0;
+  }
+  while (!shownAt_.empty() && lastStats_ - shownAt_.front() > kRateInterval) {
+    shownAt_.pop_front();
+  }
   stats_.rate = 0;
   if (shownAt_.size() > 1) {
     const std::chrono::duration<double> span = shownAt_.back() - shownAt_.front();
     stats_.rate = static_cast<double>(shownAt_.size() - 1) / span.count();
   }
-  stats_.error = errorOfOutput();
   listener_.onStats(stats_);
 }
 

@@ -85,6 +85,9 @@ struct Alignment {
   HardwareD2C parameters;
 };
 
+/// The setting that switches the alignment.
+constexpr const char* kAlignmentSwitch = "HardwareD2CProcessor#255";
+
 /// What does not change about a stream while the viewer runs.
 struct StreamFacts {
   unsigned id = 0, camera = 0;

@@ -28,7 +28,7 @@ constexpr std::string_view kSnapshotFolder = "snapshot/";
 constexpr std::string_view kSnapshotFiles[] = {"picture.png", "numbers.png", "cloud.ply"};
 constexpr size_t kPiece = 262144;          // bytes handed to a socket at a time
 constexpr size_t kMostWaitingTexts = 512;  // of one client
-constexpr int kSnapshotSeconds = 60;
+constexpr int kDownloadSeconds = 60;
 constexpr unsigned kBadRequest = 400, kForbidden = 403, kNotFound = 404, kWrongMethod = 405, kConflict = 409;
 
 /// Headers of every answer, but for the content policy.
@@ -214,8 +214,8 @@ int Server::onEvent(lws* connection, int reason, void* in, size_t size) {
     case LWS_CALLBACK_CLOSED_HTTP:
       downloads_.erase(connection);
       return 0;
-    case LWS_CALLBACK_HTTP_CONFIRM_UPGRADE:
-      return 0;
+    case LWS_CALLBACK_HTTP_CONFIRM_UPGRADE:  // there is another one to HTTP 2
+      return static_cast<const char*>(in) == std::string_view("websocket") ? 0 : -1;
     case LWS_CALLBACK_FILTER_PROTOCOL_CONNECTION:
       return isAllowed(connection) && clients_.size() < options_.mostClients ? 0 : refuse(connection, kForbidden);
     case LWS_CALLBACK_ESTABLISHED:
@@ -285,9 +285,9 @@ int Server::beginSnapshot(lws* connection, std::string_view path) {
   download.id = ++lastId_;
   download.name =
       fmt::format("{}-{}-{}", (*stream)->facts().family->name, sensorName((*stream)->facts().stream.sensor), name);
-  lws_set_timeout(connection, PENDING_TIMEOUT_HTTP_CONTENT, kSnapshotSeconds);
+  lws_set_timeout(connection, PENDING_TIMEOUT_HTTP_CONTENT, kDownloadSeconds);
   (*stream)->takeSnapshot(name, [this, id = download.id](Snapshot snapshot) {
-    post([this, id, snapshot = std::move(snapshot)] { finishSnapshot(id, snapshot); });
+    post([this, id, snapshot = std::move(snapshot)]() mutable { finishSnapshot(id, std::move(snapshot)); });
   });
   return 0;
 }
@@ -334,6 +334,7 @@ int Server::writeHeaders(lws* connection, const Download& download) {
   if (!isWritten || lws_finalize_write_http_header(connection, begin, &at, end) != 0) {
     return -1;
   }
+  lws_set_timeout(connection, PENDING_TIMEOUT_HTTP_CONTENT, kDownloadSeconds);
   lws_callback_on_writable(connection);
   return 0;
 }
@@ -496,9 +497,14 @@ void Server::push(Client& client, std::string text) {
 }
 
 void Server::wantToWrite(Client& client) {
-  if (!client.outbox.isEmpty()) {
-    lws_callback_on_writable(client.connection);
+  if (client.outbox.isEmpty()) {
+    client.waitsSince.reset();
+    return;
   }
+  if (!client.waitsSince) {
+    client.waitsSince = options_.clock();
+  }
+  lws_callback_on_writable(client.connection);
 }
 
 int Server::write(lws* connection) {
@@ -507,7 +513,7 @@ int Server::write(lws* connection) {
     return -1;
   }
   Client& client = found->second;
-  client.waitsSince = options_.clock();
+  client.waitsSince.reset();  // it takes something now
   do {
     const std::optional<Outbox::Piece> piece = client.outbox.next(buffer_.data() + LWS_PRE, kPiece);
     if (!piece) {
@@ -526,7 +532,7 @@ int Server::write(lws* connection) {
 void Server::dropIdleClients() {
   const Time now = options_.clock();
   for (auto& [connection, client] : clients_) {
-    const bool isSilent = !client.outbox.isEmpty() && now - client.waitsSince > options_.patience;
+    const bool isSilent = client.waitsSince && now - *client.waitsSince > options_.patience;
     if (isSilent || client.outbox.waitingTexts() > kMostWaitingTexts) {
       lws_set_timeout(connection, PENDING_TIMEOUT_CLOSE_SEND, LWS_TO_KILL_ASYNC);
     }

@@ -61,8 +61,7 @@ class Server {
     std::string received;  ///< of a message that has not come to its end
     Outbox outbox;
     std::map<unsigned, Roles> watched;
-    std::optional<std::string> offence;  ///< why it has to go
-    Time waitsSince;                     ///< when it last took something, or something began to wait
+    std::optional<Time> waitsSince;  ///< while something waits: since when it has taken nothing
     Time secondBegan;
     unsigned messagesInSecond = 0;
   };

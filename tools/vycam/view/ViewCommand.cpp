@@ -70,6 +70,10 @@ void view(const Library& library, const ViewArguments& arguments) {
   }
   if (!arguments.depthFile.empty()) {
     options.depth = readGreyPng(arguments.depthFile);
+    options.size = {options.depth->width, options.depth->height};
+  }
+  if (!arguments.size.empty()) {
+    options.size = parseFrameSize(arguments.size);
   }
   options.isClean = arguments.clean;
   LiveCameras cameras(library, options);
