@@ -100,6 +100,13 @@ export class Viewer {
     await this.page.type(selector, `${text}\n`);
   }
 
+  // A camera that is paused shows the same picture again.
+  async pause() {
+    await this.click(".pause");
+    await this.untilText(".pause", /Resume/);
+    await this.untilText(card(DEPTH, '[data-name="frames/s"] dd'), /^0\.0$/);
+  }
+
   async look(mode) {
     await this.click(`[value="${mode}"]`);
     await this.page.waitForSelector(`.look[data-mode="${mode}"][data-state="live"]`);
@@ -120,7 +127,8 @@ export class Viewer {
 
   // Waits until the picture is as `isRight`, a function of what picture() gives, wants it.
   async untilPicture(isRight, stream = DEPTH) {
-    for (let end = Date.now() + PATIENCE; ; await this.nextFrame(stream)) {
+    for (const end = Date.now() + PATIENCE; ; ) {
+      await this.page.evaluate(() => new Promise(requestAnimationFrame));
       const picture = await this.picture(stream);
       if (isRight(picture)) return picture;
       if (Date.now() > end) throw new Error(`the picture stays ${JSON.stringify(picture)}`);
@@ -153,7 +161,11 @@ export class Viewer {
     mkdirSync(SHOTS, { recursive: true });
     const viewport = this.page.viewport();
     await this.page.setViewport({ ...viewport, deviceScaleFactor: 1 });
-    if (await this.page.$('#link[data-state="live"]')) await this.nextFrame();
+    await this.until((selector) => {
+      const canvas = document.querySelector(selector);
+      canvas.dispatchEvent(new Event("blur")); // draws again; a resolution that is only emulated tells nobody
+      return canvas.width === Math.round(canvas.parentElement.clientWidth * devicePixelRatio);
+    }, card(DEPTH, "canvas"));
     await this.page.screenshot({ path: join(SHOTS, `${name}.png`), ...options });
     await this.page.setViewport(viewport);
   }

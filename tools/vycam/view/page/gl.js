@@ -2,7 +2,7 @@
 // canvas that shows it.
 import { Pixel, isWide } from "./frames.js";
 
-const LARGEST_GROWTH = 256;
+const GROWTH = 256;
 
 export class Surface {
   #canvas = document.createElement("canvas");
@@ -24,8 +24,8 @@ export class Surface {
   begin(width, height) {
     const canvas = this.#canvas;
     const gl = this.gl;
-    if (canvas.width < width) canvas.width = Math.ceil(width / LARGEST_GROWTH) * LARGEST_GROWTH;
-    if (canvas.height < height) canvas.height = Math.ceil(height / LARGEST_GROWTH) * LARGEST_GROWTH;
+    if (canvas.width < width) canvas.width = Math.ceil(width / GROWTH) * GROWTH;
+    if (canvas.height < height) canvas.height = Math.ceil(height / GROWTH) * GROWTH;
     gl.viewport(0, 0, width, height);
     gl.disable(gl.SCISSOR_TEST);
     gl.disable(gl.DEPTH_TEST);
@@ -92,14 +92,6 @@ export class Surface {
     gl.pixelStorei(gl.UNPACK_ALIGNMENT, 1);
     gl.texSubImage2D(gl.TEXTURE_2D, 0, 0, 0, plane.width, plane.height, format, type, plane.numbers);
     kept.numbers = plane.numbers;
-  }
-
-  forget(prefix) {
-    for (const [name, kept] of this.#textures) {
-      if (!name.startsWith(prefix)) continue;
-      this.gl.deleteTexture(kept.texture);
-      this.#textures.delete(name);
-    }
   }
 
   #layout(plane) {

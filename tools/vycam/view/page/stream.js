@@ -138,6 +138,7 @@ export class StreamCard {
     });
     const code = this.#part(".arguments code");
     this.#part(".arguments button").addEventListener("click", async ({ target }) => {
+      getSelection().selectAllChildren(code); // for Ctrl-C, where the browser denies the clipboard
       await navigator.clipboard.writeText(code.textContent);
       target.textContent = "Copied";
       setTimeout(() => (target.textContent = "Copy"), 1500);
