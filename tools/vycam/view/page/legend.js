@@ -3,7 +3,7 @@ import { css, gradient, ticks } from "./palette.js";
 import { steady } from "./range.js";
 
 const REFIT_MILLISECONDS = 300;
-const MOST_TICKS = 5;
+const TICK_DISTANCE = 50; // pixels, for a number of four digits
 
 export class Legend {
   #element;
@@ -50,13 +50,14 @@ export class Legend {
   show({ stops, unit, swatches }) {
     this.#element.hidden = false;
     const { range } = this.#kept();
-    const wanted = JSON.stringify([this.#kind, range, unit, swatches, this.#fit.checked]);
+    const mostTicks = Math.max(2, Math.floor(this.#part("ramp").clientWidth / TICK_DISTANCE));
+    const wanted = JSON.stringify([this.#kind, range, unit, swatches, this.#fit.checked, mostTicks]);
     if (wanted === this.#shown) return;
     this.#shown = wanted;
     this.#part("ramp").style.backgroundImage = gradient(stops);
     this.#part("unit").textContent = unit;
     this.#showEnds();
-    this.#part("ticks").replaceChildren(...ticks(range.low, range.high, MOST_TICKS).map((tick) => {
+    this.#part("ticks").replaceChildren(...ticks(range.low, range.high, mostTicks).map((tick) => {
       const mark = document.createElement("span");
       mark.textContent = tick.toLocaleString("en");
       mark.style.left = `${(100 * (tick - range.low)) / (range.high - range.low)}%`;
