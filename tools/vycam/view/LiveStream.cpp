@@ -242,9 +242,9 @@ void LiveStream::run() {
       request();
     }
     try {
-      if (work.takesFrame) {
+      if (work.takesFrame || (raw_ == nullptr && !work.requests.empty())) {
         takeFrame();
-      } else if (!work.requests.empty() && raw_ != nullptr) {
+      } else if (!work.requests.empty()) {
         processFrame();
       }
     } catch (const std::exception& failure) {

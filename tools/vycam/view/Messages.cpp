@@ -261,7 +261,6 @@ const std::vector<std::string>& faultFunctions() {
                                                      "vy_filter_update_config",
                                                      "vy_frame_get_format",
                                                      "vy_frame_add_ref",
-                                                     "vy_create_frame_from_other_frame",
                                                      "vy_frame_get_stream_profile",
                                                      "vy_video_stream_profile_set_intrinsic",
                                                      "vy_video_stream_profile_set_distortion",
