@@ -125,6 +125,12 @@ export class Viewer {
     }, card(stream, "canvas"), number ?? (await this.frameNumber(stream)));
   }
 
+  // Waits until the server has told newer figures, which it does twice a second.
+  async nextFigures() {
+    const figure = await this.page.$(card(DEPTH, ".figures div"));
+    await this.until((old) => !old.isConnected, figure);
+  }
+
   // Waits until the picture is as `isRight`, a function of what picture() gives, wants it.
   async untilPicture(isRight, stream = DEPTH) {
     for (const end = Date.now() + PATIENCE; ; ) {
