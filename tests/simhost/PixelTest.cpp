@@ -101,8 +101,18 @@ TEST(RunLength, BringsBackWhatWasCompressed) {
   }
 }
 
+TEST(RunLength, FindsRunsOfSevenWhereverTheyBegin) {
+  for (uint16_t before = 0; before < 6; ++before) {
+    Image image;
+    for (uint16_t i = 0; i < before; ++i) image.push_back(i);
+    image.insert(image.end(), 7, 77);
+    const size_t words = (before == 0 ? 0u : 1u + before) + 2u;
+    EXPECT_EQ(compressRuns(image.data(), image.size()).size(), words * 2) << before;
+  }
+}
+
 TEST(RunLength, TellsEveryDamageAndStaysInside) {
-  const Image image = {5, 5, 5, 5, 1, 2, 3, 9, 9, 9};
+  const Image image = {5, 5, 5, 5, 5, 5, 5, 1, 2, 3, 9, 9, 9, 9, 9, 9, 9};
   const std::vector<uint8_t> whole = compressRuns(image.data(), image.size());
   Image back(image.size());
   const auto fault = [&](const std::vector<uint8_t>& bytes) {
@@ -114,7 +124,7 @@ TEST(RunLength, TellsEveryDamageAndStaysInside) {
   std::vector<uint8_t> longer = whole;
   longer.push_back(0);
   EXPECT_NE(fault(longer).find("left over"), std::string::npos);
-  EXPECT_NE(fault({11, 0, 7, 0}).find("11 pixels where 10"), std::string::npos);
+  EXPECT_NE(fault({18, 0, 7, 0}).find("18 pixels where 17"), std::string::npos);
   EXPECT_NE(fault({0, 0, 7, 0}).find("no pixels"), std::string::npos);
 
   std::mt19937 random(3);
