@@ -1,4 +1,4 @@
-// Packing, run-length code and speckles, against slow and obvious ways to the same results. What the other pixel
+// Packing, run-length code, speckles, geometry, against slow and obvious ways to the same results. What the other pixel
 // functions do is in FilterSettingsTest.cpp.
 #include <gtest/gtest.h>
 
@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "pixel/Geometry.h"
 #include "pixel/Packing.h"
 #include "pixel/RunLength.h"
 #include "pixel/Speckle.h"
@@ -160,6 +161,28 @@ TEST(Speckle, EqualsAFloodFill) {
       removeSpeckles(cleaned.data(), size.width, size.height, maxSize, static_cast<uint16_t>(maxDifference), scratch);
       EXPECT_EQ(cleaned, withoutSpeckles(image, size, maxSize, maxDifference))
           << size.width << " x " << size.height << ", trial " << trial;
+    }
+  }
+}
+
+// ---- Geometry ----
+
+// The buffers are as large as the images, so the sanitizers see what goes beyond.
+TEST(Geometry, TurnedForthAndBackAnImageIsItself) {
+  for (const Size size : kSizes) {
+    for (const uint32_t bytes : {1u, 2u, 3u}) {
+      std::vector<uint8_t> input(size_t{size.width} * size.height * bytes), there(input.size()), back(input.size());
+      for (size_t i = 0; i < input.size(); ++i) input[i] = static_cast<uint8_t>(i * 151 >> 3);
+      for (const int degrees : {0, 90, 180, 270}) {
+        const Size turned = degrees % 180 == 0 ? size : Size{size.height, size.width};
+        rotate(input.data(), there.data(), size.width, size.height, bytes, degrees);
+        rotate(there.data(), back.data(), turned.width, turned.height, bytes, (360 - degrees) % 360);
+        EXPECT_EQ(back, input) << size.width << " x " << size.height << ", " << bytes << " bytes, by " << degrees;
+      }
+      mirror(input.data(), there.data(), size.width, size.height, bytes);
+      flip(there.data(), back.data(), size.width, size.height, bytes);
+      rotate(back.data(), there.data(), size.width, size.height, bytes, 180);
+      EXPECT_EQ(there, input) << size.width << " x " << size.height << ", " << bytes << " bytes";
     }
   }
 }
