@@ -68,21 +68,4 @@ TEST_F(PrivateFilterRegistryTest, HandlesResolveToTheirOwnFilterOnly) {
   EXPECT_NE(call(&FilterFactory::getPrivateFilter, registry_, second), nullptr) << "the search goes on behind it";
 }
 
-TEST_F(PrivateFilterRegistryTest, DeletingAFilterGivesBackItsFirstListOnly) {
-  vy_filter_t* const filter = create("DisparityTransform");
-  vy_filter_config_schema_list_t* const first =
-      call(&FilterFactory::getPrivateFilterConfigSchemaList, registry_, filter);
-  vy_filter_config_schema_list_t* const second =
-      call(&FilterFactory::getPrivateFilterConfigSchemaList, registry_, filter);
-  vy_filter_config_schema_list_t* const low = std::less<>()(first, second) ? first : second;
-  vy_filter_config_schema_list_t* const high = low == first ? second : first;
-  call(&FilterFactory::deletePrivateFilter, registry_, filter);
-  EXPECT_EQ(call(&FilterFactory::getPrivateFilterConfigSchemaListCount, registry_, low), 0U);
-  EXPECT_GE(call(&FilterFactory::getPrivateFilterConfigSchemaListCount, registry_, high), 10U);
-  call(&FilterFactory::deletePrivateFilter, registry_, filter);  // the filter lives on, and gives back the next one
-  EXPECT_EQ(alive(VYSIM_SCHEMA_LIST), 0);
-  call(&FilterFactory::deletePrivateFilter, registry_, filter);
-  EXPECT_NE(call(&FilterFactory::getPrivateFilter, registry_, filter), nullptr);
-}
-
 }  // namespace

@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <cctype>
 #include <cmath>
-#include <functional>
 #include <numeric>
 
 #include "simhost/SimulatedHost.h"
@@ -351,39 +350,6 @@ TEST_F(Cameras, RefuseSenselessOptionsAndFrames) {
   EXPECT_EQ(slot.take().exceptionType, kUnsuitableFrame);
   vysim_camera_get_truth(camera.get(), depth.get(), nullptr, slot);
   EXPECT_EQ(slot.take().exceptionType, kInvalidValue);
-}
-
-TEST_F(Cameras, RefuseHandlesThatAreNone) {
-  Camera closed = openCamera("Talon", 8, 8);
-  vysim_camera* const dead = closed.get();
-  closed.reset();
-  auto* const wrong = reinterpret_cast<vysim_camera*>(call(vysim_camera_get_device, openCamera("Talon", 8, 8).get()));
-  const Frame frame = makeFrame();
-  uint16_t depth = 0;
-  const std::pair<std::function<void(vysim_camera*, vy_error**)>, const char*> calls[] = {
-      {[](auto* c, auto** e) { vysim_camera_get_device(c, e); }, "vysim_camera_get_device(camera: "},
-      {[](auto* c, auto** e) { vysim_camera_next_frame(c, VY_SENSOR_DEPTH, e); }, "vysim_camera_next_frame(camera: "},
-      {[&](auto* c, auto** e) { vysim_camera_get_truth(c, frame.get(), &depth, e); },
-       "vysim_camera_get_truth(camera: "},
-      {[](auto* c, auto** e) { vysim_camera_get_depth_tolerance(c, 7, e); },
-       "vysim_camera_get_depth_tolerance(camera: "},
-      {[](auto* c, auto** e) { vysim_close_camera(c, e); }, "vysim_close_camera(camera: "},
-  };
-  for (const auto& [work, text] : calls) {
-    for (const auto& [handle, type] : {std::pair<vysim_camera*, int>(nullptr, kInvalidValue),
-                                       std::pair(dead, kDeadObject), std::pair(wrong, kWrongObject)}) {
-      ErrorSlot slot;
-      work(handle, slot);
-      const Error error = slot.take();
-      EXPECT_EQ(error.exceptionType, type) << text;
-      EXPECT_EQ((error.function + "(" + error.args).find(text), 0U) << error.function << " " << error.args;
-      EXPECT_EQ(error.message.find("camera"), 0U) << error.message;
-    }
-  }
-  ErrorSlot slot;
-  const Camera camera = openCamera("Talon", 8, 8);
-  vysim_camera_get_truth(camera.get(), nullptr, &depth, slot);
-  EXPECT_EQ(slot.take().message, "frame is null: expected a frame");
 }
 
 }  // namespace
