@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <cctype>
 #include <cmath>
-#include <iterator>
 #include <sstream>
 
 #include "pixel/Packing.h"
@@ -146,21 +145,6 @@ TEST_F(FilterSettings, TakeWhatTheSchemaSaysAndNoMore) {
       EXPECT_EQ(set(between), isStepped ? item.def : between) << item.name;
     }
   }
-}
-
-std::vector<std::string> wordsOf(const std::string& text) {
-  std::istringstream words(text);
-  return {std::istream_iterator<std::string>(words), {}};
-}
-
-/// "MinDepth=5 MaxDepth=7"
-Filter configured(const char* name, const std::string& settings) {
-  Filter filter = makeFilter(name);
-  for (const std::string& word : wordsOf(settings)) {
-    const size_t sign = word.find('=');
-    call(vy_filter_set_config_value, filter.get(), word.substr(0, sign).c_str(), std::stod(word.substr(sign + 1)));
-  }
-  return filter;
 }
 
 /// A frame of "1 2 3 / 4 5 6". With four columns, its profile makes 14560 mm of one step of disparity.

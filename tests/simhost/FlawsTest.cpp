@@ -91,12 +91,10 @@ TEST_F(Flaws, SpecklesAreJustWhatTheNoiseFilterRemoves) {
       return std::count_if(pixels.begin(), pixels.end(), [&](int p) { return p != 0 && std::abs(p - value) > 1; });
     };
     const auto filtered = [&](double size, double difference) {
-      const Filter filter = makeFilter("NoiseRemovalFilter");
-      call(vy_filter_set_config_value, filter.get(), "MaxSpeckleSize", size);
-      call(vy_filter_set_config_value, filter.get(), "MaxDifference", difference);
-      call(vy_filter_set_config_value, filter.get(), "ReferenceWidth", static_cast<double>(each.width));
-      call(vy_filter_set_config_value, filter.get(), "ReferenceHeight", static_cast<double>(each.height));
-      return strangers(pixelsOf(process(filter, noisy)));
+      const std::string settings =
+          "MaxSpeckleSize=" + std::to_string(size) + " MaxDifference=" + std::to_string(difference) +
+          " ReferenceWidth=" + std::to_string(each.width) + " ReferenceHeight=" + std::to_string(each.height);
+      return strangers(pixelsOf(process(configured("NoiseRemovalFilter", settings), noisy)));
     };
     const auto all = strangers(pixelsOf(noisy));
     // Three cells of eight have a speckle; cells are 44 pixels wide.
