@@ -1,5 +1,6 @@
 // What the command tells of kept recordings, to the letter: of filters in the host's own hands, null handles and
-// unknown names (private), of exceptions, and of a process that ended within calls on two threads (death).
+// unknown names (private), of exceptions, of a process that ended within calls on two threads (death), and of records
+// that are damaged in a file that came to its limit.
 #include "vyhost/VyhostTest.h"
 
 namespace {
@@ -15,7 +16,7 @@ TEST_P(StoriesTest, AreToldAsBefore) {
   EXPECT_EQ(outcome.exitCode, 0) << outcome.err << outcome.out << "If that is meant: scripts/record-sessions";
 }
 
-INSTANTIATE_TEST_SUITE_P(Kept, StoriesTest, testing::Values("private", "exceptions", "death"),
+INSTANTIATE_TEST_SUITE_P(Kept, StoriesTest, testing::Values("private", "exceptions", "death", "damaged"),
                          [](const auto& test) { return std::string(test.param); });
 
 }  // namespace
