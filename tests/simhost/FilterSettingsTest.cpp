@@ -352,29 +352,6 @@ TEST_F(FilterSettings, LeaveFramesAloneThatNeedNothing) {
   EXPECT_NE(process(makeFilter("DepthResize"), depth).get(), depth.get());  // clients change its output
 }
 
-TEST_F(FilterSettings, GeometryKeepsPixelsOfOneAndThreeBytesWhole) {
-  const struct {
-    const char* filter;
-    const char* settings;
-    std::vector<uint8_t> grey, colour;  ///< of 1 2 / 3 4, and of 1 2 3, 4 5 6
-  } cases[] = {
-      {"FrameMirror", "", {2, 1, 4, 3}, {4, 5, 6, 1, 2, 3}},
-      {"FrameFlip", "", {3, 4, 1, 2}, {1, 2, 3, 4, 5, 6}},
-      {"FrameRotate", "Angle=90", {3, 1, 4, 2}, {1, 2, 3, 4, 5, 6}},
-      {"FrameRotate", "Angle=180", {4, 3, 2, 1}, {4, 5, 6, 1, 2, 3}},
-  };
-  const auto framed = [](VYFormat format, uint32_t height, const std::vector<uint8_t>& bytes) {
-    Frame frame = makeFrame(format, VY_PIXEL_COLOR, 2, height);
-    std::memcpy(call(vysim_frame_get_data, frame.get()), bytes.data(), bytes.size());
-    return frame;
-  };
-  for (const auto& each : cases) {
-    const Filter filter = configured(each.filter, each.settings);
-    EXPECT_EQ(bytesOf(process(filter, framed(VY_FORMAT_Y8, 2, {1, 2, 3, 4}))), each.grey) << each.filter;
-    EXPECT_EQ(bytesOf(process(filter, framed(VY_FORMAT_RGB, 1, {1, 2, 3, 4, 5, 6}))), each.colour) << each.filter;
-  }
-}
-
 TEST_F(FilterSettings, DisparityNeedsFocalLengthAndBaseline) {
   const Frame frame = makeFrame();  // its profile has neither
   const std::pair<const char*, bool> cases[] = {{"", false},
