@@ -6,6 +6,7 @@
 
 #include "pixel/Packing.h"
 #include "simhost/SimulatedHost.h"
+#include "support/SchemaText.h"
 
 namespace {
 
@@ -293,8 +294,7 @@ TEST_F(FilterSettings, AreRefusedInSenselessCombinations) {
   for (const auto& each : cases) {
     const Filter filter = makeFilter(each.filter);
     const std::vector<std::string> texts = wordsOf(each.arguments);
-    std::vector<const char*> arguments;
-    for (const std::string& text : texts) arguments.push_back(text.c_str());
+    std::vector<const char*> arguments = pointersTo(texts);
     ErrorSlot slot;
     vy_filter_update_config(filter.get(), static_cast<uint8_t>(arguments.size()), arguments.data(), slot);
     const Error refusal = slot.take();

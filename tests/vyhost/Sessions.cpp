@@ -56,16 +56,11 @@ void runDepth(const vysim_family& family) {
   const OpenDevice camera = openDevice(family.pids[0], family.vid);
   const Processor processor = makeProcessor(camera.context, kDepth);
   const std::vector<std::string> texts = valuesInForce(schemaOf(processor));
-  std::vector<const char*> values;
-  for (const std::string& text : texts) values.push_back(text.c_str());
-  updateConfig(processor, values);
+  updateConfig(processor, pointersTo(texts));
   for (const SensorCase& sensor : openSensors(family)) {
     if (sensor.sensor != static_cast<VYSensorType>(kDepth)) continue;
     process(processor, sensor.inputs[0]);
-    vysim::call([&](vy_error** error) {
-      vy_frame_processor_set_hardware_d2c_params(processor.get(), {20, 20, 8, 4, 16, 8}, 0, 2, 1, 1, 0, 0, true, false,
-                                                 error);
-    });
+    setHardwareD2C(processor, {{20, 20, 8, 4, 16, 8}, 2, 1, 1, 0, 0, true});
     process(processor, sensor.inputs[1]);
   }
 }
