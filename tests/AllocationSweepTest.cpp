@@ -1,6 +1,5 @@
 // Every allocation of the library fails once, in a whole scenario for every sensor of every family. Allocations of the
 // host are not touched: the program has a C++ runtime of its own (see CMakeLists.txt).
-#include <iostream>
 #include <new>
 
 #include "support/FailingNew.h"
@@ -114,7 +113,6 @@ TEST_F(AllocationSweepTest, EveryAllocationFailsOnce) {
   for (std::size_t i = 0; i < vysim_family_count(); ++i) {
     for (const SensorCase& sensor : openSensors(*vysim_family_at(i))) sweep(sensor);
   }
-  std::cout << allocations_ << " allocations\n";
 }
 
 TEST_F(AllocationSweepTest, AListOfProductIdsStaysAsItWasWhenItCannotBeReplaced) {

@@ -6,6 +6,7 @@
 
 #include "pixel/Packing.h"
 #include "simhost/SimulatedHost.h"
+#include "support/SchemaText.h"
 
 namespace {
 
@@ -293,8 +294,7 @@ TEST_F(FilterSettings, AreRefusedInSenselessCombinations) {
   for (const auto& each : cases) {
     const Filter filter = makeFilter(each.filter);
     const std::vector<std::string> texts = wordsOf(each.arguments);
-    std::vector<const char*> arguments;
-    for (const std::string& text : texts) arguments.push_back(text.c_str());
+    std::vector<const char*> arguments = pointersTo(texts);
     ErrorSlot slot;
     vy_filter_update_config(filter.get(), static_cast<uint8_t>(arguments.size()), arguments.data(), slot);
     const Error refusal = slot.take();
@@ -350,29 +350,6 @@ TEST_F(FilterSettings, LeaveFramesAloneThatNeedNothing) {
   EXPECT_EQ(process(makeFilter("HardwareD2DCorrectionFilter"), depth).get(), depth.get());
   call(vy_filter_update_config, makeFilter("FrameMirror").get(), uint8_t{0}, static_cast<const char**>(nullptr));
   EXPECT_NE(process(makeFilter("DepthResize"), depth).get(), depth.get());  // clients change its output
-}
-
-TEST_F(FilterSettings, GeometryKeepsPixelsOfOneAndThreeBytesWhole) {
-  const struct {
-    const char* filter;
-    const char* settings;
-    std::vector<uint8_t> grey, colour;  ///< of 1 2 / 3 4, and of 1 2 3, 4 5 6
-  } cases[] = {
-      {"FrameMirror", "", {2, 1, 4, 3}, {4, 5, 6, 1, 2, 3}},
-      {"FrameFlip", "", {3, 4, 1, 2}, {1, 2, 3, 4, 5, 6}},
-      {"FrameRotate", "Angle=90", {3, 1, 4, 2}, {1, 2, 3, 4, 5, 6}},
-      {"FrameRotate", "Angle=180", {4, 3, 2, 1}, {4, 5, 6, 1, 2, 3}},
-  };
-  const auto framed = [](VYFormat format, uint32_t height, const std::vector<uint8_t>& bytes) {
-    Frame frame = makeFrame(format, VY_PIXEL_COLOR, 2, height);
-    std::memcpy(call(vysim_frame_get_data, frame.get()), bytes.data(), bytes.size());
-    return frame;
-  };
-  for (const auto& each : cases) {
-    const Filter filter = configured(each.filter, each.settings);
-    EXPECT_EQ(bytesOf(process(filter, framed(VY_FORMAT_Y8, 2, {1, 2, 3, 4}))), each.grey) << each.filter;
-    EXPECT_EQ(bytesOf(process(filter, framed(VY_FORMAT_RGB, 1, {1, 2, 3, 4, 5, 6}))), each.colour) << each.filter;
-  }
 }
 
 TEST_F(FilterSettings, DisparityNeedsFocalLengthAndBaseline) {

@@ -72,4 +72,16 @@ TEST_F(Pictures, ShadeSlopes) {
   }
 }
 
+// A step of 20 mm in the middle of six pixels, across and down: only its slope is brighter or darker.
+TEST_F(Pictures, ShadeASlopeWhereItIs) {
+  const Image row = {2000, 2000, 2010, 2020, 2020, 2020};
+  Image across = row, down;
+  across.insert(across.end(), row.begin(), row.end());
+  for (const uint16_t depth : row) down.insert(down.end(), 2, depth);
+  const Image acrossLight = lightOf(nextFrame(openCamera("Ostrel", 6, 2, across, 6), VY_SENSOR_IR));
+  const Image downLight = lightOf(nextFrame(openCamera("Ostrel", 2, 6, down, 2), VY_SENSOR_IR));
+  EXPECT_EQ(acrossLight, (Image{143, 174, 179, 173, 143, 143, 143, 174, 179, 173, 143, 143}));
+  EXPECT_EQ(downLight, (Image{143, 143, 105, 105, 98, 98, 105, 105, 143, 143, 143, 143}));
+}
+
 }  // namespace

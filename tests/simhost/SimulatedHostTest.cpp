@@ -107,8 +107,11 @@ TEST_F(SimulatedHost, RefusesNullWrongAndDeadHandles) {
   }
   for (const HandleCall& each : handleCalls()) {
     void* const wrong = each.kind == VYSIM_DEVICE ? static_cast<void*>(frame.get()) : device.get();
-    for (const auto& [handle, type] : {std::pair<void*, int>(nullptr, kInvalidValue), std::pair(wrong, kWrongObject),
-                                       std::pair(dead[each.kind], kDeadObject)}) {
+    int notAnObject[64] = {};
+    const uint64_t refused = vysim_refused_count(each.function);
+    for (const auto& [handle, type] :
+         {std::pair<void*, int>(nullptr, kInvalidValue), std::pair(wrong, kWrongObject),
+          std::pair<void*, int>(notAnObject, kWrongObject), std::pair(dead[each.kind], kDeadObject)}) {
       ErrorSlot slot;
       each.call(handle, slot);
       const Error error = slot.take();
@@ -119,6 +122,7 @@ TEST_F(SimulatedHost, RefusesNullWrongAndDeadHandles) {
       EXPECT_NE((" " + error.args).find(argument), std::string::npos) << error.message << ", with " << error.args;
       each.call(handle, nullptr);  // an error that nobody wants is dropped
     }
+    EXPECT_EQ(vysim_refused_count(each.function), refused + 8) << each.function;
   }
   auto* deadFrame = static_cast<vy_frame_t*>(dead[VYSIM_FRAME]);
   EXPECT_EQ(vysim_frame_get_ref_count(deadFrame), 0);

@@ -171,6 +171,10 @@ TEST(RecordingCheckTest, SaysWhatTheHostDoes) {
                  kNotTried = vyhost::Verdict::notTried;
   const char* const kGetIntrinsic = "vy_video_stream_profile_get_intrinsic";
   const char* const kGetItem = "vy_filter_config_schema_list_get_item";
+  const char* const kCreateFilter = "vy_create_filter";
+  const char* const kProcess = "vy_filter_process";
+  const char* const kAddRef = "vy_frame_add_ref";
+  const char* const kDeleteFrame = "vy_delete_frame";
   const char* const good = "[500,500,320,240,640,480]";
   const struct {
     const char* checkName;
@@ -217,47 +221,38 @@ TEST(RecordingCheckTest, SaysWhatTheHostDoes) {
       {"names",
        kFail,
        "reports the name \"Mirror\" after \"FrameMirror\"",
-       {{"vy_create_filter", R"(["FrameMirror"])", "1"}, {"vy_filter_get_name", "[1]", R"("Mirror")"}}},
+       {{kCreateFilter, R"(["FrameMirror"])", "1"}, {"vy_filter_get_name", "[1]", R"("Mirror")"}}},
       {"names",
        kOk,
        "",
-       {{"vy_create_filter", R"(["FrameMirror"])", "1"}, {"vy_filter_get_name", "[1]", R"("FrameMirror")"}}},
+       {{kCreateFilter, R"(["FrameMirror"])", "1"}, {"vy_filter_get_name", "[1]", R"("FrameMirror")"}}},
       {"references",
        kOk,
        "",
-       {{"vy_frame_add_ref", "[1]"},
-        {"vy_filter_process", "[1,1]", "2"},
-        {"vy_delete_frame", "[1]"},
-        {"vy_delete_frame", "[2]"}}},
-      {"references", kFail, "1 not given back", {{"vy_filter_process", "[1,1]", "2"}}},
-      {"references",
-       kFail,
-       "1 not given back",
-       {{"vy_frame_add_ref", "[1]"}, {"vy_delete_frame", "[1]", "null", "refused"}}},
+       {{kAddRef, "[1]"}, {kProcess, "[1,1]", "2"}, {kDeleteFrame, "[1]"}, {kDeleteFrame, "[2]"}}},
+      {"references", kFail, "1 not given back", {{kProcess, "[1,1]", "2"}}},
+      {"references", kFail, "1 not given back", {{kAddRef, "[1]"}, {kDeleteFrame, "[1]", "null", "refused"}}},
       {"references",
        kFail,
        "gives a frame back more often",
-       {{"vy_frame_add_ref", "[1]"}, {"vy_delete_frame", "[1]"}, {"vy_delete_frame", "[1]"}}},
+       {{kAddRef, "[1]"}, {kDeleteFrame, "[1]"}, {kDeleteFrame, "[1]"}}},
       {"references", kFail, "1 not given back", {{"vy_frame_get_stream_profile", "[1]", "1"}}},
-      {"references", kFail, "1 not given back", {{"vy_create_filter", R"(["A"])", "1"}}},
+      {"references", kFail, "1 not given back", {{kCreateFilter, R"(["A"])", "1"}}},
       {"references",
        kNotTried,
        "live when the recording ends",
-       {{"vy_create_frame_processor", "[1,3]", "1"}, {"vy_create_filter", R"(["A"])", "1"}}},
+       {{"vy_create_frame_processor", "[1,3]", "1"}, {kCreateFilter, R"(["A"])", "1"}}},
       {"references",
        kNotTried,
        "ends within a call",
-       {{"vy_filter_process", "[1,1]", "2"}, {"vy_delete_frame", "[2]", "null", nullptr, false}}},
-      {"failures",
-       kFail,
-       "failed: unknown; the filter is left out",
-       {{"vy_create_filter", R"(["A"])", "0", "unknown"}}},
-      {"failures", kWarning, "failed: no memory", {{"vy_filter_process", "[1,1]", "0", "no memory"}}},
-      {"error texts", kWarning, "without a message", {{"vy_filter_process", "[1,1]", "0", ""}}},
-      {"nulls", kFail, "null without an error", {{"vy_filter_process", "[1,1]", "0"}}},
-      {"returns", kFail, "call 1 on thread 0 never returned", {{"vy_filter_process", "[1,1]", "0", nullptr, false}}},
-      {"times", kWarning, "in 1 call, 40.0 ms", {{"vy_filter_process", "[1,1]", "1", nullptr, true, 40}}},
-      {"times", kOk, "", {{"vy_filter_process", "[1,1]", "1", nullptr, true, 30}}},
+       {{kProcess, "[1,1]", "2"}, {kDeleteFrame, "[2]", "null", nullptr, false}}},
+      {"failures", kFail, "failed: unknown; the filter is left out", {{kCreateFilter, R"(["A"])", "0", "unknown"}}},
+      {"failures", kWarning, "failed: no memory", {{kProcess, "[1,1]", "0", "no memory"}}},
+      {"error texts", kWarning, "without a message", {{kProcess, "[1,1]", "0", ""}}},
+      {"nulls", kFail, "null without an error", {{kProcess, "[1,1]", "0"}}},
+      {"returns", kFail, "call 1 on thread 0 never returned", {{kProcess, "[1,1]", "0", nullptr, false}}},
+      {"times", kWarning, "in 1 call, 40.0 ms", {{kProcess, "[1,1]", "1", nullptr, true, 40}}},
+      {"times", kOk, "", {{kProcess, "[1,1]", "1", nullptr, true, 30}}},
   };
   for (const auto& each : cases) {
     SCOPED_TRACE(fmt::format("{}: {}", each.checkName, each.said));
