@@ -1,9 +1,11 @@
 #include <fmt/format.h>
 
 #include "Commands.h"
+#include "Failure.h"
 #include "Families.h"
 #include "GalleryPage.h"
 #include "OutputFolder.h"
+#include "Signals.h"
 #include "Stream.h"
 
 namespace vycam {
@@ -58,6 +60,9 @@ void makeGallery(const Library& library, const std::string& outputFolder) {
     Progress progress("gallery", streams * kFramesPerStream);
     for (GalleryFamily& family : families) {
       for (const SensorChain& chain : family.chains.sensors) {
+        if (takenSignal() != 0) {
+          throw Failure("ended by a signal; nothing was written");
+        }
         family.entries.push_back(makeEntry(library, *family.chains.family, chain, folder, progress));
       }
     }

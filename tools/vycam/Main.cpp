@@ -2,11 +2,15 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <csignal>
 #include <cstdio>
 #include <new>
+#include <system_error>
 
 #include "Commands.h"
 #include "Failure.h"
+#include "Signals.h"
+#include "Terminal.h"
 
 namespace {
 
@@ -92,16 +96,17 @@ CLI::App* addGallery(CLI::App& app, std::string& outputFolder) {
   return command;
 }
 
-/// Tells what was wrong, unless it was the standard output: whoever printed knows no more than that.
 int fail(const std::string& text) {
-  fmt::print(stderr, "vycam: {}\n", std::ferror(stdout) == 0 ? text : "cannot write to the standard output");
+  if (vycam::takenSignal() != SIGPIPE) {  // nobody is surprised who closed the pipe
+    std::fputs(fmt::format("vycam: {}\n", text).c_str(), stderr);
+  }
   return kExitFailure;
 }
 
 /// The exit code of a command that is done, once all that it printed is out.
 int finish() {
-  std::fflush(stdout);
-  return std::ferror(stdout) == 0 ? 0 : fail({});
+  vycam::flushOutput();
+  return 0;
 }
 
 /// Parses the command line, then hands the library to the chosen command.
@@ -157,11 +162,21 @@ int runCommand(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  vycam::takeSignals();
+  int exitCode = 0;
   try {
-    return runCommand(argc, argv);
+    exitCode = runCommand(argc, argv);
   } catch (const std::bad_alloc&) {
-    return fail("not enough memory");
+    exitCode = fail("not enough memory");
+  } catch (const std::system_error& error) {
+    exitCode =
+        fail(std::ferror(stdout) == 0 ? error.what()
+                                      : fmt::format("cannot write to the standard output: {}", error.code().message()));
   } catch (const std::exception& error) {
-    return fail(error.what());
+    exitCode = fail(error.what());
   }
+  if (vycam::takenSignal() != 0) {
+    vycam::endBy(vycam::takenSignal());
+  }
+  return exitCode;
 }

@@ -6,6 +6,7 @@
 #include "Commands.h"
 #include "Failure.h"
 #include "OutputFolder.h"
+#include "Signals.h"
 #include "Stream.h"
 
 namespace vycam {
@@ -84,7 +85,9 @@ void printTimes(const TimeReport& time) {
 }
 
 void printSummary(const StreamResult& result, const StreamOptions& options, const OutputFolder& folder) {
-  fmt::print("{} {}, {} frame{}\n", options.family->name, sensorName(options.sensor), options.frames,
+  const bool isComplete = result.frames == options.frames;
+  fmt::print("{} {}, {} frame{}\n", options.family->name, sensorName(options.sensor),
+             isComplete ? fmt::to_string(result.frames) : fmt::format("{} of {}", result.frames, options.frames),
              options.frames == 1 ? "" : "s");
   fmt::print("  in             {}\n", result.rawFacts.describe());
   fmt::print("  out            {}\n", result.outputFacts.describe());
@@ -116,8 +119,16 @@ void run(const Library& library, const RunArguments& arguments) {
     result = runStream(library, options, progress);
   }
   writeFiles(result, *options.family, folder);
+  // Without an output, the run has failed and leaves nothing; but where a signal has ended it, nobody may be there to
+  // read, and the pictures are worth more than the summary.
+  const bool isEnded = takenSignal() != 0;
+  if (isEnded) {
+    folder.commit();
+  }
   printSummary(result, options, folder);
-  folder.commit();
+  if (!isEnded) {
+    folder.commit();
+  }
 }
 
 }  // namespace vycam

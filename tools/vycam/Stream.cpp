@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "Failure.h"
+#include "Signals.h"
 
 namespace vycam {
 namespace {
@@ -74,8 +75,8 @@ StreamResult runStream(const Library& library, const StreamOptions& options, Pro
     alignToColour(processor, raw.get(), *options.hardwareD2C);
   }
   Timing timing;
-  for (unsigned i = 0; i < options.frames; ++i) {
-    if (i > 0) {
+  for (; result.frames < options.frames && takenSignal() == 0; ++result.frames) {
+    if (result.frames > 0) {
       raw = nextFrame(camera.get(), options.sensor);
     }
     timing.beginFrame();
@@ -86,6 +87,9 @@ StreamResult runStream(const Library& library, const StreamOptions& options, Pro
       result.accuracy->add(greyPixels(result.output.get()).pixels, result.truth->pixels);
     }
     progress.step("frames/s");
+  }
+  if (result.frames == 0) {
+    throw Failure("ended by a signal before the first frame; nothing was written");
   }
   result.time = timing.report();  // taken now: decoding the raw picture would add to the host's clock
   result.rawFacts = factsOf(raw.get());

@@ -30,6 +30,7 @@ struct StreamOptions {
 
 /// The results of a run; the images are those of the last frame.
 struct StreamResult {
+  unsigned frames = 0;  ///< fewer than wanted where a signal came
   Chain chain;
   Schema schema;
   FrameFacts rawFacts, outputFacts;
@@ -40,6 +41,7 @@ struct StreamResult {
   TimeReport time;
 };
 
+/// Ends early where a signal asks the program to end; before the first frame that is a Failure.
 StreamResult runStream(const Library& library, const StreamOptions& options, Progress& progress);
 
 /// The pictures of a run. Output and truth share a scale.
