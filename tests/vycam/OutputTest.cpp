@@ -19,8 +19,8 @@ TEST_F(OutputTest, NothingIsLeftBehindWhereWritingFails) {
     std::string arguments;  // the command's name included
     std::vector<std::string> said;
   } cases[] = {
-      {"", "families >/dev/full", {"cannot write to the standard output"}},
-      {"", "families --csv >&-", {"cannot write to the standard output"}},
+      {"", "families >/dev/full", {"cannot write to the standard output: No space left on device\n"}},
+      {"", "families --csv >&-", {"cannot write to the standard output: Bad file descriptor\n"}},
       {"", "schema --camera Corvid --sensor depth >/dev/full", {"cannot write to the standard output"}},
       {"", "schema --camera Corvid --sensor depth --raw >&-", {"cannot write to the standard output"}},
       {"", "--version >/dev/full", {"cannot write to the standard output"}},

@@ -8,7 +8,8 @@
 
 namespace vycam {
 
-void showFamilies(const Library& library, bool asCsv);
+/// `which` is a family, by its name or the USB id of one of its cameras; empty for all.
+void showFamilies(const Library& library, const std::string& which, bool asCsv);
 
 void showSchema(const Library& library, const std::string& camera, const std::string& sensor, bool raw);
 

@@ -52,7 +52,7 @@ void makeGallery(const Library& library, const std::string& outputFolder) {
   OutputFolder folder(outputFolder);
   std::vector<GalleryFamily> families;
   unsigned streams = 0;
-  for (FamilyChains& chains : chainsOfAllFamilies(library)) {
+  for (FamilyChains& chains : chainsOf(library, allFamilies())) {
     streams += static_cast<unsigned>(chains.sensors.size());
     families.push_back({std::move(chains), {}});
   }

@@ -1,5 +1,6 @@
 // vycam: shows what the frame processor library does with the frames of a virtual camera.
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <csignal>
@@ -7,6 +8,7 @@
 #include <new>
 #include <system_error>
 
+#include "CommandLine.h"
 #include "Commands.h"
 #include "Failure.h"
 #include "Signals.h"
@@ -29,11 +31,13 @@ void addStreamOptions(CLI::App& command, std::string& camera, std::string& senso
   command.add_option("--sensor", sensor, kSensorHelp)->required()->type_name("SENSOR");
 }
 
-CLI::App* addFamilies(CLI::App& app, bool& asCsv) {
-  CLI::App* const command = app.add_subcommand(
-      "families", "List the camera families, how each is recognised, and its chain for every sensor");
+CLI::App* addFamilies(CLI::App& app, std::string& which, bool& asCsv) {
+  CLI::App* const command =
+      app.add_subcommand("families", "List the camera families, how each is recognised, its streams and their chains");
+  command->add_option("FAMILY", which, "only this family, by its name or the USB id of one of its cameras")
+      ->check(kNotEmpty);
   command->add_flag("--csv", asCsv, "for machines: a heading, then one line for each filter of each chain");
-  command->footer("Example:\n  vycam families --csv > families.csv");
+  command->footer("Examples:\n  vycam families 3E71:41A1\n  vycam families --csv > families.csv");
   return command;
 }
 
@@ -80,7 +84,7 @@ CLI::App* addRun(CLI::App& app, vycam::RunArguments& arguments) {
       ->check(kNotEmpty)
       ->type_name("LIST");
   command->footer(
-      "Writes raw.png (as the camera sent it) and output.png, for depth also truth.png (same scale as the output) and\n"
+      "Writes raw.png (as the camera sent it) and output.png, for depth also truth.png (same scale as the output) and "
       "output16.png (16-bit grey, the numbers of the last output frame).\n"
       "Example:\n  vycam run --camera Corvid --sensor depth --set FrameRotate#0=90 --out pictures");
   return command;
@@ -117,38 +121,43 @@ int runCommand(int argc, char** argv) {
       "Example:\n  vycam run --camera Corvid --sensor depth --out pictures\n"
       "`vycam COMMAND --help` tells more about a command.");
   app.require_subcommand(0, 1);
+  app.fallthrough();  // options of the program may stand behind the command as well
   std::string libraryPath;
+  std::string family;
   std::string camera;
   std::string sensor;
   std::string galleryFolder;
   bool asCsv = false;
   bool raw = false;
-  bool showVersion = false;
   vycam::RunArguments arguments;
   app.add_option("--library", libraryPath, "the library to load instead of the one beside this program")
       ->check(kNotEmpty)
       ->type_name("PATH");
-  app.add_flag("--version", showVersion, "print the versions of this program and of the library");
-  const CLI::App* const families = addFamilies(app, asCsv);
+  app.set_version_flag("--version", VYCAM_VERSION, "print the versions of this program and of the library");
+  const CLI::App* const families = addFamilies(app, family, asCsv);
   const CLI::App* const schema = addSchema(app, camera, sensor, raw);
   const CLI::App* const run = addRun(app, arguments);
   addGallery(app, galleryFolder);
   try {
     app.parse(argc, argv);
-  } catch (const CLI::Success& wish) {
-    app.exit(wish);  // help
+  } catch (const CLI::CallForHelp&) {
+    fmt::print("{}", vycam::helpText(app, vycam::terminalWidth(STDOUT_FILENO)));
+    return finish();
+  } catch (const CLI::CallForVersion& error) {
+    if (!app.remaining(true).empty()) {
+      return fail(vycam::complaint(app, error));
+    }
+    fmt::print("vycam {}, library revision {}\n", VYCAM_VERSION, vycam::Library(libraryPath)->getCommitHash());
     return finish();
   } catch (const CLI::ParseError& error) {
-    return fail(fmt::format("{} (vycam --help tells more)", error.what()));
+    return fail(vycam::complaint(app, error));
   }
-  if (!showVersion && app.get_subcommands().empty()) {
+  if (app.get_subcommands().empty()) {
     return fail("a command is required: families, schema, run or gallery (vycam --help tells more)");
   }
   const vycam::Library library(libraryPath);
-  if (showVersion) {
-    fmt::print("vycam {}, library revision {}\n", VYCAM_VERSION, library->getCommitHash());
-  } else if (families->parsed()) {
-    vycam::showFamilies(library, asCsv);
+  if (families->parsed()) {
+    vycam::showFamilies(library, family, asCsv);
   } else if (schema->parsed()) {
     vycam::showSchema(library, camera, sensor, raw);
   } else if (run->parsed()) {

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <utility>
 
 #include "Failure.h"
@@ -36,7 +37,12 @@ std::vector<std::string> settingsOf(const StreamOptions& options, const Schema& 
       throw Failure(fmt::format("--d2c is for depth chains with a HardwareD2CProcessor; that of {} {} has none",
                                 options.family->name, sensorName(options.sensor)));
     }
-    settings.insert(settings.begin(), fmt::format("{}=1", kAlignmentSwitch));
+    const std::string key = fmt::format("{}=", kAlignmentSwitch);
+    const bool isGiven = std::any_of(settings.begin(), settings.end(),
+                                     [&](const std::string& setting) { return setting.rfind(key, 0) == 0; });
+    if (!isGiven) {
+      settings.push_back(key + "1");
+    }
   }
   return settings;
 }

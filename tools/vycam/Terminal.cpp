@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 #include <sys/ioctl.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -24,11 +25,6 @@ size_t terminalWidth(int descriptor) {
 }
 
 std::string folded(std::string line, size_t width, size_t indent) {
-  constexpr size_t kLeastRoom = 24;
-  constexpr size_t kSmallIndent = 4;
-  if (indent + kLeastRoom > width) {
-    indent = kSmallIndent;
-  }
   std::string text;
   while (line.size() > width) {
     const size_t begin = line.find_first_not_of(' ');
@@ -44,6 +40,10 @@ std::string folded(std::string line, size_t width, size_t indent) {
     line.replace(0, next, indent, ' ');
   }
   return text + line + '\n';
+}
+
+void printFolded(const std::string& line, size_t indent) {
+  fmt::print("{}", folded(line, terminalWidth(STDOUT_FILENO), indent));
 }
 
 void flushOutput() {
