@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <sstream>
+#include <thread>
 
 #include "Host.h"
 #include "Progress.h"
@@ -28,18 +29,25 @@ TEST(TimingTest, PartsAddUpToTheWhole) {
     EXPECT_EQ(report.frames, 0U);
     EXPECT_EQ(report.total + report.filters + report.otherHostCalls + report.library + report.clockCost, 0);
     for (int i = 0; i < 3; ++i) {
-      uint64_t before[2], after[2];
-      vysim_timing_total(&before[0], &before[1]);
       timing.beginFrame();
+      if (i == 0) std::this_thread::sleep_for(std::chrono::milliseconds(50));
       for (int k = 0; k < 40; ++k) vycam::call("read", vy_frame_get_format, frame.get());
       vycam::Frame(vycam::call("run", vy_filter_process, filter.get(), frame.get()));
       timing.endFrame();
-      vysim_timing_total(&after[0], &after[1]);
-      calls += after[0] - before[0], nanoseconds += after[1] - before[1];
-      vycam::call("read", vy_frame_get_format, frame.get());  // between frames
+      uint64_t ofFrame[2];
+      vysim_timing_total(&ofFrame[0], &ofFrame[1]);
+      if (i > 0) {
+        calls += ofFrame[0], nanoseconds += ofFrame[1];
+        filterNanoseconds += vysim_timing_filter_at(0).nanoseconds;
+      }
+      vycam::Frame(vycam::call("run", vy_filter_process, filter.get(), frame.get()));  // between frames
+      report = timing.report();
+      if (i == 0) {
+        EXPECT_GE(report.first, 50);
+        for (const double same : {report.median, report.percentile95, report.largest, report.total})
+          EXPECT_NEAR(same, report.first, 1e-9) << "the first is the only one";
+      }
     }
-    report = timing.report();
-    filterNanoseconds = vysim_timing_filter_at(0).nanoseconds;
   }
   const std::chrono::duration<double, std::milli> passed = std::chrono::steady_clock::now() - begin;
   uint64_t counted[2];
@@ -48,11 +56,10 @@ TEST(TimingTest, PartsAddUpToTheWhole) {
   vysim_timing_total(&counted[1], nullptr);
   EXPECT_EQ(counted[0], counted[1]) << "the host's clock runs on";
 
-  constexpr double kScale = 1.0 / 3e6;
+  constexpr double kScale = 1.0 / 2e6;  // the first frame stands apart
   EXPECT_EQ(report.frames, 3U);
   ASSERT_EQ(report.byFilter.size(), 1U);
   EXPECT_EQ(report.byFilter[0].name, "FrameMirror");
-  EXPECT_EQ(report.byFilter[0].calls, 3U);
   EXPECT_NEAR(report.byFilter[0].milliseconds, static_cast<double>(filterNanoseconds) * kScale, 1e-9);
   EXPECT_EQ(report.filters, report.byFilter[0].milliseconds);
   EXPECT_NEAR(report.filters + report.otherHostCalls, static_cast<double>(nanoseconds) * kScale, 1e-9);
@@ -62,7 +69,10 @@ TEST(TimingTest, PartsAddUpToTheWhole) {
   EXPECT_NEAR(report.clockCost, std::min(rest, static_cast<double>(calls) * report.nanosecondsPerCall * kScale), 1e-9);
   EXPECT_GE(report.library, 0);
   EXPECT_NEAR(report.filters + report.otherHostCalls + rest, report.total, 1e-9);
-  EXPECT_LT(report.total * 3, passed.count());
+  EXPECT_LT(report.first + report.total * 2, passed.count());
+  EXPECT_LE(report.median, report.largest);
+  EXPECT_EQ(report.percentile95, report.largest);
+  EXPECT_NEAR(report.median + report.largest, 2 * report.total, 1e-9) << "the two frames behind the first";
 }
 
 /// Standard error is a terminal while it lives, and standard output that terminal or a pipe.

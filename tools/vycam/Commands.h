@@ -15,9 +15,9 @@ void showSchema(const Library& library, const std::string& camera, const std::st
 
 /// What was typed for `vycam run`; empty texts stand for options that were not given.
 struct RunArguments {
-  std::string camera, sensor, depthFile, size, hardwareD2C, outputFolder;
-  unsigned frames = 30;
-  bool clean = false;
+  std::string camera, sensor, depthFile, size, hardwareD2C, replayFolder, outputFolder;
+  unsigned frames = 0;  ///< 0 = not given
+  bool clean = false, keepsAll = false, writesCloud = false, writesRaw = false, asJson = false;
   std::vector<std::string> settings;
 };
 

@@ -56,9 +56,10 @@ CLI::App* addRun(CLI::App& app, vycam::RunArguments& arguments) {
   command->add_option("--out", arguments.outputFolder, "folder for the pictures; made if missing")
       ->required()
       ->type_name("DIR");
-  command->add_option("--frames", arguments.frames, "how many frames to stream")
-      ->check(CLI::Range(1U, kMostFrames))
-      ->capture_default_str()
+  command
+      ->add_option("--frames", arguments.frames,
+                   fmt::format("how many frames to stream, 1 to {}; without it 30, or all of --replay", kMostFrames))
+      ->check(CLI::Range(1U, kMostFrames).description(""))
       ->type_name("N");
   command
       ->add_option("--depth", arguments.depthFile,
@@ -83,9 +84,26 @@ CLI::App* addRun(CLI::App& app, vycam::RunArguments& arguments) {
                    "out is scale=1, borders 0, apply=1")
       ->check(kNotEmpty)
       ->type_name("LIST");
+  command
+      ->add_option("--replay", arguments.replayFolder,
+                   "take the frames that --raw wrote into this folder instead of new ones; they are compared with the "
+                   "truth if they show the embedded room, or the image given by --depth")
+      ->check(kNotEmpty)
+      ->type_name("DIR");
+  command
+      ->add_option_function<std::string>(
+          "--keep", [&](const std::string& which) { arguments.keepsAll = which == "all"; },
+          "all: the files of each frame, too, in frames/")
+      ->check(CLI::IsMember({"all", "last"}).description(""))
+      ->type_name("all|last");
+  command->add_flag("--ply", arguments.writesCloud, "also cloud.ply, the output's points in space, in millimetres");
+  command->add_flag("--raw", arguments.writesRaw,
+                    "also raw/ with every frame as the camera sent it, and frames.json, which tells what is in them");
+  command->add_flag("--json", arguments.asJson, "for machines: the summary as one JSON object");
   command->footer(
-      "Writes raw.png (as the camera sent it) and output.png, for depth also truth.png (same scale as the output) and "
-      "output16.png (16-bit grey, the numbers of the last output frame).\n"
+      "Writes raw.png (as the camera sent it) and output.png, for depth also truth.png (same scale as the output), "
+      "error.png (their difference) and output16.png (16-bit grey, the numbers of the output), all of the last frame.\n"
+      "Ctrl-C ends the run with the frames it has.\n"
       "Example:\n  vycam run --camera Corvid --sensor depth --set FrameRotate#0=90 --out pictures");
   return command;
 }
@@ -117,7 +135,8 @@ int finish() {
 int runCommand(int argc, char** argv) {
   CLI::App app("Shows what libvy_frame_processor does with the frames of virtual depth cameras.", "vycam");
   app.footer(
-      "Exit code 0: done; 2: something was wrong, told in one line on stderr, and no file was left behind.\n"
+      "Exit code 0: done; 2: something was wrong, told in one line on stderr, and no file was left behind; 128 and the "
+      "signal's number: ended by a signal, where run leaves the files of the frames it has and gallery none.\n"
       "Example:\n  vycam run --camera Corvid --sensor depth --out pictures\n"
       "`vycam COMMAND --help` tells more about a command.");
   app.require_subcommand(0, 1);
