@@ -183,7 +183,7 @@ FrameRef Camera::frameOf(VYSensorType sensor, uint32_t number, const uint8_t* da
   const FrameShape shape = shapeOf(stream.shown);
   FrameRef frame = makeFrame(shape, stream.profile, {number, number * kSecond / kNominalRate},
                              shape.format == VY_FORMAT_RLE ? size : 0);
-  if (frame->size() != size) {
+  if (size == 0 || frame->size() != size) {
     throw Failure(ExceptionType::invalidValue, fmt::format("a frame of sensor {} has {} bytes here, but {} are given",
                                                            static_cast<int>(sensor), frame->size(), size));
   }
