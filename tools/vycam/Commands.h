@@ -23,6 +23,7 @@ struct RunArguments {
 
 void run(const Library& library, const RunArguments& arguments);
 
-void makeGallery(const Library& library, const std::string& outputFolder);
+/// `depthFile` is empty where the cameras see the embedded room.
+void makeGallery(const Library& library, const std::string& outputFolder, const std::string& depthFile);
 
 }  // namespace vycam

@@ -31,6 +31,15 @@ void addStreamOptions(CLI::App& command, std::string& camera, std::string& senso
   command.add_option("--sensor", sensor, kSensorHelp)->required()->type_name("SENSOR");
 }
 
+void addDepth(CLI::App& command, std::string& file) {
+  command
+      .add_option("--depth", file,
+                  "16-bit grey PNG in millimetres (0 = nothing) to see instead of the embedded room; the stream takes "
+                  "its size")
+      ->check(kNotEmpty)
+      ->type_name("FILE.png");
+}
+
 CLI::App* addFamilies(CLI::App& app, std::string& which, bool& asCsv) {
   CLI::App* const command =
       app.add_subcommand("families", "List the camera families, how each is recognised, its streams and their chains");
@@ -61,12 +70,7 @@ CLI::App* addRun(CLI::App& app, vycam::RunArguments& arguments) {
                    fmt::format("how many frames to stream, 1 to {}; without it 30, or all of --replay", kMostFrames))
       ->check(CLI::Range(1U, kMostFrames).description(""))
       ->type_name("N");
-  command
-      ->add_option("--depth", arguments.depthFile,
-                   "16-bit grey PNG in millimetres (0 = nothing) to see instead of the embedded room; the stream takes "
-                   "its size")
-      ->check(kNotEmpty)
-      ->type_name("FILE.png");
+  addDepth(*command, arguments.depthFile);
   command->add_option("--size", arguments.size, "size of the stream instead of the camera's own (or the PNG's)")
       ->check(kNotEmpty)
       ->type_name("WxH");
@@ -108,12 +112,13 @@ CLI::App* addRun(CLI::App& app, vycam::RunArguments& arguments) {
   return command;
 }
 
-CLI::App* addGallery(CLI::App& app, std::string& outputFolder) {
+CLI::App* addGallery(CLI::App& app, std::string& outputFolder, std::string& depthFile) {
   CLI::App* const command =
       app.add_subcommand("gallery", "Write a page with every family and sensor: chain, settings, before and after");
   command->add_option("--out", outputFolder, "folder for index.html and images/; made if missing")
       ->required()
       ->type_name("DIR");
+  addDepth(*command, depthFile);
   command->footer("Example:\n  vycam gallery --out gallery");
   return command;
 }
@@ -146,6 +151,7 @@ int runCommand(int argc, char** argv) {
   std::string camera;
   std::string sensor;
   std::string galleryFolder;
+  std::string galleryDepth;
   bool asCsv = false;
   bool raw = false;
   vycam::RunArguments arguments;
@@ -156,7 +162,7 @@ int runCommand(int argc, char** argv) {
   const CLI::App* const families = addFamilies(app, family, asCsv);
   const CLI::App* const schema = addSchema(app, camera, sensor, raw);
   const CLI::App* const run = addRun(app, arguments);
-  addGallery(app, galleryFolder);
+  addGallery(app, galleryFolder, galleryDepth);
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp&) {
@@ -182,7 +188,7 @@ int runCommand(int argc, char** argv) {
   } else if (run->parsed()) {
     vycam::run(library, arguments);
   } else {
-    vycam::makeGallery(library, galleryFolder);
+    vycam::makeGallery(library, galleryFolder, galleryDepth);
   }
   return finish();
 }

@@ -27,13 +27,6 @@ Chain chainDuringRun(const StreamResult& result, const StreamOptions& options) {
   return chain;
 }
 
-/// What a filter took; null for one that did not run.
-const FilterTime* timeOf(const ChainLink& link, const TimeReport& time) {
-  const auto ran = std::find_if(time.byFilter.begin(), time.byFilter.end(),
-                                [&](const FilterTime& filter) { return filter.name == link.hostName; });
-  return ran != time.byFilter.end() ? &*ran : nullptr;
-}
-
 void printChain(const Chain& chain, const TimeReport& time) {
   size_t width = 0;
   for (const ChainLink& link : chain) {
@@ -148,6 +141,12 @@ Json accuracyJson(const StreamResult& result) {
 }
 
 }  // namespace
+
+const FilterTime* timeOf(const ChainLink& link, const TimeReport& time) {
+  const auto ran = std::find_if(time.byFilter.begin(), time.byFilter.end(),
+                                [&](const FilterTime& filter) { return filter.name == link.hostName; });
+  return ran != time.byFilter.end() ? &*ran : nullptr;
+}
 
 void printSummary(const StreamResult& result, const StreamOptions& options, const OutputFolder& folder) {
   const bool isComplete = result.frames == options.frames;

@@ -8,6 +8,9 @@
 
 namespace vycam {
 
+/// What a filter took in each frame; null for one that did not run.
+const FilterTime* timeOf(const ChainLink& link, const TimeReport& time);
+
 void printSummary(const StreamResult& result, const StreamOptions& options, const OutputFolder& folder);
 
 /// The same as one JSON object. Keys that end in _s are seconds.
