@@ -87,6 +87,12 @@ vy_device_t* vysim_camera_get_device(const vysim_camera* camera, vy_error** erro
 /// that the camera lacks.
 vy_frame_t* vysim_camera_next_frame(vysim_camera* camera, VYSensorType sensor, vy_error** error);
 
+/// A raw frame of a sensor with these bytes, as if the camera had sent them as its frame `number`. Fails for a sensor
+/// that the camera lacks, and where the bytes are not as many as its frames have; run-length compressed ones may have any
+/// number. The bytes are copied and not looked at.
+vy_frame_t* vysim_camera_make_frame(vysim_camera* camera, VYSensorType sensor, uint32_t number, const uint8_t* data,
+                                    size_t size, vy_error** error);
+
 /// Writes the true depth at each pixel of a frame to `depth_mm`: width x height values in millimetres, row by row. They
 /// are 0 where the sensor cannot measure and where a pixel lies outside of the camera's image. The frame is one of this
 /// camera's depth sensor, raw or processed; the truth follows what filters did to its geometry. Fails for a frame that

@@ -346,4 +346,50 @@ TEST_F(Cameras, RefuseSenselessOptionsAndFrames) {
   EXPECT_EQ(slot.take().exceptionType, kInvalidValue);
 }
 
+// The largest disparity that fits the bits of a pixel is that of the nearest depth: of a smaller image, a nearer one.
+TEST_F(Cameras, SeeNothingThatIsTooNear) {
+  for (const auto& [family, width, height, nearest] : {std::tuple("Sorrel", 640U, 480U, 468),
+                                                       {"Sorrel", 320U, 240U, 234},
+                                                       {"SpecialOpenNI", 1280U, 800U, 463},
+                                                       {"SpecialOpenNI", 640U, 480U, 232},
+                                                       {"Ostrel", 640U, 576U, 1}}) {
+    const auto seen = static_cast<uint16_t>(nearest);
+    const Camera camera = openCamera(family, width, height, {static_cast<uint16_t>(nearest - 1), seen}, 2);
+    const Image truth = truthOf(camera, nextFrame(camera));
+    EXPECT_EQ(truth.front(), 0) << family << width;
+    EXPECT_EQ(truth.at(width - 1), seen) << family << width;
+  }
+}
+
+// Frames of given bytes are as good as the camera's own: same profile, same truth.
+TEST_F(Cameras, TakeBytesForTheirFrames) {
+  for (const char* family : {"Talon", "Pellan"}) {
+    const Camera camera = openCamera(family, 32, 24);
+    const Camera other = openCamera(family, 32, 24);
+    for (const VYSensorType sensor : {VY_SENSOR_DEPTH, VY_SENSOR_COLOR, VY_SENSOR_IR_LEFT}) {
+      nextFrame(camera, sensor);
+      const Frame sent = nextFrame(camera, sensor);
+      const uint8_t* const bytes = call(vysim_frame_get_data, sent.get());
+      const size_t size = call(vysim_frame_get_size, sent.get());
+      const Frame made(call(vysim_camera_make_frame, other.get(), sensor, 1U, bytes, size));
+      EXPECT_EQ(bytesOf(made), bytesOf(sent));
+      EXPECT_EQ(call(vysim_frame_get_number, made.get()), 1U);
+      EXPECT_EQ(call(vysim_frame_get_time, made.get()), call(vysim_frame_get_time, sent.get()));
+      if (sensor == VY_SENSOR_DEPTH) {
+        EXPECT_EQ(truthOf(other, made), truthOf(camera, sent));
+      }
+      ErrorSlot slot;
+      const bool isAnySize = sensor == VY_SENSOR_DEPTH && family == std::string("Pellan");
+      const Frame shorter(vysim_camera_make_frame(other.get(), sensor, 1, bytes, size - 1, slot));
+      EXPECT_EQ(slot.take().exceptionType, isAnySize ? 0 : kInvalidValue);
+      vysim_camera_make_frame(other.get(), sensor, 1, bytes, 0, slot);
+      EXPECT_EQ(slot.take().exceptionType, kInvalidValue);
+      vysim_camera_make_frame(other.get(), sensor, 1, nullptr, size, slot);
+      EXPECT_EQ(slot.take().message, "NULL pointer passed for argument data");
+      vysim_camera_make_frame(other.get(), VY_SENSOR_IR, 1, bytes, size, slot);
+      EXPECT_EQ(slot.take().exceptionType, kNotFound);
+    }
+  }
+}
+
 }  // namespace

@@ -65,6 +65,20 @@ TEST_F(Flaws, TimeOfFlightLosesTheRimsOfEdges) {
   }
 }
 
+// Where there is no light to measure, there is no wrong measurement either, though speckles lie beside.
+TEST_F(Flaws, TimeOfFlightHolesHaveNoSpeckles) {
+  Image stripes;
+  for (int i = 0; i < 64; ++i) stripes.push_back(i % 2 == 0 ? 0 : 2500);
+  const Image pixels = pixelsOf(nextFrame(openCamera("Vashti", 640, 576, stripes, 64, false)));
+  long speckles = 0;
+  for (size_t i = 0; i < pixels.size(); ++i) {
+    const bool isHole = i / 10 % 2 == 0;
+    EXPECT_TRUE(!isHole || pixels[i] == 0) << i;
+    speckles += pixels[i] != 0 && std::abs(pixels[i] - 2500) > 1;
+  }
+  EXPECT_GT(speckles, 100);
+}
+
 // Speckles are what the noise filter of the family's chain finds: no larger, no more like the pixels around them.
 TEST_F(Flaws, SpecklesAreJustWhatTheNoiseFilterRemoves) {
   const struct {

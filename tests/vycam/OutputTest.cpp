@@ -19,8 +19,8 @@ TEST_F(OutputTest, NothingIsLeftBehindWhereWritingFails) {
     std::string arguments;  // the command's name included
     std::vector<std::string> said;
   } cases[] = {
-      {"", "families >/dev/full", {"cannot write to the standard output"}},
-      {"", "families --csv >&-", {"cannot write to the standard output"}},
+      {"", "families >/dev/full", {"cannot write to the standard output: No space left on device\n"}},
+      {"", "families --csv >&-", {"cannot write to the standard output: Bad file descriptor\n"}},
       {"", "schema --camera Corvid --sensor depth >/dev/full", {"cannot write to the standard output"}},
       {"", "schema --camera Corvid --sensor depth --raw >&-", {"cannot write to the standard output"}},
       {"", "--version >/dev/full", {"cannot write to the standard output"}},
@@ -49,6 +49,41 @@ TEST_F(OutputTest, NothingIsLeftBehindWhereWritingFails) {
     EXPECT_EQ(outcome.err.find('\n'), outcome.err.size() - 1) << outcome.err;
     expectParts(outcome.err, c.said);
     EXPECT_EQ(files(), before);
+  }
+}
+
+TEST_F(OutputTest, SignalsEndWhatTheyFind) {
+  const std::string many =
+      "run --camera Vashti --sensor depth --size 64x48 --frames 100000 --keep all --out made/deeper ";
+  const auto once = [](const std::string& file, const std::string& signal) {
+    return "& until ls made" + file + " >/dev/null 2>&1; do sleep 0.02; done; kill -" + signal + " $!; wait $!";
+  };
+  const struct {
+    std::string arguments;
+    int exitCode;
+    std::string out;  // its beginning
+    const char* err;
+    size_t files;
+  } cases[] = {
+      {many + once("/deeper/.vycam-*/frames/00001-raw.png", "TERM"), 143, "Vashti depth, ", "", 8},
+      {many + once("/deeper/.vycam-*/frames/00001-raw.png", "HUP"), 129, "Vashti depth, ", "", 8},
+      {"gallery --out made " + once("/.vycam-*/images", "TERM"), 143, "",
+       "vycam: ended by a signal; nothing was written\n", 0},
+      {kRun + "--out made | true", 0, "", "", 0},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.arguments);
+    const Outcome outcome = vycam(c.arguments);
+    EXPECT_EQ(outcome.exitCode, c.exitCode);
+    EXPECT_EQ(outcome.out.rfind(c.out, 0), 0U) << outcome.out;
+    const std::string said = outcome.err.substr(std::min(outcome.err.find("vycam: "), outcome.err.size()));
+    EXPECT_EQ(said.rfind(c.err, 0), 0U) << said;  // the shell may add what the signal was
+    std::set<std::string> left = files();
+    for (const std::string& name : files()) {
+      if (name.find("/frames/") != std::string::npos) left.erase(name);
+    }
+    EXPECT_EQ(left.size(), c.files) << *left.begin();
+    fs::remove_all(folder_ / "made");
   }
 }
 

@@ -19,6 +19,7 @@ constexpr uint32_t kLargestSide = 4096;
 constexpr uint32_t kLargestImageSide = 16384;
 constexpr uint32_t kLargestRate = 1000;
 constexpr uint32_t kNominalRate = 30;
+constexpr uint64_t kSecond = 1000000;  // in microseconds
 // Filters take the later of two camera pixels where an output pixel lies just between them. This much, added to the
 // place, keeps rounding errors from giving the earlier one.
 constexpr double kTie = 1e-9;
@@ -177,6 +178,19 @@ FrameRef Camera::nextFrame(VYSensorType sensor) {
   return makeInfraredFrame(stream, moment);
 }
 
+FrameRef Camera::frameOf(VYSensorType sensor, uint32_t number, const uint8_t* data, size_t size) {
+  const Stream& stream = streamOf(sensor);
+  const FrameShape shape = shapeOf(stream.shown);
+  FrameRef frame = makeFrame(shape, stream.profile, {number, number * kSecond / kNominalRate},
+                             shape.format == VY_FORMAT_RLE ? size : 0);
+  if (size == 0 || frame->size() != size) {
+    throw Failure(ExceptionType::invalidValue, fmt::format("a frame of sensor {} has {} bytes here, but {} are given",
+                                                           static_cast<int>(sensor), frame->size(), size));
+  }
+  std::memcpy(frame->data(), data, size);
+  return frame;
+}
+
 Camera::Clock::time_point Camera::start() {
   const std::lock_guard<std::mutex> lock(startMutex_);
   if (!start_) start_ = Clock::now();
@@ -184,7 +198,6 @@ Camera::Clock::time_point Camera::start() {
 }
 
 Moment Camera::awaitMoment(Stream& stream) {
-  constexpr uint64_t kSecond = 1000000;
   if (fps_ == 0) {
     const uint32_t number = stream.nextNumber++;
     return {number, number * kSecond / kNominalRate};
