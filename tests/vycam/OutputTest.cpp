@@ -67,8 +67,8 @@ TEST_F(OutputTest, SignalsEndWhatTheyFind) {
   } cases[] = {
       {many + once("/deeper/.vycam-*/frames/00001-raw.png", "TERM"), 143, "Vashti depth, ", "", 8},
       {many + once("/deeper/.vycam-*/frames/00001-raw.png", "HUP"), 129, "Vashti depth, ", "", 8},
-      {"gallery --out made " + once("/.vycam-*/images", "TERM"), 143, "",
-       "vycam: ended by a signal; nothing was written\n", 0},
+      {"gallery --out made " + once("/.vycam-*/images", "TERM"), 143, "", "vycam: ended by a signal",
+       0},  // in the first stream, or later
       {kRun + "--out made | true", 0, "", "", 0},
   };
   for (const auto& c : cases) {
