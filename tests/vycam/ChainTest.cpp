@@ -77,7 +77,8 @@ TEST_F(ChainTest, FamiliesAreListedForPeople) {
 TEST_F(ChainTest, TextsFitTheTerminal) {
   for (const auto& [columns, width] : {std::pair("COLUMNS=40 ", 40U), {"COLUMNS=132 ", 132U}, {"COLUMNS= ", 80U}}) {
     size_t longest = 0;
-    for (const char* arguments : {"families", "schema --camera Corvid --sensor depth", "--help", "run --help"}) {
+    for (const char* arguments : {"families", "schema --camera Corvid --sensor depth", "--help", "run --help",
+                                  "run --camera Vashti --sensor depth --size 64x48 --out made"}) {
       std::istringstream lines(vycam(arguments, columns).out);
       for (std::string line; std::getline(lines, line);) {
         const bool isOneWord = line.find(' ', line.find_first_not_of(' ')) == std::string::npos;

@@ -29,9 +29,10 @@ std::string withoutTimes(std::string text) {
 }
 
 const char* const kTimes =
-    "  time per frame # ms: filters #, other host calls #, clock about #,\n"
+    "  time per frame # ms: filters #, other host calls #,\n"
+    "                 clock about #,\n"
     "                 the library's own part about # ms (# %)\n"
-    "                 (clock: about # ns per host call, measured in this run and taken off)\n";
+    "                 (clock: about # ns per host call, measured now and taken off)\n";
 const char* const kSpread =
     "                 median # ms, 95 % within # ms, largest # ms\n"
     "                 all without the first frame, which took # ms\n";
@@ -137,14 +138,14 @@ TEST_F(RunTest, SummariesTellWhatTheRunWas) {
     FrameMirror                               off
     FrameFlip                                 off
     FrameRotate                               ###.### ms
-  valid          93.8 % of the output's pixels, 97.8 % of those in which the scene is in range
+  valid          93.8 % of the output's pixels, 97.8 % of the scene in range
   median error   none: the output is not in millimetres
 )" + std::string(kTimes) +
         kSpread + kWritten + ", truth.png, output16.png\n"}},
       {"--camera vashti --sensor 3 --frames 1 --set FrameMirror#255=1 --set FrameFlip#255=0",
        {">Vashti depth, 1 frame\n",
         "    FrameMirror                           ###.### ms\n    FrameFlip                             off\n",
-        "  valid          95.8 % of the output's pixels, 100.0 % of those in which the scene is in range\n"
+        "  valid          95.8 % of the output's pixels, 100.0 % of the scene in range\n"
         "  median error   0 mm against the scene; 95 % are within 0 mm\n" +
             std::string(kTimes) + kWritten + ", truth.png, error.png, output16.png\n"}},
       {"--camera Vashti --sensor depth --frames 2 --depth black.png",

@@ -44,7 +44,8 @@ void Progress::step(const char* unit) {
   }
   lastDrawn_ = now;
   const double seconds = std::chrono::duration<double>(now - begin_).count();
-  const std::string count = fmt::format("{}/{}  {:.1f} {}", done_, steps_, seconds > 0 ? done_ / seconds : 0.0, unit);
+  const double rate = seconds > 0 ? done_ / seconds : 0.0;
+  const std::string count = fmt::format("{}/{}  {:.1f} {}", done_, steps_, rate, unit);
   if (isPlain_) {
     std::fputs(fmt::format("{} {}\n", label_, count).c_str(), stderr);
     return;

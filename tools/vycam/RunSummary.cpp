@@ -7,6 +7,8 @@
 #include <map>
 #include <nlohmann/json.hpp>
 
+#include "Terminal.h"
+
 namespace vycam {
 namespace {
 
@@ -37,36 +39,42 @@ void printChain(const Chain& chain, const TimeReport& time) {
     const std::string state = ran != nullptr ? fmt::format("{:7.3f} ms", ran->milliseconds)
                               : link.enabled ? "skipped: not for this raw format"
                                              : "off";
-    fmt::print("    {:<{}}  {}\n", describe(link), width, state);
+    printFolded(fmt::format("    {:<{}}  {}", describe(link), width, state), 6);
   }
+}
+
+void printLine(const char* heading, const std::string& text) {
+  constexpr size_t kTextColumn = 17;
+  printFolded(fmt::format("  {:<{}}{}", heading, kTextColumn - 2, text), kTextColumn);
 }
 
 void printAccuracy(const StreamResult& result) {
   const Accuracy& accuracy = *result.accuracy;
-  fmt::print("  valid          {:.1f} % of the output's pixels, {:.1f} % of those in which the scene is in range\n",
-             100 * accuracy.validShare(), 100 * accuracy.validShareOfScene());
+  printLine("valid", fmt::format("{:.1f} % of the output's pixels, {:.1f} % of the scene in range",
+                                 100 * accuracy.validShare(), 100 * accuracy.validShareOfScene()));
   const std::optional<int> median = accuracy.medianError();
   if (result.outputFacts.pixelType != VY_PIXEL_DEPTH) {
-    fmt::print("  median error   none: the output is not in millimetres\n");
+    printLine("median error", "none: the output is not in millimetres");
   } else if (median) {
-    fmt::print("  median error   {} mm against the scene; 95 % are within {} mm\n", *median,
-               *accuracy.percentileError(95));
+    printLine("median error",
+              fmt::format("{} mm against the scene; 95 % are within {} mm", *median, *accuracy.percentileError(95)));
   } else {
-    fmt::print("  median error   none: no pixel has both a measured and a true depth\n");
+    printLine("median error", "none: no pixel has both a measured and a true depth");
   }
 }
 
 void printTimes(const TimeReport& time) {
-  fmt::print("  time per frame {:.3f} ms: filters {:.3f}, other host calls {:.3f}, clock about {:.3f},\n", time.total,
-             time.filters, time.otherHostCalls, time.clockCost);
-  fmt::print("                 the library's own part about {:.3f} ms ({:.1f} %)\n", time.library,
-             time.total > 0 ? 100 * time.library / time.total : 0.0);
-  fmt::print("                 (clock: about {:.0f} ns per host call, measured in this run and taken off)\n",
-             time.nanosecondsPerCall);
+  printLine("time per frame", fmt::format("{:.3f} ms: filters {:.3f}, other host calls {:.3f},", time.total,
+                                          time.filters, time.otherHostCalls));
+  printLine("", fmt::format("clock about {:.3f},", time.clockCost));
+  printLine("", fmt::format("the library's own part about {:.3f} ms ({:.1f} %)", time.library,
+                            time.total > 0 ? 100 * time.library / time.total : 0.0));
+  printLine("",
+            fmt::format("(clock: about {:.0f} ns per host call, measured now and taken off)", time.nanosecondsPerCall));
   if (time.frames > 1) {
-    fmt::print("                 median {:.3f} ms, 95 % within {:.3f} ms, largest {:.3f} ms\n", time.median,
-               time.percentile95, time.largest);
-    fmt::print("                 all without the first frame, which took {:.3f} ms\n", time.first);
+    printLine("", fmt::format("median {:.3f} ms, 95 % within {:.3f} ms, largest {:.3f} ms", time.median,
+                              time.percentile95, time.largest));
+    printLine("", fmt::format("all without the first frame, which took {:.3f} ms", time.first));
   }
 }
 
@@ -153,15 +161,15 @@ void printSummary(const StreamResult& result, const StreamOptions& options, cons
   fmt::print("{} {}, {} frame{}\n", options.family->name, sensorName(options.sensor),
              isComplete ? fmt::to_string(result.frames) : fmt::format("{} of {}", result.frames, options.frames),
              options.frames == 1 ? "" : "s");
-  fmt::print("  in             {}\n", result.rawFacts.describe());
-  fmt::print("  out            {}\n", result.outputFacts.describe());
-  fmt::print("  chain          (time in each filter per frame)\n");
+  printLine("in", result.rawFacts.describe());
+  printLine("out", result.outputFacts.describe());
+  printLine("chain", "(time in each filter per frame)");
   printChain(chainDuringRun(result, options), result.time);
   if (result.accuracy) {
     printAccuracy(result);
   }
   printTimes(result.time);
-  fmt::print("  written to {}: {}\n", folder.path().string(), fileList(folder));
+  printFolded(fmt::format("  written to {}: {}", folder.path().string(), fileList(folder)), 4);
 }
 
 void printJsonSummary(const StreamResult& result, const StreamOptions& options, const OutputFolder& folder) {

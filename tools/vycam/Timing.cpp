@@ -49,7 +49,7 @@ Timing::~Timing() {
 }
 
 void Timing::beginFrame() {
-  if (frames_ == 1) {  // only the first frame has been counted so far
+  if (frames_ <= 1) {  // what was counted so far is the first frame
     durations_.clear();
     nanosecondsByFilter_.clear();
     hostCalls_ = 0;
