@@ -24,7 +24,7 @@ TEST_F(KnownFiltersTest, AreThoseOfEveryChain) {
     std::vector<std::string> cells;
     std::istringstream row(line + ",-");
     for (std::string cell; std::getline(row, cell, ',');) cells.push_back(cell);
-    ASSERT_EQ(cells.size(), 15U) << line;
+    ASSERT_GE(cells.size(), 13U) << line;
     std::set<std::string>& demands = asked[cells[6]];
     if (cells[5] != cells[6]) demands.insert("private");
     if (!cells[8].empty()) demands.insert("(" + cells[8] + ")");
