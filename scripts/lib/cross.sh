@@ -22,7 +22,7 @@ use_cross_target() {
 # Libraries for the target. CLI11 and png++ have only headers, which the cross-compiler reads from here, too.
 sysroot_packages=(
   libc6-dev libstdc++-12-dev libfmt-dev libcli11-dev libpng++-dev libgd-dev libpugixml-dev libgtest-dev libgmock-dev
-  nlohmann-json3-dev libzstd-dev liblz4-dev
+  nlohmann-json3-dev libwebsockets-dev libzstd-dev liblz4-dev
 )
 
 # Installs what cross-building for the target takes, and fills its sysroot.

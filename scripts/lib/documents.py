@@ -326,7 +326,7 @@ def check_options(build):
             for option in re.findall(r"--[a-z][\w-]*", options):
                 if (PROJECT / script).is_file() and option not in sources_of(script):
                     yield f"{document}: {script} knows no {option}"
-        for command, options in re.findall(r"(?<![\w-])vycam (families|schema|run|gallery)([^`\n#]*)", text):
+        for command, options in re.findall(r"(?<![\w-])vycam (families|schema|run|gallery|view)([^`\n#]*)", text):
             for option in re.findall(r"--[a-z][\w-]*", options):
                 if option not in vycam_help((command,)) + vycam_help(()):
                     yield f"{document}: vycam {command} knows no {option}"

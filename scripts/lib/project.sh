@@ -15,7 +15,7 @@ build_packages=(
   g++ cmake ninja-build pkg-config
   git # read at build time: the library carries its commit identifier
   libfmt-dev libcli11-dev libpng++-dev libgd-dev libpugixml-dev
-  libgtest-dev libgmock-dev nlohmann-json3-dev libzstd-dev liblz4-dev
+  libgtest-dev libgmock-dev nlohmann-json3-dev libwebsockets-dev libzstd-dev liblz4-dev
   zstd    # unpacks the recordings that tests replay
   locales # a test compiles a locale with decimal commas
 )

@@ -4,7 +4,7 @@
 /// The rules of TavrixSDK.h on errors, ownership and threads hold here too. Further:
 ///  - An error slot may be null, for the host's own functions as well. The error is dropped then.
 ///  - A function without an error slot cannot fail, or says so by the value that it returns.
-///  - Definitions, records, orders, counts and times belong to the process, not to a thread.
+///  - Definitions, records, orders, counts and times belong to the process, not to a thread, unless a function says so.
 #pragma once
 
 #include <stddef.h>
@@ -205,6 +205,14 @@ size_t vysim_timing_filter_count(void);
 vysim_filter_time vysim_timing_filter_at(size_t index);
 /// All calls of vy_ functions together, and the time spent in them. Either pointer may be null.
 void vysim_timing_total(uint64_t* calls, uint64_t* nanoseconds);
+
+/// Gives the calling thread times of its own, or takes them away. A thread that has them adds its calls to them alone,
+/// and the functions above mean them when this thread calls them. Threads begin without.
+void vysim_timing_own(bool own);
+
+/// Leaves the calls of the calling thread out of records, counts, times and orders to fail, or takes them in again. For
+/// a program's own calls between those that it watches. Threads begin with their calls taken in.
+void vysim_ignore_thread(bool ignored);
 
 // ---- Faults ---------------------------------------------------------------------------------------------------------
 

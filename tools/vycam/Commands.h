@@ -1,4 +1,4 @@
-// The four commands. Each prints its result on stdout and throws a Failure when it has none.
+// The commands. Each prints its result on stdout and throws a Failure when it has none.
 #pragma once
 
 #include <string>
@@ -22,6 +22,18 @@ struct RunArguments {
 };
 
 void run(const Library& library, const RunArguments& arguments);
+
+/// What was typed for `vycam view`.
+struct ViewArguments {
+  std::vector<std::string> cameras;  ///< "FAMILY" or "FAMILY:SENSOR,..."; none = one Corvid
+  std::string depthFile, size;
+  int port = 0;  ///< 0 = a free one
+  bool clean = false;
+  bool opensBrowser = false;
+};
+
+/// Serves the viewer until a signal ends it.
+void view(const Library& library, const ViewArguments& arguments);
 
 /// `depthFile` is empty where the cameras see the embedded room.
 void makeGallery(const Library& library, const std::string& outputFolder, const std::string& depthFile);

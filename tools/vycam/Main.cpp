@@ -18,6 +18,7 @@ namespace {
 
 constexpr int kExitFailure = 2;
 constexpr unsigned kMostFrames = 100000;
+constexpr int kLargestPort = 65535;
 
 /// For options whose text would be taken for left out where it is empty.
 const CLI::Validator kNotEmpty([](const std::string& text) { return std::string(text.empty() ? "is empty" : ""); }, "");
@@ -112,6 +113,37 @@ CLI::App* addRun(CLI::App& app, vycam::RunArguments& arguments) {
   return command;
 }
 
+CLI::App* addView(CLI::App& app, vycam::ViewArguments& arguments) {
+  CLI::App* const command =
+      app.add_subcommand("view", "Show virtual cameras live in the browser, with a control for each setting");
+  command
+      ->add_option("--camera", arguments.cameras,
+                   "camera family and sensors, as in Corvid:depth,ir; may be repeated. Without sensors depth and "
+                   "colour; without --camera a Corvid")
+      ->type_name("FAMILY[:SENSOR,...]")
+      ->allow_extra_args(false);
+  command->add_option("--port", arguments.port, "port of the loopback address; 0 takes a free one")
+      ->check(CLI::Range(0, kLargestPort))
+      ->capture_default_str()
+      ->type_name("N");
+  command
+      ->add_option("--depth", arguments.depthFile,
+                   "16-bit grey PNG in millimetres (0 = nothing) to see instead of the embedded room; all streams take "
+                   "its size")
+      ->check(kNotEmpty)
+      ->type_name("FILE.png");
+  command->add_option("--size", arguments.size, "size of all streams instead of the cameras' own (or the PNG's)")
+      ->check(kNotEmpty)
+      ->type_name("WxH");
+  command->add_flag("--clean", arguments.clean, "perfect sensors: no noise, no speckles, no holes");
+  command->add_flag("--open", arguments.opensBrowser, "open the address in the browser (xdg-open)");
+  command->footer(
+      "Prints the address of the page, which only programs on this machine that know it can reach, and runs until\n"
+      "Ctrl-C.\n"
+      "Example:\n  vycam view --camera Corvid:depth,color,ir --camera Talon --open");
+  return command;
+}
+
 CLI::App* addGallery(CLI::App& app, std::string& outputFolder, std::string& depthFile) {
   CLI::App* const command =
       app.add_subcommand("gallery", "Write a page with every family and sensor: chain, settings, before and after");
@@ -162,6 +194,8 @@ int runCommand(int argc, char** argv) {
   const CLI::App* const families = addFamilies(app, family, asCsv);
   const CLI::App* const schema = addSchema(app, camera, sensor, raw);
   const CLI::App* const run = addRun(app, arguments);
+  vycam::ViewArguments viewArguments;
+  const CLI::App* const view = addView(app, viewArguments);
   addGallery(app, galleryFolder, galleryDepth);
   try {
     app.parse(argc, argv);
@@ -178,7 +212,7 @@ int runCommand(int argc, char** argv) {
     return fail(vycam::complaint(app, error));
   }
   if (app.get_subcommands().empty()) {
-    return fail("a command is required: families, schema, run or gallery (vycam --help tells more)");
+    return fail("a command is required: families, schema, run, view or gallery (vycam --help tells more)");
   }
   const vycam::Library library(libraryPath);
   if (families->parsed()) {
@@ -187,6 +221,8 @@ int runCommand(int argc, char** argv) {
     vycam::showSchema(library, camera, sensor, raw);
   } else if (run->parsed()) {
     vycam::run(library, arguments);
+  } else if (view->parsed()) {
+    vycam::view(library, viewArguments);
   } else {
     vycam::makeGallery(library, galleryFolder, galleryDepth);
   }

@@ -31,11 +31,15 @@ struct TimeReport {
   std::vector<FilterTime> byFilter;
 };
 
-/// Times frames. Only one may live at a time, as the host has one clock. Between frames that clock stands still.
+/// What a timed host call costs beyond the time that the host's clock reports, in nanoseconds, measured now.
+double measureClockCost();
+
+/// Times frames. Only one may live at a time, as the host has one clock, or one for each thread that has times of its
+/// own. Between frames that clock stands still.
 class Timing {
  public:
-  /// Measures what the host's clock costs.
-  Timing();
+  /// `nanosecondsPerCall` is what the host's clock costs.
+  explicit Timing(double nanosecondsPerCall = measureClockCost());
   Timing(const Timing&) = delete;
   Timing& operator=(const Timing&) = delete;
   ~Timing();

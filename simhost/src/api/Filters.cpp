@@ -134,7 +134,7 @@ vy_frame_t* vy_filter_process(vy_filter_t* filter, const vy_frame_t* frame, vy_e
       [=] {
         Filter& worker = resolveFilter(filter);
         const tavrix::FrameLoan input(frame, "frame");
-        if (tavrix::Watch::isOnFor(tavrix::Watch::kTiming)) return processTimed(worker, input, error);
+        if (tavrix::Watch::isThreadTimed()) return processTimed(worker, input, error);
         return worker.process(input, error).detach();
       },
       arg("filter", filter), arg("frame", frame));

@@ -45,12 +45,11 @@ const char* vysim_refused_function_at(size_t index) {
 }
 
 void vysim_timing_start(void) {
-  tavrix::timing::clear();
-  Watch::switchOn(Watch::kTiming);
+  tavrix::timing::start();
 }
 
 void vysim_timing_stop(void) {
-  Watch::switchOff(Watch::kTiming);
+  tavrix::timing::stop();
 }
 
 size_t vysim_timing_filter_count(void) {
@@ -63,6 +62,14 @@ vysim_filter_time vysim_timing_filter_at(size_t index) {
 
 void vysim_timing_total(uint64_t* calls, uint64_t* nanoseconds) {
   tavrix::timing::total(calls, nanoseconds);
+}
+
+void vysim_timing_own(bool own) {
+  tavrix::timing::giveOwnTable(own);
+}
+
+void vysim_ignore_thread(bool ignored) {
+  Watch::ignoreThread(ignored);
 }
 
 void vysim_fail_call(const char* function, uint64_t nth, vysim_fault fault) {

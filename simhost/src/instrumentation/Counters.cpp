@@ -1,12 +1,16 @@
 #include "instrumentation/Counters.h"
 
+#include <atomic>
 #include <cstddef>
 #include <deque>
 #include <iterator>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
+
+#include "instrumentation/Watch.h"
 
 namespace tavrix {
 namespace {
@@ -57,6 +61,7 @@ struct Times {
   std::deque<FilterTime> filters;  // a deque, so that names given out stay where they are while it grows
   uint64_t calls = 0;
   uint64_t nanoseconds = 0;
+  std::atomic<bool> isOn{false};
 };
 
 Counts& calls() {
@@ -69,9 +74,32 @@ Counts& refusedCalls() {
   return *instance;
 }
 
-Times& times() {
+/// The table that threads share.
+Times& commonTimes() {
   static auto* const instance = new Times;
   return *instance;
+}
+
+/// Takes times for whichever tables want them: calls look at the tables while there is at least one.
+void switchOn(Times& times, bool on) {
+  static std::mutex mutex;
+  static int tables = 0;
+  const std::lock_guard<std::mutex> lock(mutex);
+  if (times.isOn == on) return;
+  times.isOn = on;
+  tables += on ? 1 : -1;
+  tables > 0 ? Watch::switchOn(Watch::kTiming) : Watch::switchOff(Watch::kTiming);
+}
+
+struct OwnTimes : Times {
+  ~OwnTimes() { switchOn(*this, false); }
+};
+
+thread_local std::unique_ptr<OwnTimes> ownTimes;
+
+/// The table of the calling thread.
+Times& times() {
+  return ownTimes != nullptr ? *ownTimes : commonTimes();
 }
 
 }  // namespace
@@ -113,6 +141,27 @@ void clear() {
 }  // namespace refusals
 
 namespace timing {
+
+void giveOwnTable(bool own) {
+  if (!own) {
+    ownTimes.reset();
+  } else if (ownTimes == nullptr) {
+    ownTimes = std::make_unique<OwnTimes>();
+  }
+}
+
+void start() {
+  clear();
+  switchOn(times(), true);
+}
+
+void stop() {
+  switchOn(times(), false);
+}
+
+bool isOn() {
+  return times().isOn;
+}
 
 void clear() {
   const std::lock_guard<std::mutex> lock(times().mutex);

@@ -29,9 +29,14 @@ void clear();
 
 }  // namespace refusals
 
-/// Time spent in host functions. Everything here is locked.
+/// Time spent in host functions: a table that all threads share, and one for each thread that wants its own. All
+/// functions concern the table of the calling thread. Everything here is locked.
 namespace timing {
 
+void giveOwnTable(bool own);
+void start();
+void stop();
+bool isOn();
 void clear();
 void addCall(std::chrono::nanoseconds duration);
 void addFilterRun(const char* filter, std::chrono::nanoseconds duration);

@@ -25,6 +25,11 @@ class Watch {
   static void switchOn(Reason reason) { reasons().fetch_or(reason); }
   static void switchOff(Reason reason) { reasons().fetch_and(~static_cast<uint32_t>(reason)); }
 
+  /// Whether calls of this thread are left alone.
+  static void ignoreThread(bool ignored);
+  /// Whether calls of this thread are timed now.
+  static bool isThreadTimed();
+
   Watch(const char* function, bool canFail, const ArgumentText& text);
   ~Watch();
   Watch(const Watch&) = delete;
