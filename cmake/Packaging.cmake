@@ -149,7 +149,7 @@ set(CPACK_COMPONENT_TOOLS_DESCRIPTION "Runs the frame processing library on virt
 Lists camera families and their settings, sends frames through a filter chain and
 writes pictures and figures.")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${CPACK_DEBIAN_RUNTIME_PACKAGE_NAME} ${same_version}, tavrix-sdk-simulated\
- ${same_version}, libc6 (>= 2.34), ${language_depends}, libfmt9, libgd3, libpng16-16, libpugixml1v5")
+ ${same_version}, libc6 (>= 2.34), ${language_depends}, libfmt9, libgd3, libpng16-16, libpugixml1v5, libwebsockets17")
 
 set(CPACK_DEBIAN_FIELD_KIT_PACKAGE_NAME vy-field-kit)
 set(CPACK_DEBIAN_FIELD_KIT_PACKAGE_SECTION utils)

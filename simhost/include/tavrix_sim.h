@@ -93,6 +93,10 @@ vy_frame_t* vysim_camera_next_frame(vysim_camera* camera, VYSensorType sensor, v
 vy_frame_t* vysim_camera_make_frame(vysim_camera* camera, VYSensorType sensor, uint32_t number, const uint8_t* data,
                                     size_t size, vy_error** error);
 
+/// Stops the clock of a camera with a rate, or lets it go on. While it stands, each call for a frame takes the sensor's
+/// next one at once, and none is lost. It goes on at the newest frame that any sensor has taken.
+void vysim_camera_pause(vysim_camera* camera, bool paused, vy_error** error);
+
 /// Writes the true depth at each pixel of a frame to `depth_mm`: width x height values in millimetres, row by row. They
 /// are 0 where the sensor cannot measure and where a pixel lies outside of the camera's image. The frame is one of this
 /// camera's depth sensor, raw or processed; the truth follows what filters did to its geometry. Fails for a frame that

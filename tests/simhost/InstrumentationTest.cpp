@@ -2,6 +2,7 @@
 #include <functional>
 #include <new>
 #include <stdexcept>
+#include <thread>
 #include <tuple>
 
 #include "simhost/SimulatedHost.h"
@@ -97,6 +98,72 @@ TEST_F(Instrumentation, TextsShowEveryArgument) {
   const Camera camera = openCamera("Talon", 8, 8);
   vysim_camera_next_frame(camera.get(), VY_SENSOR_IR, slot);
   EXPECT_EQ(slot.take().args, "camera: camera#1, sensor: 1");
+}
+
+TEST_F(Instrumentation, AThreadHasTimesOfItsOwnIfItWantsThem) {
+  const Frame frame = makeFrame();
+  const Filter mirror = makeFilter("FrameMirror"), flip = makeFilter("FrameFlip");
+  const auto run = [&](const Filter& filter) { Frame(call(vy_filter_process, filter.get(), frame.get())); };
+  const auto times = [] {
+    std::string text;
+    for (size_t i = 0; i < vysim_timing_filter_count(); ++i) {
+      text += vysim_timing_filter_at(i).name + (" " + std::to_string(vysim_timing_filter_at(i).calls)) + ", ";
+    }
+    uint64_t calls = 0;
+    vysim_timing_total(&calls, nullptr);
+    return text + std::to_string(calls);
+  };
+  std::thread([&] {
+    vysim_timing_own(true);
+    run(mirror);
+    EXPECT_EQ(times(), "0") << "off until it is started";
+    vysim_timing_start();
+    run(mirror);
+    std::thread([&] {
+      run(flip);
+      EXPECT_EQ(times(), "0") << "not timed: nobody asked for the common times";
+      vysim_timing_start();
+      run(flip);
+      EXPECT_EQ(times(), "FrameFlip 1, 2") << "the call that gives the frame back counts";
+    }).join();
+    vysim_timing_own(true);
+    EXPECT_EQ(times(), "FrameMirror 1, 2");
+    vysim_timing_stop();
+    run(mirror);
+    EXPECT_EQ(times(), "FrameMirror 1, 2");
+    vysim_timing_start();
+    vysim_timing_own(false);
+    run(mirror);
+    EXPECT_EQ(times(), "FrameFlip 1, FrameMirror 1, 4") << "the common times again, which still run";
+    vysim_timing_own(true);
+    vysim_timing_start();
+  }).join();
+  vysim_timing_stop();
+  run(flip);
+  EXPECT_EQ(times(), "FrameFlip 1, FrameMirror 1, 4") << "a thread's own times end with it";
+}
+
+TEST_F(Instrumentation, AnIgnoredThreadIsLeftAlone) {
+  const Frame frame = makeFrame();
+  vysim_record_start();
+  vysim_count_calls(true);
+  vysim_timing_start();
+  vysim_fail_call("vy_frame_get_format", 1, VYSIM_FAULT_ERROR);
+  vysim_ignore_thread(true);
+  call(vy_frame_get_format, frame.get());
+  uint64_t calls = 0;
+  vysim_timing_total(&calls, nullptr);
+  EXPECT_TRUE(calls == 0 && vysim_record_count() == 0 && vysim_call_count(nullptr) == 0);
+  std::thread([&] {
+    ErrorSlot slot;
+    vy_frame_get_format(frame.get(), slot);
+    EXPECT_EQ(slot.take().message, "injected fault") << "other threads are not ignored";
+  }).join();
+  vysim_ignore_thread(false);
+  call(vy_frame_get_format, frame.get());
+  vysim_timing_total(&calls, nullptr);
+  EXPECT_EQ(vysim_call_count("vy_frame_get_format"), 2U);
+  EXPECT_GE(calls, 2U);
 }
 
 // A filter that calls the host from within the host: each call is counted, but only the outermost is timed.

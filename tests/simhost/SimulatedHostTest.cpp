@@ -79,6 +79,7 @@ std::vector<HandleCall> handleCalls() {
       on(kCamera, "vysim_camera_get_device", vysim_camera_get_device),
       on(kCamera, "vysim_camera_next_frame", vysim_camera_next_frame, VY_SENSOR_DEPTH),
       on(kCamera, "vysim_camera_make_frame", vysim_camera_make_frame, VY_SENSOR_DEPTH, 7U, nullptr, size_t{0}),
+      on(kCamera, "vysim_camera_pause", vysim_camera_pause, true),
       on(kCamera, "vysim_camera_get_truth", vysim_camera_get_truth, none, nullptr),
       on(kCamera, "vysim_camera_get_depth_tolerance", vysim_camera_get_depth_tolerance, uint16_t{7}),
       on(kCamera, "vysim_close_camera", vysim_close_camera),

@@ -65,6 +65,7 @@ export class Viewer {
   async reset() {
     await this.page.bringToFront();
     await this.page.setViewport(COARSE);
+    await this.page.emulateMediaFeatures([]);
     await this.page.evaluate(() => {
       scrollTo(0, 0);
       for (const button of document.querySelectorAll('.reset, .pause[aria-pressed="true"], .d2c [name="on"]:checked')) {
@@ -123,6 +124,12 @@ export class Viewer {
       const label = document.querySelector(selector).ariaLabel;
       return Number(label?.match(/frame (\d+)/)?.[1]) > last;
     }, card(stream, "canvas"), number ?? (await this.frameNumber(stream)));
+  }
+
+  // Waits until the server has told newer figures, which it does twice a second.
+  async nextFigures() {
+    const figure = await this.page.$(card(DEPTH, ".figures div"));
+    await this.until((old) => !old.isConnected, figure);
   }
 
   // Waits until the picture is as `isRight`, a function of what picture() gives, wants it.

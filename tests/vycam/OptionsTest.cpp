@@ -19,7 +19,8 @@ TEST_F(OptionsTest, BadInputIsToldInOneLineAndLeavesNothingBehind) {
     std::vector<std::string> said;  // what was wrong, what would be right
   } cases[] = {
       {"", {"a command is required: families, schema, run, view or gallery"}},
-      {"galery", {"unknown command \"galery\" (did you mean gallery?); commands are families, schema, run, view, gallery ("}},
+      {"galery",
+       {"unknown command \"galery\" (did you mean gallery?); commands are families, schema, run, view, gallery ("}},
       {"paint", {"unknown command \"paint\"; commands"}},
       {"schema run", {"not expected: \"run\" (vycam schema --help tells more)"}},
       {"--version --bogus", {"unknown option \"--bogus\" (vycam --help tells more)"}},

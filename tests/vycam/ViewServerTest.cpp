@@ -361,6 +361,19 @@ TEST_F(ViewCommandTest, PrintsTheAddressAndEndsAtASignal) {
   EXPECT_TRUE(files().empty());
 }
 
+TEST_F(ViewCommandTest, OpensTheAddress) {
+  write("xdg-open", "#!/bin/sh\necho \"$1\" >opened\n");
+  const std::string start = "chmod +x xdg-open; mkfifo out opened; ";
+  const std::string view = "'" VYCAM_COMMAND "' view --size 64x48 --open >out & read -r line <out; ";
+  Outcome outcome =
+      shell(start + "PATH=.:$PATH " + view + "read -r again <opened; kill $!; wait $!; echo $line $again");
+  const size_t half = outcome.out.find(' ');
+  EXPECT_EQ(outcome.out.substr(0, half) + "\n", outcome.out.substr(half + 1));
+  outcome = shell("PATH=nowhere " + view + "kill $!; wait $!; echo $?");
+  EXPECT_EQ(outcome.out, "0\n");
+  expectParts(outcome.err, {"cannot open the address with xdg-open: No such file or directory"});
+}
+
 TEST_F(ViewCommandTest, BadInputIsTold) {
   const std::pair<const char*, std::vector<std::string>> cases[] = {
       {"--camera Raven", {"\"Raven\"", "Corvid", "NormalOpenNI"}},

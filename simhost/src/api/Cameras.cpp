@@ -93,6 +93,11 @@ vy_frame_t* vysim_camera_make_frame(vysim_camera* camera, VYSensorType sensor, u
       arg("camera", camera), arg("sensor", sensorNumber), arg("number", number), arg("size", bytes));
 }
 
+void vysim_camera_pause(vysim_camera* camera, bool paused, vy_error** error) {
+  guarded(
+      __func__, error, [&] { cameraOf(camera).pause(paused); }, arg("camera", camera), arg("paused", paused));
+}
+
 void vysim_camera_get_truth(vysim_camera* camera, const vy_frame_t* frame, uint16_t* depth_mm, vy_error** error) {
   guarded(
       __func__, error,

@@ -191,25 +191,35 @@ FrameRef Camera::frameOf(VYSensorType sensor, uint32_t number, const uint8_t* da
   return frame;
 }
 
-Camera::Clock::time_point Camera::start() {
-  const std::lock_guard<std::mutex> lock(startMutex_);
-  if (!start_) start_ = Clock::now();
-  return *start_;
+Moment Camera::awaitMoment(Stream& stream) {
+  const uint64_t rate = fps_ == 0 ? kNominalRate : fps_;
+  Clock::time_point due;
+  Moment moment{};
+  {
+    const std::lock_guard<std::mutex> lock(clockMutex_);
+    const Clock::time_point now = Clock::now();
+    if (!start_) start_ = now;
+    uint64_t number = stream.nextNumber;
+    const bool isPaced = fps_ != 0 && !isPaused_;
+    if (isPaced) {
+      const auto passed = std::chrono::duration_cast<std::chrono::microseconds>(now - *start_).count();
+      number = std::max(number, static_cast<uint64_t>(passed) * rate / kSecond);
+    }
+    moment = {static_cast<uint32_t>(number), number * kSecond / rate};
+    due = isPaced ? *start_ + std::chrono::microseconds(moment.microseconds) : now;
+    newestNumber_ = std::max(newestNumber_, moment.number);
+  }
+  stream.nextNumber = moment.number + 1;
+  std::this_thread::sleep_until(due);
+  return moment;
 }
 
-Moment Camera::awaitMoment(Stream& stream) {
-  if (fps_ == 0) {
-    const uint32_t number = stream.nextNumber++;
-    return {number, number * kSecond / kNominalRate};
+void Camera::pause(bool isPaused) {
+  const std::lock_guard<std::mutex> lock(clockMutex_);
+  if (isPaused_ && !isPaused && start_ && fps_ != 0) {
+    start_ = Clock::now() - std::chrono::microseconds(newestNumber_ * kSecond / fps_);
   }
-  const Clock::time_point begin = start();
-  const auto passed = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - begin).count();
-  const uint32_t number =
-      std::max(stream.nextNumber, static_cast<uint32_t>(static_cast<uint64_t>(passed) * fps_ / kSecond));
-  stream.nextNumber = number + 1;
-  const Moment moment{number, number * kSecond / fps_};
-  std::this_thread::sleep_until(begin + std::chrono::microseconds(moment.microseconds));
-  return moment;
+  isPaused_ = isPaused;
 }
 
 FrameRef Camera::makeColourFrame(const Stream& stream, Moment moment) {

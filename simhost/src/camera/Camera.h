@@ -32,6 +32,9 @@ class Camera {
   /// A raw frame of a sensor with these bytes, see vysim_camera_make_frame().
   FrameRef frameOf(VYSensorType sensor, uint32_t number, const uint8_t* data, size_t size);
 
+  /// See vysim_camera_pause().
+  void pause(bool isPaused);
+
   /// The true depth at each pixel of a frame of the depth sensor.
   void truth(const Frame& frame, uint16_t* depthMm);
 
@@ -54,8 +57,6 @@ class Camera {
   void connectStreams();
   Stream& streamOf(VYSensorType sensor);
 
-  /// When the camera's clock started, which is now at the first call.
-  Clock::time_point start();
   /// Waits for the stream's next frame, if the camera has a rate.
   Moment awaitMoment(Stream& stream);
   FrameRef makeColourFrame(const Stream& stream, Moment moment);
@@ -75,8 +76,11 @@ class Camera {
   const std::unique_ptr<Scene> scene_;
   const Ref<Device> device_;
   std::deque<Stream> streams_;  // not a vector, as locks cannot be moved
-  std::mutex startMutex_;
-  std::optional<Clock::time_point> start_;  ///< of frame 0, once a frame was asked for
+
+  std::mutex clockMutex_;                   // for what follows; taken inside of a stream's
+  std::optional<Clock::time_point> start_;  // of frame 0, once a frame was asked for
+  bool isPaused_ = false;
+  uint32_t newestNumber_ = 0;
 
   std::mutex truthMutex_;  // for what follows; taken inside of a stream's
   std::vector<uint16_t> truth_;

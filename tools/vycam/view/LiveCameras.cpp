@@ -127,6 +127,7 @@ std::string LiveCameras::hello() const {
 
 void LiveCameras::pause(unsigned camera, bool isPaused) {
   cameras_[camera].facts.isPaused = isPaused;
+  call("pause the camera", vysim_camera_pause, cameras_[camera].handle.get(), isPaused);
   for (const auto& stream : streams_) {
     if (stream->facts().camera == camera) {
       stream->pause(isPaused);

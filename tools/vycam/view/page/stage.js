@@ -198,11 +198,15 @@ export class Stage {
       this.#probe = place;
       this.#changed();
     };
-    canvas.parentElement.addEventListener("pointermove", (event) => {
-      const box = canvas.getBoundingClientRect();
-      probe({ x: (event.clientX - box.left) / box.width, y: (event.clientY - box.top) / box.height });
+    for (const moved of ["pointermove", "pointerdown"]) {
+      canvas.parentElement.addEventListener(moved, (event) => {
+        const box = canvas.getBoundingClientRect();
+        probe({ x: (event.clientX - box.left) / box.width, y: (event.clientY - box.top) / box.height });
+      });
+    }
+    canvas.parentElement.addEventListener("pointerleave", (event) => {
+      if (event.pointerType !== "touch") probe(null); // a finger hides what it points at until it is lifted
     });
-    canvas.parentElement.addEventListener("pointerleave", () => probe(null));
     canvas.addEventListener("blur", () => probe(null));
     const steps = { ArrowLeft: [-1, 0], ArrowRight: [1, 0], ArrowUp: [0, -1], ArrowDown: [0, 1] };
     canvas.addEventListener("keydown", (event) => {
