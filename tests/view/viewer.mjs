@@ -65,6 +65,7 @@ export class Viewer {
   async reset() {
     await this.page.bringToFront();
     await this.page.setViewport(COARSE);
+    await this.page.emulateMediaFeatures([]);
     await this.page.evaluate(() => {
       scrollTo(0, 0);
       for (const button of document.querySelectorAll('.reset, .pause[aria-pressed="true"], .d2c [name="on"]:checked')) {
