@@ -5,6 +5,7 @@
 
 #include <cstring>
 
+#include "Cameras.h"
 #include "Measure.h"
 #include "Pixels.h"
 #include "TrivialHost.h"
@@ -42,6 +43,7 @@ int main(int argc, char** argv) {
   const std::vector<Case> cases = allCases();
   if (argc == 2 && std::strcmp(argv[1], "--count") == 0) {
     count(cases);
+    countCameras();
     return 0;
   }
   for (const Case& each : cases) {
@@ -56,6 +58,7 @@ int main(int argc, char** argv) {
       benchmark::RegisterBenchmark(title.c_str(), timeCameras, family, side)->DenseThreadRange(1, 8)->UseRealTime();
     }
   }
+  registerCameras();
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   benchmark::RunSpecifiedBenchmarks();

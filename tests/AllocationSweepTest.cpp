@@ -1,6 +1,5 @@
 // Every allocation of the library fails once, in a whole scenario for every sensor of every family. Allocations of the
 // host are not touched: the program has a C++ runtime of its own (see CMakeLists.txt).
-#include <iostream>
 #include <new>
 
 #include "support/FailingNew.h"
@@ -79,8 +78,6 @@ class AllocationSweepTest : public HostTest {
   void fail(const SensorCase& sensor, std::uint64_t failing, const std::string& wholeSchema);
 
   std::uint64_t allocations_ = 0;
-  std::uint64_t failed_ = 0;
-  std::uint64_t absorbed_ = 0;
 };
 
 void AllocationSweepTest::sweep(const SensorCase& sensor) {
@@ -92,22 +89,17 @@ void AllocationSweepTest::sweep(const SensorCase& sensor) {
     SCOPED_TRACE(sensor.family + " sensor " + std::to_string(sensor.sensor) + ", allocation " +
                  std::to_string(failing) + " of " + std::to_string(undisturbed.count()));
     const std::int64_t piecesBefore = piecesAlive;
-    const Balance objects;
     fail(sensor, failing, undisturbed.text());
     EXPECT_EQ(piecesAlive, piecesBefore) << "memory lost";
-    objects.expectLevel();
-    EXPECT_EQ(refusals(), Refusals()) << "calls that the host refused";
   }
 }
 
 void AllocationSweepTest::fail(const SensorCase& sensor, std::uint64_t failing, const std::string& wholeSchema) {
   AllocationRun run(sensor, failing);
   run.run();
-  ++failed_;
   EXPECT_LE(run.thrown(), 1);
   if (run.thrown() != 0) return;
   // Only the making of a filter of the library's own catches the exception; the chain is then without that filter.
-  ++absorbed_;
   EXPECT_EQ(run.failedIn(), Scenario::Step::kMake);
   if (run.failedInCall() != kFirstProcessor) return;  // the scenario reads the schema of the first only
   EXPECT_NE(run.text(), wholeSchema);
@@ -121,8 +113,6 @@ TEST_F(AllocationSweepTest, EveryAllocationFailsOnce) {
   for (std::size_t i = 0; i < vysim_family_count(); ++i) {
     for (const SensorCase& sensor : openSensors(*vysim_family_at(i))) sweep(sensor);
   }
-  std::cout << allocations_ << " allocations, " << failed_ << " failed, of which " << absorbed_
-            << " while a filter of the library was made\n";
 }
 
 TEST_F(AllocationSweepTest, AListOfProductIdsStaysAsItWasWhenItCannotBeReplaced) {

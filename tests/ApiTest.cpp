@@ -72,20 +72,13 @@ TEST_F(ApiTest, SensorsWithoutChainGiveHandlesWithoutProcessor) {
   }
 }
 
-TEST_F(ApiTest, HostErrorsWhileReadingTheIdsReachTheCaller) {
+// Single failures are in FaultSweepTest.cpp.
+TEST_F(ApiTest, TheLaterErrorWhileReadingTheIdsReachesTheCaller) {
   const Device device(vysim_create_device(kMaker, kHalden));
-  const std::vector<const char*> cases[] = {
-      {"vy_device_get_device_info"},
-      {"vy_device_info_get_pid"},
-      {"vy_device_info_get_vid"},
-      {"vy_device_info_get_pid", "vy_device_info_get_vid"},  // asked in this order; the caller gets the later error
-  };
-  for (const auto& functions : cases) {
-    for (const char* function : functions) failCall(function);
-    ErrorSlot error;
-    EXPECT_EQ(vy_create_frame_processor_context(device.get(), error), nullptr);
-    EXPECT_EQ(error.take(), injectedError(functions.back()));
-  }
+  failCalls({{"vy_device_info_get_pid"}, {"vy_device_info_get_vid"}});
+  ErrorSlot error;
+  EXPECT_EQ(vy_create_frame_processor_context(device.get(), error), nullptr);
+  EXPECT_EQ(error.take(), injectedError("vy_device_info_get_vid"));
 }
 
 /// Whether a device with these ids has a depth chain now.
@@ -138,12 +131,6 @@ TEST_F(ApiTest, ContextsKeepTheirChainsWhenListsChange) {
   const OpenDevice talon = openDevice(0x0351);
   setDeviceList(0, {0});
   EXPECT_NE(schemaOf(makeProcessor(talon.context, kDepth)), "");
-}
-
-TEST_F(ApiTest, D2CParamsDoNothingOnAProcessorOfAnotherSensor) {
-  const OpenDevice halden = openDevice(kHalden);
-  const Processor color = makeProcessor(halden.context, kColor);
-  EXPECT_EQ(recordCalls([&] { call(setD2CParams, color.get()); }), "");
 }
 
 TEST_F(ApiTest, ProcessorsAreIndependentAndOutliveTheirContext) {

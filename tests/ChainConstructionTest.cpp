@@ -73,13 +73,4 @@ TEST_F(ChainConstructionTest, AFilterThatFailsIsLeftOutWithoutATrace) {
   }
 }
 
-// The library does not know whether a handle that comes with an error is its own, so it does not delete it.
-TEST_F(ChainConstructionTest, AHandleThatComesWithAnErrorIsLeftAlone) {
-  const LeakTolerance tolerance;
-  failCall("vy_create_filter", 2, kWithResult);
-  const Processor processor = build();
-  EXPECT_EQ(lettersOf(processor), "NFR");
-  expectLeftBehind(VYSIM_FILTER, 1);
-}
-
 }  // namespace

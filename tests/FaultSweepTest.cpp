@@ -2,7 +2,6 @@
 // With stand-in filters, which take any frame, the outcome of a frame must be that of a model of the rules. With the
 // host's own filters, what is true of every frame must hold. The host calls of all other steps must be those of a model
 // with either.
-#include <iostream>
 #include <optional>
 
 #include "support/ChainModel.h"
@@ -353,7 +352,6 @@ class FaultSweepTest : public HostTest, public testing::WithParamInterface<std::
   bool modelled_ = false;
   StandIns standIns_;
   std::uint64_t faults_ = 0;  ///< found
-  std::uint64_t runs_ = 0;    ///< done, those without a fault included
 };
 
 Log FaultSweepTest::run(const SensorCase& sensor, const Strike& strike, const Log* faultless) {
@@ -373,7 +371,6 @@ Log FaultSweepTest::run(const SensorCase& sensor, const Strike& strike, const Lo
         << vysim_kind_name(kind) << " objects left: " << left << " instead of " << way.left()[i];
     expectLeftBehind(kind, left);
   }
-  ++runs_;
   return way.takeLog();
 }
 
@@ -420,7 +417,6 @@ void FaultSweepTest::sweepFamily(bool modelled) {
       for (int i = 0; i < kSpareReferences; ++i) vysim::call(vy_delete_frame, input.get());
     }
   }
-  std::cout << faults_ << " faults, " << runs_ << " runs\n";
   vysim_reset();
 }
 

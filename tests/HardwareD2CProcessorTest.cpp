@@ -1,7 +1,7 @@
 // The hardware D2C filter: the calls it makes for a frame, its failures, and how parameters reach it through a chain.
 #include "d2c/HardwareD2CProcessor.h"
 
-#include "support/HostTest.h"
+#include "support/WithoutHostFilter.h"
 
 namespace {
 
@@ -81,14 +81,6 @@ TEST_F(HardwareD2CProcessorTest, TheLaterOfTwoErrorsIsTheCallers) {
   }
 }
 
-/// The filter without the host filter inside.
-struct WithoutHostFilter : HardwareD2CProcessor {
-  WithoutHostFilter() {
-    call(vy_delete_filter, filter_);
-    filter_ = nullptr;
-  }
-};
-
 TEST_F(HardwareD2CProcessorTest, OtherOperations) {
   ErrorSlot error;
   EXPECT_STREQ(filter_->get_name(), "HardwareD2CProcessor");
@@ -101,7 +93,7 @@ TEST_F(HardwareD2CProcessorTest, OtherOperations) {
   EXPECT_EQ(filter_->get_config_schema_list(nullptr, error), nullptr);
   EXPECT_EQ(error.take(), ownError("filter is nullptr", "get_config_schema_list"));
 
-  WithoutHostFilter broken;
+  WithoutHostFilter<HardwareD2CProcessor> broken;
   EXPECT_EQ(broken.filter_process(input_.get(), error), nullptr);
   EXPECT_EQ(error.take(), ownError("device or filter is nullptr", "filter_process"));
   EXPECT_EQ(broken.get_filter_name(error), nullptr);

@@ -1,7 +1,7 @@
 // The disparity filter on its own.
 #include "privfilter/OpenNID2DProcessor.h"
 
-#include "support/HostTest.h"
+#include "support/WithoutHostFilter.h"
 
 namespace {
 
@@ -11,16 +11,8 @@ class OpenNID2DTest : public HostTest {
   Stamper stamper_ = {5};
 };
 
-/// The filter without the host filter inside.
-struct WithoutHostFilter : OpenNID2DProcessor {
-  WithoutHostFilter() {
-    call(vy_delete_filter, filter_);
-    filter_ = nullptr;
-  }
-};
-
 TEST_F(OpenNID2DTest, WithoutHostFilterOperationsReportUnderTheirOwnName) {
-  WithoutHostFilter filter;
+  WithoutHostFilter<OpenNID2DProcessor> filter;
   const Frame frame = makeFrame();
   const struct {
     const char* message;

@@ -36,6 +36,7 @@ TEST_F(PrivateFilterRegistryTest, NamesAndIndicesMakeTheSameFilters) {
   }
 }
 
+// A search in which the host fails is in FaultSweepTest.cpp.
 TEST_F(PrivateFilterRegistryTest, HandlesResolveToTheirOwnFilterOnly) {
   vy_filter_t* const first = create("DisparityTransform");
   vy_filter_t* const second = create("DisparityTransform");
@@ -49,40 +50,6 @@ TEST_F(PrivateFilterRegistryTest, HandlesResolveToTheirOwnFilterOnly) {
   call(&FilterFactory::enablePrivateFilter, registry_, second, true);
   EXPECT_FALSE(call(&FilterFactory::isPrivateFilterEnabled, registry_, first));
   EXPECT_TRUE(call(&FilterFactory::isPrivateFilterEnabled, registry_, second));
-
-  // The host's name for the handle must be that of the filter: the first call asks for the one, the others for the
-  // rest.
-  failCall("vy_filter_get_name", 1, kNull);
-  EXPECT_EQ(call(&FilterFactory::getPrivateFilter, registry_, first), nullptr);
-  failCall("vy_filter_get_name", 2, kNull);
-  EXPECT_EQ(call(&FilterFactory::getPrivateFilter, registry_, first), nullptr);
-
-  ErrorSlot error;
-  failCall("vy_filter_get_name");
-  EXPECT_EQ(registry_->getPrivateFilter(first, error), nullptr);
-  EXPECT_EQ(error.take(), injectedError("vy_filter_get_name")) << "the handle's own name: the error stays";
-  failCall("vy_filter_get_name", 2);
-  EXPECT_EQ(registry_->getPrivateFilter(first, error), nullptr);
-  EXPECT_EQ(error.take(), kNoError) << "that of a registered filter: skipped, its error deleted";
-  failCall("vy_filter_get_name", 2);
-  EXPECT_NE(call(&FilterFactory::getPrivateFilter, registry_, second), nullptr) << "the search goes on behind it";
-}
-
-TEST_F(PrivateFilterRegistryTest, DeletingAFilterGivesBackItsFirstListOnly) {
-  vy_filter_t* const filter = create("DisparityTransform");
-  vy_filter_config_schema_list_t* const first =
-      call(&FilterFactory::getPrivateFilterConfigSchemaList, registry_, filter);
-  vy_filter_config_schema_list_t* const second =
-      call(&FilterFactory::getPrivateFilterConfigSchemaList, registry_, filter);
-  vy_filter_config_schema_list_t* const low = std::less<>()(first, second) ? first : second;
-  vy_filter_config_schema_list_t* const high = low == first ? second : first;
-  call(&FilterFactory::deletePrivateFilter, registry_, filter);
-  EXPECT_EQ(call(&FilterFactory::getPrivateFilterConfigSchemaListCount, registry_, low), 0U);
-  EXPECT_GE(call(&FilterFactory::getPrivateFilterConfigSchemaListCount, registry_, high), 10U);
-  call(&FilterFactory::deletePrivateFilter, registry_, filter);  // the filter lives on, and gives back the next one
-  EXPECT_EQ(alive(VYSIM_SCHEMA_LIST), 0);
-  call(&FilterFactory::deletePrivateFilter, registry_, filter);
-  EXPECT_NE(call(&FilterFactory::getPrivateFilter, registry_, filter), nullptr);
 }
 
 }  // namespace

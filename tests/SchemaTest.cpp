@@ -66,19 +66,4 @@ TEST_F(SchemaTest, OddItemsKeepTheirPlace) {
   }
 }
 
-// The default of the host's filter is one and the same, so one of these cannot come from it.
-TEST_F(SchemaTest, ValuesAreThoseAfterTheInitialConfiguration) {
-  const std::pair<int, std::vector<std::string>> cases[] = {{kVashti, {"50", "10"}}, {kHalden, {"1000", "256"}}};
-  for (const auto& [pid, values] : cases) {
-    const OpenDevice device = openDevice(pid);
-    const Processor processor = makeProcessor(device.context, kDepth);
-    std::size_t found = 0;
-    for (const Setting& setting : settingsOf(schemaOf(processor))) {
-      if (setting.filter() != "NoiseRemovalFilter" || setting.isSwitch()) continue;
-      EXPECT_EQ(setting.value, values.at(found++)) << setting.key;
-    }
-    EXPECT_EQ(found, values.size());
-  }
-}
-
 }  // namespace

@@ -1,7 +1,5 @@
 // Cameras of all families at once, each on a thread of its own. Made for the thread sanitizer; in other builds each
 // thread must still get what a lone thread got.
-#include <atomic>
-#include <iostream>
 #include <stdexcept>
 
 #include "support/AllThreads.h"
@@ -71,18 +69,15 @@ class ThreadTest : public HostTest {
 };
 
 TEST_F(ThreadTest, CamerasOfAllFamiliesDoNotDisturbEachOther) {
-  std::atomic<int> scenarios{0};
   // Each thread starts with another family, so that the registry is made, shared and dropped by ever other ones.
   onAllThreads([&](int number) {
     for (std::size_t turn = 0; turn < kRounds * families_.size(); ++turn) {
       const Family& family = families_[(turn + static_cast<std::size_t>(number)) % families_.size()];
       for (std::size_t i = 0; i < family.sensors.size(); ++i) {
         EXPECT_TRUE(Transcript(family.sensors[i]).take() == family.expected[i]) << family.name << " sensor " << i;
-        ++scenarios;
       }
     }
   });
-  std::cout << kThreads << " threads, " << scenarios << " scenarios\n";
 }
 
 // All threads share one context: its registry grows, and schema lists come and go, while other threads look filters up.

@@ -6,6 +6,8 @@ _vy_complete() {
     words="$("$1" --help 2>/dev/null | awk '/^[A-Za-z]+:/ { on = /^Subcommands:/ } on && /^  [a-z]/ { print $1 }') --help"
   elif [[ $word == -* ]]; then
     words=$("$1" "${COMP_WORDS[1]}" --help 2>/dev/null | grep -o -- '--[a-z0-9-]*')
+    # Options of vycam itself may stand behind its commands.
+    [[ $1 != *vycam ]] || words+=" --library --version"
   fi
   mapfile -t COMPREPLY < <(compgen -W "$words" -- "$word")
 }

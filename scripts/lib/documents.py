@@ -9,7 +9,7 @@ a package: the links of the documents in it must lead to something in the same p
 
 A block begins with a line `<!-- block: NAME -->`, ends with `<!-- end -->`, and is what the function of that name below
 makes of the library. Beside the blocks, these are checked: figures in the text, links, names of files, scripts and
-their options, functions and commands.
+their options, functions, and that README's commands run.
 """
 import fnmatch
 import functools
@@ -19,6 +19,7 @@ import pathlib
 import re
 import subprocess
 import sys
+import tempfile
 
 import probe
 
@@ -331,6 +332,20 @@ def check_options(build):
                     yield f"{document}: vycam {command} knows no {option}"
 
 
+def check_commands(build):
+    """The commands of README that run vycam: they can be pasted one after the other, where the demo has been."""
+    blocks = re.findall(r"^```sh\n(.*?)^```", read("README.md"), re.DOTALL | re.MULTILINE)
+    with tempfile.TemporaryDirectory() as scratch:
+        (pathlib.Path(scratch) / "build").mkdir()
+        (pathlib.Path(scratch) / "build/release").symlink_to(build.resolve())
+        for block in (block for block in blocks if re.search(r"^vycam ", block, re.MULTILINE)):
+            # A live view would stay.
+            commands = re.sub(r"^vycam view.*\n", "", block, flags=re.MULTILINE)
+            run = subprocess.run(["bash", "-euc", commands], cwd=scratch, capture_output=True, text=True, check=False)
+            if run.returncode != 0:
+                yield f"README.md: its commands cannot be pasted: {run.stderr.strip()}"
+
+
 def check_functions():
     """Functions, types and targets named with a prefix of the host or the library."""
     declaring = re.compile(r"(?:/include/|^include/).*\.h$|CMakeLists\.txt$|\.cmake(?:\.in)?$")
@@ -358,7 +373,7 @@ def main(command, build, installed=None):
         write(blocks)
         return 0
     checks = [check_blocks(blocks), check_figures(build), check_links(), check_file_names(), check_options(build),
-              check_functions()]
+              check_commands(build), check_functions()]
     if installed:
         checks.append(check_installed_links(installed))
     faults = [fault for check in checks for fault in check]

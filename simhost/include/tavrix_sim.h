@@ -87,6 +87,12 @@ vy_device_t* vysim_camera_get_device(const vysim_camera* camera, vy_error** erro
 /// that the camera lacks.
 vy_frame_t* vysim_camera_next_frame(vysim_camera* camera, VYSensorType sensor, vy_error** error);
 
+/// A raw frame of a sensor with these bytes, as if the camera had sent them as its frame `number`. Fails for a sensor
+/// that the camera lacks, and where the bytes are not as many as its frames have; run-length compressed ones may have any
+/// number. The bytes are copied and not looked at.
+vy_frame_t* vysim_camera_make_frame(vysim_camera* camera, VYSensorType sensor, uint32_t number, const uint8_t* data,
+                                    size_t size, vy_error** error);
+
 /// Stops the clock of a camera with a rate, or lets it go on. While it stands, each call for a frame takes the sensor's
 /// next one at once, and none is lost. It goes on at the newest frame that any sensor has taken.
 void vysim_camera_pause(vysim_camera* camera, bool paused, vy_error** error);

@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <cctype>
 #include <cmath>
-#include <functional>
 #include <numeric>
 
 #include "simhost/SimulatedHost.h"
@@ -235,35 +234,32 @@ TEST_F(Cameras, TellLensesAndTheirPlaces) {
 TEST_F(Cameras, KnowTheTruthWhereverFiltersMoveIt) {
   const Image scene = {1001, 1002, 1003, 1004, 1005, 1006};  // 3 x 2
   const VYCameraIntrinsic lens{10, 20, 0.25F, 1.5F, 3, 2};
-  using Settings = std::vector<std::pair<const char*, double>>;
   const struct {
-    std::vector<std::pair<const char*, Settings>> filters;
+    std::vector<std::pair<const char*, const char*>> filters;
     Image truth;
     VYCameraIntrinsic lens;
   } cases[] = {
-      {{{"FrameMirror", {}}}, {1003, 1002, 1001, 1006, 1005, 1004}, {10, 20, 1.75F, 1.5F, 3, 2}},
-      {{{"FrameFlip", {}}}, {1004, 1005, 1006, 1001, 1002, 1003}, {10, 20, 0.25F, -0.5F, 3, 2}},
-      {{{"FrameRotate", {{"Angle", 90}}}}, {1004, 1001, 1005, 1002, 1006, 1003}, {20, 10, -0.5F, 0.25F, 2, 3}},
-      {{{"FrameRotate", {{"Angle", 180}}}}, {1006, 1005, 1004, 1003, 1002, 1001}, {10, 20, 1.75F, -0.5F, 3, 2}},
-      {{{"FrameRotate", {{"Angle", 270}}}}, {1003, 1006, 1002, 1005, 1001, 1004}, {20, 10, 1.5F, 1.75F, 2, 3}},
-      {{{"DepthResize", {{"OutputWidth", 4}, {"OutputHeight", 3}, {"BorderLeft", 1}, {"BorderTop", 1}}}},
+      {{{"FrameMirror", ""}}, {1003, 1002, 1001, 1006, 1005, 1004}, {10, 20, 1.75F, 1.5F, 3, 2}},
+      {{{"FrameFlip", ""}}, {1004, 1005, 1006, 1001, 1002, 1003}, {10, 20, 0.25F, -0.5F, 3, 2}},
+      {{{"FrameRotate", "Angle=90"}}, {1004, 1001, 1005, 1002, 1006, 1003}, {20, 10, -0.5F, 0.25F, 2, 3}},
+      {{{"FrameRotate", "Angle=180"}}, {1006, 1005, 1004, 1003, 1002, 1001}, {10, 20, 1.75F, -0.5F, 3, 2}},
+      {{{"FrameRotate", "Angle=270"}}, {1003, 1006, 1002, 1005, 1001, 1004}, {20, 10, 1.5F, 1.75F, 2, 3}},
+      {{{"DepthResize", "OutputWidth=4 OutputHeight=3 BorderLeft=1 BorderTop=1"}},
        {0, 0, 0, 0, 0, 1001, 1002, 1003, 0, 1004, 1005, 1006},
        {10, 20, 1.25F, 2.5F, 4, 3}},
-      {{{"DepthResize",
-         {{"OutputWidth", 4}, {"OutputHeight", 2}, {"Scale", 2}, {"BorderRight", -2}, {"BorderTop", -2}}}},
+      {{{"DepthResize", "OutputWidth=4 OutputHeight=2 Scale=2 BorderRight=-2 BorderTop=-2"}},
        {1004, 1004, 1005, 1005, 1004, 1004, 1005, 1005},
        {20, 40, 1, 1.5F, 4, 2}},
-      {{{"DepthResize", {{"OutputWidth", 4}, {"OutputHeight", 3}, {"Scale", 1.5}}}},
+      {{{"DepthResize", "OutputWidth=4 OutputHeight=3 Scale=1.5"}},
        {1001, 1002, 1002, 1003, 1004, 1005, 1005, 1006, 1004, 1005, 1005, 1006},
        {15, 30, 0.625F, 2.5F, 4, 3}},
-      {{{"DepthResize", {{"OutputWidth", 1}, {"OutputHeight", 1}, {"Scale", 0.5}}}},
+      {{{"DepthResize", "OutputWidth=1 OutputHeight=1 Scale=0.5"}},
        {1005},  // the later one where two are equally near
        {5, 10, -0.125F, 0.5F, 1, 1}},
-      {{{"FrameRotate", {{"Angle", 90}}}, {"FrameMirror", {}}, {"FrameFlip", {}}},
+      {{{"FrameRotate", "Angle=90"}, {"FrameMirror", ""}, {"FrameFlip", ""}},
        {1003, 1006, 1002, 1005, 1001, 1004},
        {20, 10, 1.5F, 1.75F, 2, 3}},
-      {{{"DepthResize", {{"OutputWidth", 4}, {"OutputHeight", 2}, {"BorderLeft", 1}}},
-        {"FrameRotate", {{"Angle", 270}}}},
+      {{{"DepthResize", "OutputWidth=4 OutputHeight=2 BorderLeft=1"}, {"FrameRotate", "Angle=270"}},
        {1003, 1006, 1002, 1005, 1001, 1004, 0, 0},
        {20, 10, 1.5F, 1.75F, 2, 4}},
   };
@@ -272,17 +268,14 @@ TEST_F(Cameras, KnowTheTruthWhereverFiltersMoveIt) {
     Frame frame(call(vy_create_frame_from_other_frame, nextFrame(camera).get(), true));
     const StreamProfile profile(call(vy_frame_get_stream_profile, frame.get()));
     call(vy_video_stream_profile_set_intrinsic, profile.get(), lens);
-    for (const auto& [name, settings] : each.filters) {
-      const Filter filter = makeFilter(name);
-      for (const auto& [item, value] : settings) call(vy_filter_set_config_value, filter.get(), item, value);
-      frame = process(filter, frame);
-    }
-    EXPECT_EQ(truthOf(camera, frame), each.truth) << "case " << &each - cases;
-    EXPECT_EQ(pixelsOf(frame), each.truth) << "case " << &each - cases;
+    for (const auto& [name, settings] : each.filters) frame = process(configured(name, settings), frame);
+    SCOPED_TRACE(&each - cases);
+    EXPECT_EQ(truthOf(camera, frame), each.truth);
+    EXPECT_EQ(pixelsOf(frame), each.truth);
     const StreamProfile moved(call(vy_frame_get_stream_profile, frame.get()));
     const VYCameraIntrinsic got = call(vy_video_stream_profile_get_intrinsic, moved.get());
     EXPECT_EQ(std::memcmp(&got, &each.lens, sizeof got), 0)
-        << "case " << &each - cases << ": " << got.fx << " " << got.fy << " " << got.cx << " " << got.cy;
+        << got.fx << " " << got.fy << " " << got.cx << " " << got.cy;
     for (const bool isCopy : {true, false}) {
       const Frame copy(call(vy_create_frame_from_other_frame, frame.get(), isCopy));
       EXPECT_EQ(truthOf(camera, copy), each.truth);
@@ -353,37 +346,50 @@ TEST_F(Cameras, RefuseSenselessOptionsAndFrames) {
   EXPECT_EQ(slot.take().exceptionType, kInvalidValue);
 }
 
-TEST_F(Cameras, RefuseHandlesThatAreNone) {
-  Camera closed = openCamera("Talon", 8, 8);
-  vysim_camera* const dead = closed.get();
-  closed.reset();
-  auto* const wrong = reinterpret_cast<vysim_camera*>(call(vysim_camera_get_device, openCamera("Talon", 8, 8).get()));
-  const Frame frame = makeFrame();
-  uint16_t depth = 0;
-  const std::pair<std::function<void(vysim_camera*, vy_error**)>, const char*> calls[] = {
-      {[](auto* c, auto** e) { vysim_camera_get_device(c, e); }, "vysim_camera_get_device(camera: "},
-      {[](auto* c, auto** e) { vysim_camera_next_frame(c, VY_SENSOR_DEPTH, e); }, "vysim_camera_next_frame(camera: "},
-      {[&](auto* c, auto** e) { vysim_camera_get_truth(c, frame.get(), &depth, e); },
-       "vysim_camera_get_truth(camera: "},
-      {[](auto* c, auto** e) { vysim_camera_get_depth_tolerance(c, 7, e); },
-       "vysim_camera_get_depth_tolerance(camera: "},
-      {[](auto* c, auto** e) { vysim_close_camera(c, e); }, "vysim_close_camera(camera: "},
-  };
-  for (const auto& [work, text] : calls) {
-    for (const auto& [handle, type] : {std::pair<vysim_camera*, int>(nullptr, kInvalidValue),
-                                       std::pair(dead, kDeadObject), std::pair(wrong, kWrongObject)}) {
+// The largest disparity that fits the bits of a pixel is that of the nearest depth: of a smaller image, a nearer one.
+TEST_F(Cameras, SeeNothingThatIsTooNear) {
+  for (const auto& [family, width, height, nearest] : {std::tuple("Sorrel", 640U, 480U, 468),
+                                                       {"Sorrel", 320U, 240U, 234},
+                                                       {"SpecialOpenNI", 1280U, 800U, 463},
+                                                       {"SpecialOpenNI", 640U, 480U, 232},
+                                                       {"Ostrel", 640U, 576U, 1}}) {
+    const auto seen = static_cast<uint16_t>(nearest);
+    const Camera camera = openCamera(family, width, height, {static_cast<uint16_t>(nearest - 1), seen}, 2);
+    const Image truth = truthOf(camera, nextFrame(camera));
+    EXPECT_EQ(truth.front(), 0) << family << width;
+    EXPECT_EQ(truth.at(width - 1), seen) << family << width;
+  }
+}
+
+// Frames of given bytes are as good as the camera's own: same profile, same truth.
+TEST_F(Cameras, TakeBytesForTheirFrames) {
+  for (const char* family : {"Talon", "Pellan"}) {
+    const Camera camera = openCamera(family, 32, 24);
+    const Camera other = openCamera(family, 32, 24);
+    for (const VYSensorType sensor : {VY_SENSOR_DEPTH, VY_SENSOR_COLOR, VY_SENSOR_IR_LEFT}) {
+      nextFrame(camera, sensor);
+      const Frame sent = nextFrame(camera, sensor);
+      const uint8_t* const bytes = call(vysim_frame_get_data, sent.get());
+      const size_t size = call(vysim_frame_get_size, sent.get());
+      const Frame made(call(vysim_camera_make_frame, other.get(), sensor, 1U, bytes, size));
+      EXPECT_EQ(bytesOf(made), bytesOf(sent));
+      EXPECT_EQ(call(vysim_frame_get_number, made.get()), 1U);
+      EXPECT_EQ(call(vysim_frame_get_time, made.get()), call(vysim_frame_get_time, sent.get()));
+      if (sensor == VY_SENSOR_DEPTH) {
+        EXPECT_EQ(truthOf(other, made), truthOf(camera, sent));
+      }
       ErrorSlot slot;
-      work(handle, slot);
-      const Error error = slot.take();
-      EXPECT_EQ(error.exceptionType, type) << text;
-      EXPECT_EQ((error.function + "(" + error.args).find(text), 0U) << error.function << " " << error.args;
-      EXPECT_EQ(error.message.find("camera"), 0U) << error.message;
+      const bool isAnySize = sensor == VY_SENSOR_DEPTH && family == std::string("Pellan");
+      const Frame shorter(vysim_camera_make_frame(other.get(), sensor, 1, bytes, size - 1, slot));
+      EXPECT_EQ(slot.take().exceptionType, isAnySize ? 0 : kInvalidValue);
+      vysim_camera_make_frame(other.get(), sensor, 1, bytes, 0, slot);
+      EXPECT_EQ(slot.take().exceptionType, kInvalidValue);
+      vysim_camera_make_frame(other.get(), sensor, 1, nullptr, size, slot);
+      EXPECT_EQ(slot.take().message, "NULL pointer passed for argument data");
+      vysim_camera_make_frame(other.get(), VY_SENSOR_IR, 1, bytes, size, slot);
+      EXPECT_EQ(slot.take().exceptionType, kNotFound);
     }
   }
-  ErrorSlot slot;
-  const Camera camera = openCamera("Talon", 8, 8);
-  vysim_camera_get_truth(camera.get(), nullptr, &depth, slot);
-  EXPECT_EQ(slot.take().message, "frame is null: expected a frame");
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include "pixel/Packing.h"
 #include "simhost/SimulatedHost.h"
+#include "support/SchemaText.h"
 
 namespace {
 
@@ -147,22 +148,10 @@ TEST_F(FilterSettings, TakeWhatTheSchemaSaysAndNoMore) {
   }
 }
 
-/// "MinDepth=5 MaxDepth=7"
-Filter configured(const char* name, const std::string& settings) {
-  Filter filter = makeFilter(name);
-  std::istringstream words(settings);
-  for (std::string word; words >> word;) {
-    const size_t sign = word.find('=');
-    call(vy_filter_set_config_value, filter.get(), word.substr(0, sign).c_str(), std::stod(word.substr(sign + 1)));
-  }
-  return filter;
-}
-
 /// A frame of "1 2 3 / 4 5 6". With four columns, its profile makes 14560 mm of one step of disparity.
 Frame disparityFrame(const std::string& text) {
   Image pixels;
-  std::istringstream words(text);
-  for (std::string word; words >> word;) {
+  for (const std::string& word : wordsOf(text)) {
     if (word != "/") pixels.push_back(static_cast<uint16_t>(std::stoul(word)));
   }
   const auto height = static_cast<uint32_t>(std::count(text.begin(), text.end(), '/') + 1);
@@ -272,56 +261,40 @@ TEST_F(FilterSettings, AreRefusedInSenselessCombinations) {
   };
   const struct {
     const char* filter;
-    std::vector<const char*> arguments;
+    const char* arguments;
     std::string refusal, frameRefusal;  ///< of the command, and of a frame of 3 x 2 pixels; empty = accepted
   } cases[] = {
-      {"DisparityTransform", {"1", "1", "500", "500"}, "", ""},
-      {"DisparityTransform",
-       {"1", "1", "500", "501"},
-       "DisparityTransform: MinDepth (501) must not be above MaxDepth (500)",
-       ""},
-      {"OpenNIDisparityTransform",
-       {"1", "1", "500", "501", "0", "0", "0", "0", "0", "0"},
-       "OpenNIDisparityTransform: MinDepth (501) must not be above MaxDepth (500)",
-       ""},
-      {"DepthResize", {"0", "0", "1", "0", "0", "0", "0"}, kSmall + std::string("0 x 0"), ""},
-      {"DepthResize", {"3", "0", "1", "0", "0", "0", "0"}, kSmall + std::string("3 x 0"), ""},
-      {"DepthResize", {"0", "2", "1", "0", "0", "0", "0"}, kSmall + std::string("0 x 2"), ""},
-      {"DepthResize", {"3", "2", "0", "0", "0", "0", "0"}, "DepthResize: Scale must be above 0 but is 0", ""},
+      {"DisparityTransform", "1 1 500 500", "", ""},
+      {"DisparityTransform", "1 1 500 501", "DisparityTransform: MinDepth (501) must not be above MaxDepth (500)", ""},
+      {"OpenNIDisparityTransform", "1 1 500 501 0 0 0 0 0 0",
+       "OpenNIDisparityTransform: MinDepth (501) must not be above MaxDepth (500)", ""},
+      {"DepthResize", "0 0 1 0 0 0 0", kSmall + std::string("0 x 0"), ""},
+      {"DepthResize", "3 0 1 0 0 0 0", kSmall + std::string("3 x 0"), ""},
+      {"DepthResize", "0 2 1 0 0 0 0", kSmall + std::string("0 x 2"), ""},
+      {"DepthResize", "3 2 0 0 0 0 0", "DepthResize: Scale must be above 0 but is 0", ""},
       // Scaled frame and borders make up the output, but for one pixel of rounding.
-      {"DepthResize", {"4", "3", "1", "0", "0", "0", "0"}, "", ""},
-      {"DepthResize", {"2", "1", "1", "0", "0", "0", "0"}, "", ""},
-      {"DepthResize",
-       {"5", "2", "1", "0", "0", "0", "0"},
-       "",
+      {"DepthResize", "4 3 1 0 0 0 0", "", ""},
+      {"DepthResize", "2 1 1 0 0 0 0", "", ""},
+      {"DepthResize", "5 2 1 0 0 0 0", "",
        unfit("5 pixels wide", "3 pixels wide", "1, with borders of 0 and 0 gives 3")},
-      {"DepthResize",
-       {"1", "2", "1", "0", "0", "0", "0"},
-       "",
+      {"DepthResize", "1 2 1 0 0 0 0", "",
        unfit("1 pixels wide", "3 pixels wide", "1, with borders of 0 and 0 gives 3")},
-      {"DepthResize",
-       {"3", "4", "1", "0", "0", "0", "0"},
-       "",
+      {"DepthResize", "3 4 1 0 0 0 0", "",
        unfit("4 pixels high", "2 pixels high", "1, with borders of 0 and 0 gives 2")},
-      {"DepthResize", {"5", "4", "1", "1", "1", "1", "1"}, "", ""},
-      {"DepthResize",
-       {"9", "4", "1", "5", "-1", "1", "1"},
-       "",
+      {"DepthResize", "5 4 1 1 1 1 1", "", ""},
+      {"DepthResize", "9 4 1 5 -1 1 1", "",
        unfit("9 pixels wide", "3 pixels wide", "1, with borders of 5 and -1 gives 7")},
-      {"DepthResize",
-       {"5", "9", "1", "1", "1", "-1", "5"},
-       "",
+      {"DepthResize", "5 9 1 1 1 -1 5", "",
        unfit("9 pixels high", "2 pixels high", "1, with borders of -1 and 5 gives 6")},
-      {"DepthResize", {"5", "2", "1.5", "0", "0", "0", "0"}, "", ""},  // 4 wide, as 4.5 is rounded down
-      {"DepthResize",
-       {"6", "3", "1.5", "0", "0", "0", "0"},
-       "",
+      {"DepthResize", "5 2 1.5 0 0 0 0", "", ""},  // 4 wide, as 4.5 is rounded down
+      {"DepthResize", "6 3 1.5 0 0 0 0", "",
        unfit("6 pixels wide", "3 pixels wide", "1.5, with borders of 0 and 0 gives 4")},
   };
   const Frame frame = disparityFrame("1 2 3 / 4 5 6");
   for (const auto& each : cases) {
     const Filter filter = makeFilter(each.filter);
-    std::vector<const char*> arguments = each.arguments;
+    const std::vector<std::string> texts = wordsOf(each.arguments);
+    std::vector<const char*> arguments = pointersTo(texts);
     ErrorSlot slot;
     vy_filter_update_config(filter.get(), static_cast<uint8_t>(arguments.size()), arguments.data(), slot);
     const Error refusal = slot.take();
@@ -377,29 +350,6 @@ TEST_F(FilterSettings, LeaveFramesAloneThatNeedNothing) {
   EXPECT_EQ(process(makeFilter("HardwareD2DCorrectionFilter"), depth).get(), depth.get());
   call(vy_filter_update_config, makeFilter("FrameMirror").get(), uint8_t{0}, static_cast<const char**>(nullptr));
   EXPECT_NE(process(makeFilter("DepthResize"), depth).get(), depth.get());  // clients change its output
-}
-
-TEST_F(FilterSettings, GeometryKeepsPixelsOfOneAndThreeBytesWhole) {
-  const struct {
-    const char* filter;
-    const char* settings;
-    std::vector<uint8_t> grey, colour;  ///< of 1 2 / 3 4, and of 1 2 3, 4 5 6
-  } cases[] = {
-      {"FrameMirror", "", {2, 1, 4, 3}, {4, 5, 6, 1, 2, 3}},
-      {"FrameFlip", "", {3, 4, 1, 2}, {1, 2, 3, 4, 5, 6}},
-      {"FrameRotate", "Angle=90", {3, 1, 4, 2}, {1, 2, 3, 4, 5, 6}},
-      {"FrameRotate", "Angle=180", {4, 3, 2, 1}, {4, 5, 6, 1, 2, 3}},
-  };
-  const auto framed = [](VYFormat format, uint32_t height, const std::vector<uint8_t>& bytes) {
-    Frame frame = makeFrame(format, VY_PIXEL_COLOR, 2, height);
-    std::memcpy(call(vysim_frame_get_data, frame.get()), bytes.data(), bytes.size());
-    return frame;
-  };
-  for (const auto& each : cases) {
-    const Filter filter = configured(each.filter, each.settings);
-    EXPECT_EQ(bytesOf(process(filter, framed(VY_FORMAT_Y8, 2, {1, 2, 3, 4}))), each.grey) << each.filter;
-    EXPECT_EQ(bytesOf(process(filter, framed(VY_FORMAT_RGB, 1, {1, 2, 3, 4, 5, 6}))), each.colour) << each.filter;
-  }
 }
 
 TEST_F(FilterSettings, DisparityNeedsFocalLengthAndBaseline) {

@@ -18,9 +18,6 @@ class Pacing : public SimulatedHost {
     options.fps = fps;
     return Camera(call(vysim_open_camera, "Corvid", &options));
   }
-  static Frame next(const Camera& camera, VYSensorType sensor = VY_SENSOR_DEPTH) {
-    return Frame(call(vysim_camera_next_frame, camera.get(), sensor));
-  }
   static uint32_t numberOf(const Frame& frame) { return call(vysim_frame_get_number, frame.get()); }
   static uint64_t timeOf(const Frame& frame) { return call(vysim_frame_get_time, frame.get()); }
 };
@@ -30,25 +27,25 @@ TEST_F(Pacing, FramesComeAtTheirMomentsAndLateOnesAreLost) {
   const auto start = steady_clock::now();
   uint32_t last = 0;
   for (int i = 0; i < 5; ++i) {
-    const Frame frame = next(camera);
+    const Frame frame = nextFrame(camera);
     EXPECT_GE(steady_clock::now() - start, milliseconds(10 * numberOf(frame)));
     EXPECT_EQ(timeOf(frame), 10000 * numberOf(frame));
     EXPECT_TRUE(numberOf(frame) > last || i == 0);
     last = numberOf(frame);
   }
   std::this_thread::sleep_for(milliseconds(50));
-  const Frame frame = next(camera);
+  const Frame frame = nextFrame(camera);
   EXPECT_GE(numberOf(frame), last + 5);
   EXPECT_EQ(timeOf(Frame(call(vy_create_frame_from_other_frame, frame.get(), true))), timeOf(frame));
-  EXPECT_GE(numberOf(next(camera, VY_SENSOR_COLOR)), numberOf(frame)) << "sensors share a clock";
+  EXPECT_GE(numberOf(nextFrame(camera, VY_SENSOR_COLOR)), numberOf(frame)) << "sensors share a clock";
 }
 
 TEST_F(Pacing, NoSensorWaitsForAnother) {
   const Camera camera = open(1);
-  next(camera);
-  const auto waiting = std::async(std::launch::async, [&] { next(camera); });
+  nextFrame(camera);
+  const auto waiting = std::async(std::launch::async, [&] { nextFrame(camera); });
   std::this_thread::sleep_for(milliseconds(50));
-  EXPECT_EQ(numberOf(next(camera, VY_SENSOR_COLOR)), 0U);
+  EXPECT_EQ(numberOf(nextFrame(camera, VY_SENSOR_COLOR)), 0U);
   EXPECT_EQ(waiting.wait_for(milliseconds(0)), std::future_status::timeout);
 }
 
@@ -69,7 +66,7 @@ TEST_F(Pacing, APausedCameraStepsFromFrameToFrame) {
 TEST_F(Pacing, WithoutARateEveryFrameComesAtOnce) {
   const Camera camera = open(0);
   for (const uint32_t number : {0U, 1U, 2U, 3U}) {
-    const Frame frame = next(camera);
+    const Frame frame = nextFrame(camera);
     EXPECT_EQ(numberOf(frame), number);
     EXPECT_EQ(timeOf(frame), number * 1000000ULL / 30);
   }

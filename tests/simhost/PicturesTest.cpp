@@ -1,5 +1,5 @@
-// What colour and infrared cameras show of scenes whose light can be worked out by hand.
-#include <algorithm>
+// What colour and infrared cameras show of scenes whose light can be worked out by hand. Dots from each lens, and which
+// pictures are mirrored, is kept in SceneTest.cpp.
 #include <set>
 
 #include "simhost/SimulatedHost.h"
@@ -20,25 +20,6 @@ Image lightOf(const Frame& frame) {
     light.push_back(bytes[i + (format == VY_FORMAT_RGB ? 1 : 0)]);
   }
   return light;
-}
-
-TEST_F(Pictures, MirrorTheInfraredOfSomeFamiliesOnly) {
-  for (size_t n = 0; n < vysim_family_count(); ++n) {
-    const vysim_family& family = *vysim_family_at(n);
-    const bool isMirrored = std::set<std::string>{"Corvid", "Halden", "Sorrel"}.count(family.name) != 0;
-    const Camera camera = openCamera(family.name, 64, 4, {1000, 1000, 1000, 4000}, 4);  // far on the right
-    for (size_t i = 0; i < family.stream_count; ++i) {
-      const vysim_stream& stream = family.streams[i];
-      if (stream.sensor == VY_SENSOR_DEPTH) continue;
-      const Image light = lightOf(nextFrame(camera, stream.sensor));
-      long left = 0, right = 0;
-      for (size_t pixel = 0; pixel < light.size(); ++pixel) {
-        if (pixel % 64 < 16) left += light[pixel];
-        if (pixel % 64 >= 48) right += light[pixel];
-      }
-      EXPECT_EQ(left < right, isMirrored && stream.sensor != VY_SENSOR_COLOR) << family.name << " " << stream.sensor;
-    }
-  }
 }
 
 TEST_F(Pictures, LightUpAFlatWallAndDotsOnIt) {
@@ -101,38 +82,6 @@ TEST_F(Pictures, ShadeASlopeWhereItIs) {
   const Image downLight = lightOf(nextFrame(openCamera("Ostrel", 2, 6, down, 2), VY_SENSOR_IR));
   EXPECT_EQ(acrossLight, (Image{143, 174, 179, 173, 143, 143, 143, 174, 179, 173, 143, 143}));
   EXPECT_EQ(downLight, (Image{143, 143, 105, 105, 98, 98, 105, 105, 143, 143, 143, 143}));
-}
-
-// The projector's dots lie where it throws them: their disparity is that of the wall.
-TEST_F(Pictures, SeeTheSameDotsFromEachLens) {
-  constexpr size_t kWidth = 1280;  // 910 px * 40 mm / 1300 mm = 28 px
-  const auto picture = [&](uint16_t depth, VYSensorType sensor) {
-    const Camera camera = openCamera("Corvid", 0, 0, {depth}, 1);
-    Image light = lightOf(nextFrame(camera, sensor));
-    const auto background = *std::min_element(light.begin(), light.end());
-    for (size_t i = 0; i < light.size(); i += kWidth) {
-      std::reverse(light.begin() + static_cast<long>(i), light.begin() + static_cast<long>(i + kWidth));
-    }
-    for (uint16_t& pixel : light) pixel = pixel > background;
-    return light;
-  };
-  const Image middle = picture(1300, VY_SENSOR_IR_LEFT);
-  const struct {
-    Image other;
-    size_t shift;  ///< of the first picture, to the right against the other
-  } cases[] = {{picture(1300, VY_SENSOR_IR_RIGHT), 28}, {picture(2600, VY_SENSOR_IR_LEFT), 7}};
-  for (const auto& each : cases) {
-    for (size_t i = 0; i < middle.size(); i += kWidth) {
-      const auto row = middle.begin() + static_cast<long>(i), otherRow = each.other.begin() + static_cast<long>(i);
-      const auto shift = static_cast<long>(each.shift);
-      ASSERT_TRUE(std::equal(row + shift, row + kWidth, otherRow)) << "shift " << shift;
-    }
-  }
-  const Image single = picture(1300, VY_SENSOR_IR);
-  EXPECT_TRUE(std::equal(single.begin() + 14, single.begin() + kWidth, middle.begin()));
-  // Three cells of four hold a dot, of three pixels; cells are 5 pixels wide. A dot's rim may be cut by its cell.
-  const auto dots = static_cast<double>(std::count(middle.begin(), middle.end(), 1));
-  EXPECT_NEAR(dots / static_cast<double>(middle.size()), 0.75 * 2.6 / 25, 0.004);
 }
 
 }  // namespace

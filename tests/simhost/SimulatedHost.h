@@ -4,6 +4,8 @@
 
 #include <cstdint>
 #include <cstring>
+#include <iterator>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -30,6 +32,21 @@ using Image = std::vector<uint16_t>;
 inline Filter makeFilter(const std::string& name) {
   const bool isPrivate = name == "DepthResize" || name == "OpenNIDisparityTransform";
   return Filter(call(isPrivate ? vy_create_private_filter : vy_create_filter, name.c_str()));
+}
+
+inline std::vector<std::string> wordsOf(const std::string& text) {
+  std::istringstream words(text);
+  return {std::istream_iterator<std::string>(words), {}};
+}
+
+/// A filter with settings like "MinDepth=5 MaxDepth=7".
+inline Filter configured(const std::string& name, const std::string& settings) {
+  Filter filter = makeFilter(name);
+  for (const std::string& word : wordsOf(settings)) {
+    const size_t sign = word.find('=');
+    call(vy_filter_set_config_value, filter.get(), word.substr(0, sign).c_str(), std::stod(word.substr(sign + 1)));
+  }
+  return filter;
 }
 
 inline Frame process(const Filter& filter, const Frame& frame) {

@@ -132,18 +132,6 @@ Refusals refusals() {
   return all;
 }
 
-// From the leak checker, and null in builds without it.
-extern "C" void __lsan_disable() __attribute__((weak));
-extern "C" void __lsan_enable() __attribute__((weak));
-
-LeakTolerance::LeakTolerance() {
-  if (__lsan_disable != nullptr) __lsan_disable();
-}
-
-LeakTolerance::~LeakTolerance() {
-  if (__lsan_enable != nullptr) __lsan_enable();
-}
-
 Balance::Balance() {
   for (int kind = 0; kind < VYSIM_KIND_COUNT; ++kind)
     accept(static_cast<vysim_kind>(kind), grown(static_cast<vysim_kind>(kind)));

@@ -131,15 +131,6 @@ struct Fault {
 constexpr vysim_fault kNull = VYSIM_FAULT_NULL;
 constexpr vysim_fault kWithResult = VYSIM_FAULT_ERROR_WITH_RESULT;
 
-/// The leak checker of sanitized builds ignores what is allocated while one of these lives.
-class LeakTolerance {
- public:
-  LeakTolerance();
-  LeakTolerance(const LeakTolerance&) = delete;
-  LeakTolerance& operator=(const LeakTolerance&) = delete;
-  ~LeakTolerance();
-};
-
 /// Compares the host's living objects with those at its construction.
 class Balance {
  public:
@@ -171,7 +162,7 @@ class HostTest : public testing::Test {
   void expectRefused(const char* function, std::uint64_t count = 1) { refused_[function] += count; }
   /// How many objects the test has made that are still alive.
   long alive(vysim_kind kind) const { return balance_.grown(kind); }
-  /// Accepts objects that the library leaves behind on purpose. Needs a LeakTolerance while they are made.
+  /// Accepts objects that the library leaves behind on purpose.
   void expectLeftBehind(vysim_kind kind, long count) { balance_.accept(kind, count); }
 
  private:

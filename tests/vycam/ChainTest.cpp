@@ -48,36 +48,66 @@ TEST_F(ChainTest, CallsOfTheLibraryTellTheChain) {
 }
 
 TEST_F(ChainTest, FamiliesAreListedForPeople) {
-  const Outcome outcome = vycam("families");
-  EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
-  expectParts(outcome.out,
-              {R"(Pellan
+  const std::string pellan = vycam("families 3e71:0371", "COLUMNS=100 ").out;
+  EXPECT_EQ(pellan.substr(0, pellan.find("  ir-left ")), R"(Pellan
   known by  3E71:416B (built in)
   known by  3E71:0371 3E71:0372 (the host's list of type 6)
-  depth     TiberonDecompress > NoiseRemovalFilter(40, 512, 1280, 800) > DisparityTransform
+  depth     1280x800, 16-bit, run-length compressed
+            TiberonDecompress > NoiseRemovalFilter(40, 512, 1280, 800) > DisparityTransform
             > HardwareD2CProcessor (wraps DepthResize) [off] > FrameMirror [off] > FrameFlip [off]
             > FrameRotate
-  color     FrameMirror [off] > FrameFlip [off] > FrameRotate
+  color     1280x720, red, green, blue, 8 bits each
+            FrameMirror [off] > FrameFlip [off] > FrameRotate
+)");
+  expectParts(vycam("families ostrel", "COLUMNS=40 ").out, {R"(Ostrel
+  known by  3E71:4181 3E71:41AB (built
+            in)
+  depth     640x576, 16-bit
+            little-endian words
+            NoiseRemovalFilter(50, 10,
+            640, 576) [off]
+            > HardwareD2CProcessor
+            (wraps DepthResize) [off]
+            > FrameMirror [off]
 )",
-               "\nCorvid\n  known by  3E71:414B 3E71:413A (built in)\n  depth ",
-               "\n\n[off] marks filters that start switched off; ", "\"wraps\" names the host's filter inside"});
+                                                            "\n\n[off] marks filters that start switched\noff; "});
+  EXPECT_EQ(vycam("families").out.find("Talon\n  known by  "), 0U);
+}
+
+TEST_F(ChainTest, TextsFitTheTerminal) {
+  for (const auto& [columns, width] : {std::pair("COLUMNS=40 ", 40U), {"COLUMNS=132 ", 132U}, {"COLUMNS= ", 80U}}) {
+    size_t longest = 0;
+    for (const char* arguments : {"families", "schema --camera Corvid --sensor depth", "--help", "run --help",
+                                  "run --camera Vashti --sensor depth --size 64x48 --out made"}) {
+      std::istringstream lines(vycam(arguments, columns).out);
+      for (std::string line; std::getline(lines, line);) {
+        const bool isOneWord = line.find(' ', line.find_first_not_of(' ')) == std::string::npos;
+        EXPECT_TRUE(line.size() <= width || isOneWord) << arguments << ": " << line;
+        longest = std::max(longest, line.size());
+      }
+    }
+    EXPECT_GT(longest, width - 3) << "room is left";
+  }
 }
 
 TEST_F(ChainTest, FamiliesAreListedForMachines) {
   const Outcome outcome = vycam("families --csv");
   EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
-  EXPECT_EQ(outcome.out.rfind("family,recognised_by,sensor,sensor_type,position,filter,host_filter,enabled,arguments\n"
-                              "Talon,",
+  EXPECT_EQ(outcome.out.rfind("family,recognised_by,sensor,sensor_type,position,filter,host_filter,enabled,"
+                              "arguments,width,height,format,packing\nTalon,",
                               0),
             0U);
   const std::string ids = R"x(Pellan,"3E71:416B (built in); 3E71:0371 3E71:0372 (the host's list of type 6)",)x";
+  const std::string stream = R"(,1280,800,25,"16-bit, run-length compressed")"
+                             "\n";
   expectParts(outcome.out,
-              {ids + "depth,3,1,TiberonDecompress,TiberonDecompress,1,\"\"\n" + ids +
-                   "depth,3,2,NoiseRemovalFilter,NoiseRemovalFilter,1,\"40 512 1280 800\"\n" + ids +
-                   "depth,3,3,DisparityTransform,DisparityTransform,1,\"\"\n" + ids +
-                   "depth,3,4,HardwareD2CProcessor,DepthResize,0,\"\"\n",
-               ids + "9,9,3,FrameRotate,FrameRotate,1,\"\"\nCorvid,\"3E71:414B 3E71:413A (built in)\",depth,3,1,Corvid",
-               "\nSorrel,", ",DisparityTransform,OpenNIDisparityTransform,1,\"\"\n"});
+              {ids + "depth,3,1,TiberonDecompress,TiberonDecompress,1,\"\"" + stream + ids +
+                   "depth,3,2,NoiseRemovalFilter,NoiseRemovalFilter,1,\"40 512 1280 800\"" + stream + ids +
+                   "depth,3,3,DisparityTransform,DisparityTransform,1,\"\"" + stream + ids +
+                   "depth,3,4,HardwareD2CProcessor,DepthResize,0,\"\"" + stream,
+               ids + "9,9,3,FrameRotate,FrameRotate,1,\"\",1280,800,9,\"8-bit grey\"\nCorvid,\"3E71:414B 3E71:413A "
+                     "(built in)\",depth,3,1,Corvid",
+               "\nSorrel,", ",DisparityTransform,OpenNIDisparityTransform,1,\"\",1280,800,11,"});
   std::set<std::string> families, streams;
   std::istringstream lines(outcome.out.substr(outcome.out.find('\n') + 1));
   for (std::string line; std::getline(lines, line);) {
@@ -98,8 +128,21 @@ TEST_F(ChainTest, SettingsAreListedForPeopleAndMachines) {
       "FrameMirror#255  boolean    0    1     1      0  FrameMirror enable switch\n"
       "FrameFlip#255    boolean    0    1     1      0  FrameFlip enable switch\n"
       "FrameRotate#0    integer    0  270    90      0  angle to turn the image by, clockwise, in degrees\n";
-  EXPECT_EQ(vycam("schema --camera talon --sensor colour --raw").out, raw);
-  EXPECT_EQ(vycam("schema --camera talon --sensor colour").out, table);
+  const char* const folded =
+      "SETTING          TYPE     MIN  MAX  STEP  VALUE  DESCRIPTION\n"
+      "FrameMirror#255  boolean    0    1     1      0  FrameMirror enable switch\n"
+      "FrameFlip#255    boolean    0    1     1      0  FrameFlip enable switch\n"
+      "FrameRotate#0    integer    0  270    90      0  angle to turn the image\n"
+      "                                                 by, clockwise, in degrees\n";
+  const char* const below =
+      "SETTING          TYPE     MIN  MAX  STEP  VALUE\n    DESCRIPTION\n"
+      "FrameMirror#255  boolean    0    1     1      0\n    FrameMirror enable switch\n"
+      "FrameFlip#255    boolean    0    1     1      0\n    FrameFlip enable switch\n"
+      "FrameRotate#0    integer    0  270    90      0\n    angle to turn the image by, clockwise, in degrees\n";
+  EXPECT_EQ(vycam("schema --camera talon --sensor colour --raw", "COLUMNS=40 ").out, raw);
+  EXPECT_EQ(vycam("schema --camera talon --sensor colour", "COLUMNS=98 ").out, table);
+  EXPECT_EQ(vycam("schema --camera talon --sensor colour", "COLUMNS=74 ").out, folded);
+  EXPECT_EQ(vycam("schema --camera talon --sensor colour", "COLUMNS=70 ").out, below);
   EXPECT_EQ(vycam("schema --camera Corvid --sensor depth").out.find("A boolean item"), std::string::npos);
   expectParts(vycam("schema --camera SpecialOpenNI --sensor depth").out,
               {"\n\nA boolean item shows 0 for its range and value"});

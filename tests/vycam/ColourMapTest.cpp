@@ -74,7 +74,7 @@ TEST(ColourMapTest, ScalesLeaveTheOutermostHundredthOut) {
     EXPECT_EQ(scale.low, c.low) << c.images[0]->pixels[0];
     EXPECT_EQ(scale.high, c.high) << c.images[0]->pixels[0];
     EXPECT_EQ(scale.title, "title");
-    EXPECT_TRUE(!scale.isReciprocal && scale.zeroIsMissing && scale.palette == Palette::WarmToCool);
+    EXPECT_TRUE(!scale.isReciprocal && scale.missing == 0 && scale.palette == Palette::WarmToCool);
   }
 }
 

@@ -1,10 +1,9 @@
 // The page of the gallery: what stands where, and that its pictures and figures are those of the streams.
 #include "GalleryPage.h"
 
-#include <algorithm>
 #include <pugixml.hpp>
+#include <regex>
 
-#include "Stream.h"
 #include "vycam/VycamTest.h"
 
 namespace {
@@ -33,16 +32,14 @@ TEST_F(GalleryTest, ThePageShowsWhatItIsGiven) {
       VY_SENSOR_DEPTH,
       {{"A", "A", {"1", "2"}, true}, {"B", "Inner", {"3"}, true}, {"C", "Inner", {}, false}, {"D", "D", {}, false}},
       vycam::parseSchema("A#0, integer, 1, 9, 2, 5, less < more\nA#255, boolean, 0, 1, 1, 1, \n")};
-  depth.rawFacts = "raw facts", depth.outputFacts = "output facts";
-  depth.rawPicture = "r.png", depth.outputPicture = "o.png", depth.truthPicture = "t.png";
-  depth.validShare = 0.9126, depth.medianError = 7;
-  vycam::GalleryEntry blind = depth;
-  blind.chain.chain.clear(), blind.chain.schema.clear();
-  blind.medianError.reset();
-  vycam::GalleryEntry other = blind;
-  other.validShare.reset();
-  other.truthPicture.clear();
-  family.entries = {depth, blind};
+  depth.times = {"1 ms", "", "2 ms", ""};
+  depth.pictures = {{"Before", "raw facts", "r.png", "R.png"}, {"After", "output facts", "o.png", "O.png"}};
+  depth.numbers = {{"91.3 %", "of all"}, {"", "nothing"}};
+  depth.command = "vycam <run>";
+  vycam::GalleryEntry other;
+  other.pictures = depth.pictures;
+  depth.pictures.push_back({"Truth", "to see", "t.png", "T.png"});
+  family.entries = {depth};
   for (const VYSensorType sensor : vycam::allSensors()) {
     other.chain.sensor = sensor;
     if (sensor != VY_SENSOR_DEPTH) family.entries.push_back(other);
@@ -62,35 +59,37 @@ TEST_F(GalleryTest, ThePageShowsWhatItIsGiven) {
        "content=width=device-width, initial-scale=1> <title Camera families and their filter chains> <style \n:root {",
        "<body <header <h1 Camera families and their filter chains> <p For every sensor "});
   const pugi::xpath_node_set sections = page.select_nodes("//section");
-  ASSERT_EQ(sections.size(), 14U);
+  ASSERT_EQ(sections.size(), 12U);
   const std::string figures =
-      " <figure <img src=r.png> <figcaption <b Before>  raw facts>> <figure <img src=o.png> <figcaption <b After>  "
-      "output facts>>";
-  const std::string truth = " <figure <img src=t.png> <figcaption <b Truth>  what there was to see>>>";
+      " <figure <a href=R.png <img src=r.png loading=lazy>> <figcaption <b Before>  raw facts>>"
+      " <figure <a href=O.png <img src=o.png loading=lazy>> <figcaption <b After>  output facts>>";
   const std::string header =
-      "<tr <th Setting> <th Type> <th class=n Min> <th class=n Max> <th class=n Step> <th class=n Value> <th "
-      "Description>>";
+      "<tr <th Setting> <th Type> <th class=n data-name=Min Min> <th class=n data-name=Max Max>"
+      " <th class=n data-name=Step Step> <th class=n data-name=Value Value> <th Description>>";
   EXPECT_EQ(
       flat(sections[0].node()),
-      " <h3 Depth <span sensor depth>> <ol class=chain <li A <small 1, 2>> <li B <small wraps Inner>>"
-      " <li class=off C <small wraps Inner, off>> <li class=off D <small off>>> <div class=figures" +
-          figures + truth +
-          " <div class=numbers <div <b 91.3 %> of the pixels measured> <div <b 7 mm> median error against the scene>>"
+      " <h3 Depth <span sensor depth>> <ol class=chain <li A <small 1, 2, 1 ms>> <li B <small wraps Inner>>"
+      " <li class=off C <small wraps Inner, off, 2 ms>> <li class=off D <small off>>> <div class=figures" +
+          figures +
+          " <figure <a href=T.png <img src=t.png loading=lazy>> <figcaption <b Truth>  to see>>>"
+          " <div class=numbers <div <b 91.3 %> of all> <div <b \xE2\x80\x93> nothing>> <pre class=wide vycam <run>>"
           " <details open=open <summary Settings (2)> <div class=wide <table <tbody " +
           header +
-          " <tr <td A#0> <td integer> <td class=n 1> <td class=n 9> <td class=n 2> <td class=n 5> <td less < more>>"
-          " <tr <td A#255> <td boolean> <td class=n 0> <td class=n 1> <td class=n 1> <td class=n 1> <td "
-          "\xE2\x80\x93>>>>>>");
-  EXPECT_NE(flat(sections[1].node()).find("<div <b \xE2\x80\x93> median error against the scene>"), std::string::npos);
+          " <tr <td A#0> <td integer> <td class=n data-name=Min 1> <td class=n data-name=Max 9>"
+          " <td class=n data-name=Step 2> <td class=n data-name=Value 5> <td less < more>>"
+          " <tr <td A#255> <td boolean> <td class=n data-name=Min 0> <td class=n data-name=Max 1>"
+          " <td class=n data-name=Step 1> <td class=n data-name=Value 1> <td \xE2\x80\x93>>>>>>");
   const char* const names[] = {"Colour <span sensor color>", "Infrared <span sensor ir>",
                                "Left infrared <span sensor ir-left>", "Right infrared <span sensor ir-right>",
                                "Sensor 9 <span sensor 9>"};
   for (size_t i = 0; i < 5; ++i) {
-    EXPECT_EQ(flat(sections[2 + i].node()),
+    EXPECT_EQ(flat(sections[1 + i].node()),
               std::string(" <h3 ") + names[i] + "> <ol class=chain> <div class=figures two" + figures +
-                  "> <details <summary Settings (0)> <div class=wide <table <tbody " + header + ">>>>");
+                  "> <div class=numbers> <pre class=wide \xE2\x80\x93> <details <summary Settings (0)> <div class=wide"
+                  " <table <tbody " +
+                  header + ">>>>");
   }
-  EXPECT_EQ(page.select_nodes("//img[@alt='Before: raw facts']").size(), 14U);
+  EXPECT_EQ(page.select_nodes("//img[@alt='Before: raw facts']").size(), 12U);
 }
 
 TEST_F(GalleryTest, EveryStreamIsShownWithItsOwnPicturesAndFigures) {
@@ -106,7 +105,7 @@ TEST_F(GalleryTest, EveryStreamIsShownWithItsOwnPicturesAndFigures) {
 
   std::set<std::string> expected = {"page", "page/images", "page/index.html"};
   pugi::xml_node node = page.select_node("//main").node().first_child();
-  for (const vycam::FamilyChains& family : vycam::chainsOfAllFamilies(vycam::Library(""))) {
+  for (const vycam::FamilyChains& family : vycam::chainsOf(vycam::Library(""), vycam::allFamilies())) {
     SCOPED_TRACE(family.family->name);
     ASSERT_EQ(flat(node), std::string(" id=") + family.family->name + " " + family.family->name);
     for (size_t i = 0; i < family.recognisedBy.size(); ++i) node = node.next_sibling();
@@ -116,15 +115,17 @@ TEST_F(GalleryTest, EveryStreamIsShownWithItsOwnPicturesAndFigures) {
       EXPECT_EQ(node.select_nodes("details//tr").size(), chain.schema.size() + 1);
       std::vector<std::string> shown;
       const std::string stem = std::string("images/") + family.family->name + "-" + vycam::sensorName(chain.sensor);
-      for (const char* role : {"-before.png", "-after.png", "-truth.png"}) {
-        if (role[1] != 't' || chain.sensor == VY_SENSOR_DEPTH) shown.push_back(stem + role);
+      for (const char* role : {"-before", "-after", "-truth", "-error"}) {
+        if (shown.size() < 2 || chain.sensor == VY_SENSOR_DEPTH) shown.push_back(stem + role);
       }
-      const pugi::xpath_node_set images = node.select_nodes("div/figure/img");
+      const pugi::xpath_node_set images = node.select_nodes("div/figure/a/img");
       ASSERT_EQ(images.size(), shown.size());
       for (size_t i = 0; i < shown.size(); ++i) {
-        EXPECT_EQ(images[i].node().attribute("src").value(), shown[i]);
-        EXPECT_EQ(png("page/" + shown[i]).width, 480U) << shown[i];
-        expected.insert("page/" + shown[i]);
+        EXPECT_EQ(images[i].node().attribute("src").value(), shown[i] + ".png");
+        EXPECT_EQ(images[i].parent().attribute("href").value(), shown[i] + "-large.png");
+        EXPECT_EQ(png("page/" + shown[i] + ".png").width, 480U) << shown[i];
+        EXPECT_GE(png("page/" + shown[i] + "-large.png").width, 640U) << shown[i];
+        for (const char* end : {".png", "-large.png"}) expected.insert("page/" + shown[i] + end);
       }
     }
     node = node.next_sibling();
@@ -132,32 +133,44 @@ TEST_F(GalleryTest, EveryStreamIsShownWithItsOwnPicturesAndFigures) {
   EXPECT_TRUE(node.empty());
   EXPECT_EQ(files(), expected);
 
-  vycam::Progress progress("", 1);
-  const vycam::Library library("");
-  for (const auto& [name, sensor] :
-       {std::pair("Corvid", VY_SENSOR_DEPTH), {"Halden", VY_SENSOR_IR}, {"Talon", VY_SENSOR_COLOR}}) {
-    vycam::StreamOptions options;
-    options.family = &vycam::parseFamily(name);
-    options.sensor = sensor;
-    const vycam::StreamResult result = vycam::runStream(library, options, progress);
-    const vycam::StreamPictures pictures = vycam::paint(result, *options.family);
-    const std::string stem = std::string("images/") + name + "-" + vycam::sensorName(sensor);
-    EXPECT_EQ(contentsOf(path("page/" + stem + "-before.png")), pictures.raw->png(480)) << name;
-    EXPECT_EQ(contentsOf(path("page/" + stem + "-after.png")), pictures.output->png(480)) << name;
+  // Each command on the page makes the pictures that stand above it.
+  for (const char* stem : {"Corvid-depth", "Halden-ir", "Talon-color"}) {
     const pugi::xml_node section =
-        page.select_node(("//section[div/figure/img/@src='" + stem + "-after.png']").c_str()).node();
-    const std::string figures = flat(section.find_child_by_attribute("div", "class", "numbers"));
-    if (sensor != VY_SENSOR_DEPTH) {
-      EXPECT_EQ(figures, "");
-      continue;
+        page.select_node((std::string("//section[div/figure/a/@href='images/") + stem + "-after-large.png']").c_str())
+            .node();
+    const std::string command = section.child_value("pre");
+    ASSERT_EQ(command.rfind("vycam run --camera ", 0), 0U) << command;
+    const Outcome made = vycam(command.substr(6));
+    EXPECT_EQ(made.err, "");
+    const std::string start = std::string("page/images/") + stem;
+    for (const auto& [role, name] : {std::pair("-before", "/raw.png"),
+                                     {"-after", "/output.png"},
+                                     {"-truth", "/truth.png"},
+                                     {"-error", "/error.png"}}) {
+      EXPECT_EQ(contentsOf(path(start + role + "-large.png")), contentsOf(path(stem + std::string(name)))) << role;
     }
-    EXPECT_EQ(contentsOf(path("page/" + stem + "-truth.png")), pictures.truth->png(480));
-    char text[64];
-    snprintf(text, sizeof text, "<b %.1f %%>", 100 * result.accuracy->validShare());
-    expectParts(figures, {text, "<b " + std::to_string(*result.accuracy->medianError()) + " mm>"});
-    expectParts(flat(section),
-                {"<b Before>  1280x800, ", "disparity>", "<b After>  1280x800, 16-bit words, depth in mm>"});
+    const std::string numbers = flat(section.find_child_by_attribute("div", "class", "numbers"));
+    if (stem == std::string("Corvid-depth")) {
+      for (const char* pattern :
+           {"valid +([0-9.]+ %)", "output's pixels, ([0-9.]+ %)", "median error +([0-9]+ mm)", "within ([0-9]+ mm)"}) {
+        std::smatch told;
+        ASSERT_TRUE(std::regex_search(made.out, told, std::regex(pattern)));
+        expectParts(numbers, {"<b " + told.str(1) + ">"});
+      }
+    }
+    expectParts(numbers, {" ms> time of a frame, median> <div <b "});
+    EXPECT_NE(flat(section.child("ol")).find(" ms>"), std::string::npos) << "times of filters";
   }
+}
+
+TEST_F(GalleryTest, CamerasSeeTheGivenDepth) {
+  write("it's a scene.png", vycam::greyPng(rampWithHole()));
+  EXPECT_EQ(vycam("gallery --out page --depth \"it's a scene.png\"").err, "");
+  const StoredPng truth = png("page/images/Vashti-depth-truth-large.png");
+  EXPECT_EQ(truth.describe(), "340x74 RGB 8");
+  expectParts(
+      contentsOf(path("page/index.html")),
+      {"vycam run --camera Vashti --sensor depth --frames 3 --depth 'it'\\''s a scene.png' --out Vashti-depth"});
 }
 
 }  // namespace

@@ -19,22 +19,35 @@ TEST_F(OptionsTest, BadInputIsToldInOneLineAndLeavesNothingBehind) {
     std::vector<std::string> said;  // what was wrong, what would be right
   } cases[] = {
       {"", {"a command is required: families, schema, run, view or gallery"}},
-      {"paint", {"paint", "--help"}},
-      {"families schema", {"schema", "not expected"}},
-      {"--version --bogus", {"--bogus", "not expected"}},
+      {"galery",
+       {"unknown command \"galery\" (did you mean gallery?); commands are families, schema, run, view, gallery ("}},
+      {"paint", {"unknown command \"paint\"; commands"}},
+      {"schema run", {"not expected: \"run\" (vycam schema --help tells more)"}},
+      {"--version --bogus", {"unknown option \"--bogus\" (vycam --help tells more)"}},
+      // What is unknown comes first: with it, other words seem to be missing.
+      {"run --camera Corvid --Fames 3 --out made",
+       {"unknown option \"--Fames\" (did you mean --frames?) (vycam run --help tells more)"}},
+      {"schema --libary a.so --sensor depth", {"unknown option \"--libary\" (did you mean --library?)"}},
+      {"families schema", {"unknown camera family \"schema\"; known are"}},
+      {"families 3e71:41A",
+       {"no camera family has the USB id \"3e71:41A\" (did you mean 3E71:413A?); `vycam families`"}},
+      {"families ''", {"FAMILY", "is empty"}},
       {"run --camera Corvid --sensor depth", {"--out", "required"}},
       {"run --camera Corvid --out made", {"--sensor", "required"}},
       {"run --sensor depth --out made", {"--camera", "required"}},
       {"gallery", {"--out", "required"}},
       {"schema --camera Corvid", {"--sensor", "required"}},
-      {"run --camera Raven --sensor depth --out made", {"\"Raven\"", "Corvid", "NormalOpenNI"}},
+      {"run --camera Corvit --sensor depth --out made",
+       {"unknown camera family \"Corvit\" (did you mean Corvid?); known are Talon, ", ", NormalOpenNI\n"}},
       {"run --camera Corvid --sensor left --out made", {"\"left\"", "ir-left"}},
       {"run --camera Halden --sensor ir-left --out made", {"Halden", "ir-left", "depth, color, ir\n"}},
       {"schema --camera Halden --sensor 5", {"\"5\"", "depth (3)"}},
       {run + "--set Nonsense#1=2", {"\"Nonsense#1\"", "NoiseRemovalFilter#0"}},
       {run + "--set FrameRotate#0=91", {"cannot apply the settings: ", "but is 91"}},
       {run + "--set", {"--set", "FILTER#ITEM=VALUE"}},
-      {run + "--set FrameMirror#255=1 FrameFlip#255=1", {"FrameFlip#255=1", "not expected"}},
+      {run + "--set FrameFlip#255=1 --set FrameFlip#255=0",
+       {"FrameFlip#255 is set twice, the second time by FrameFlip#255=0; give it once"}},
+      {run + "--set FrameMirror#255=1 FrameFlip#255=1", {"not expected: \"FrameFlip#255=1\""}},
       {run + "--d2c scale=0", {"\"scale=0\"", "above 0"}},
       {run + "--d2c scale=1,left=-4000", {"--d2c", "1 to 32767"}},
       {run + "--d2c ''", {"--d2c", "is empty"}},
@@ -48,10 +61,16 @@ TEST_F(OptionsTest, BadInputIsToldInOneLineAndLeavesNothingBehind) {
       {"run --camera Corvid --sensor depth --frames 0 --out made", {"--frames", "100000"}},
       {"run --camera Corvid --sensor depth --frames 100001 --out made", {"--frames", "100000"}},
       {"run --camera Corvid --sensor depth --frames 1x --out made", {"--frames", "100000"}},
+      {run + "--replay absent", {"cannot read absent/frames.json: No such file or directory\n"}},
+      {run + "--replay absent --size 64x48", {"--replay takes the frames as they are; leave out --clean and --size"}},
+      {run + "--keep some", {"--keep", "{all,last}"}},
+      {run + "--ply --set DisparityTransform#255=0",
+       {"--ply needs an output in millimetres, but this one is 1280x800, 16-bit words, disparity"}},
+      {"run --camera Corvid --sensor ir --ply --out made", {"--ply is for depth"}},
       {run + "--depth absent.png", {"cannot open absent.png: No such file"}},
       {run + "--depth bytes.png", {"bytes.png is a 8-bit grey PNG of 32x32", "16-bit grey"}},
       {run + "--depth ''", {"--depth", "is empty"}},
-      {"--library absent.so families", {"cannot load the library: absent.so: ", "--library PATH"}},
+      {"families --library absent.so", {"cannot load the library: absent.so: ", "--library PATH"}},
       {"--library bytes.png families", {"cannot load the library: ", "bytes.png", "--library PATH"}},
       {"--library libTavrixSDK.so families",
        {"libTavrixSDK.so has no function vy_create_frame_processor_context: it is not a frame processor library"}},
@@ -75,12 +94,12 @@ TEST_F(OptionsTest, HelpAndVersionAreNoFailures) {
     std::vector<std::string> said;
   } cases[] = {
       {"--version", {"vycam " VYCAM_VERSION ", library revision "}},
-      {"--version families", {"vycam " VYCAM_VERSION ", library revision "}},
+      {"run --version", {"vycam " VYCAM_VERSION ", library revision "}},
       {"--help",
        {"Shows what libvy_frame_processor does", "\nUsage: vycam ", "--library PATH", "  the library to load",
         "  print the versions", "  List the camera", "  Show the settings", "  Send frames", "  Write a page",
         "\nExit code 0: done;"}},
-      {"families --help", {"--csv", "  for machines: ", "\nExample:\n  vycam families --csv"}},
+      {"families --help", {"--csv", "  for machines: ", "--csv", "\nExamples:\n  vycam families 3E71:41A1\n"}},
       {"schema --help",
        {"--camera FAMILY REQUIRED", "--sensor SENSOR REQUIRED", "--raw", "  the library's text",
         "\nExample:\n  vycam schema --camera"}},
@@ -88,7 +107,7 @@ TEST_F(OptionsTest, HelpAndVersionAreNoFailures) {
        {"--camera FAMILY REQUIRED",
         "  camera family, as",
         "--sensor SENSOR REQUIRED",
-        "  depth, color (or",
+        " depth, color (or",
         "--out DIR REQUIRED",
         "  folder for the pictures",
         "--frames N",
@@ -178,11 +197,13 @@ TEST_F(OptionsTest, DepthToColourParameters) {
   for (const std::string item : {"scale", "scale=", "=2", "scale=0", "scale=-1", "scale=16.1", "scale=1e-50",
                                  "scale=nan", "scale=inf", "scale=2x", "left=0.5", "left=4097", "top=-4097",
                                  "right=1e9", "apply=2", "apply=0.5", "depth=1", "Scale=1", ""}) {
-    for (const std::string& whole : {item + ",top=1", "top=1," + item + ",left=1"}) {
+    for (const std::string& whole : {item, item + ",top=1", "top=1," + item + ",left=1", "top=1," + item}) {
       expectParts(refusal([&] { vycam::parseHardwareD2C(whole); }),
                   {"\"" + item + "\" is not a depth-to-colour parameter; give scale (above 0, up to 16), left, top"});
     }
   }
+  EXPECT_EQ(refusal([&] { vycam::parseHardwareD2C("top=1,left=2,top=3"); }),
+            "--d2c has top twice, the second time as top=3; give it once");
 }
 
 TEST_F(OptionsTest, IntrinsicsFollowScaleAndBorders) {
@@ -235,24 +256,24 @@ TEST_F(OptionsTest, SettingsReplaceValuesOfTheSchema) {
       {{}, {"5", "0", "1"}},
       {{"Gain#0=7"}, {"7", "0", "1"}},
       {{"Gain#255=0", "Gain#1=1", "Gain#0=-2.5e1"}, {"-2.5e1", "1", "0"}},
-      {{"Gain#0=1", "Gain#0=2"}, {"2", "0", "1"}},
   };
   for (const auto& [settings, values] : accepted) EXPECT_EQ(vycam::valuesFor(schema, settings), values);
   const std::pair<const char*, const char*> refused[] = {
-      {"Gain#0", "\"Gain#0\" is not a setting; give FILTER#ITEM=VALUE, as in Gain#255=1"},
-      {"Gain#2=1", "unknown setting \"Gain#2\"; this chain has Gain#0, Gain#1, Gain#255"},
-      {"Gain#0=", "\"\" is no value for Gain#0: give a number from 0 to 9"},
-      {"Gain#0=seven", "\"seven\" is no value for Gain#0: give a number from 0 to 9"},
-      {"Gain#0=7x", "\"7x\" is no value for Gain#0: give a number from 0 to 9"},
-      {"Gain#0=inf", "\"inf\" is no value for Gain#0: give a number from 0 to 9"},
+      {"Gain#0", "\"Gain#0\" is not a setting; give FILTER#ITEM=VALUE, as in Gain#0=5"},
+      {"Gain", "\"Gain\" is not a setting; give FILTER#ITEM=VALUE, as in Gain#255=1"},
+      {"Volume=1", "unknown setting \"Volume\"; this chain has Gain#0, Gain#1, Gain#255"},
+      {"Gain#2=1", "unknown setting \"Gain#2\" (did you mean Gain#0?); this chain has Gain#0, Gain#1, Gain#255"},
+      {"Gain#0=", "\"\" is no value for Gain#0: give a number from 0 to 9, as in Gain#0=5"},
+      {"Gain#0=seven", "\"seven\" is no value for Gain#0: give a number from 0 to 9, as in Gain#0=5"},
+      {"Gain#0=7x", "\"7x\" is no value for Gain#0: give a number from 0 to 9, as in Gain#0=5"},
+      {"Gain#0=inf", "\"inf\" is no value for Gain#0: give a number from 0 to 9, as in Gain#0=5"},
       {"Gain#1=2", "\"2\" is no value for Gain#1: give 0 (off) or 1 (on)"},
       {"Gain#255=on", "\"on\" is no value for Gain#255: give 0 (off) or 1 (on)"},
   };
   for (const auto& each : refused) {
     EXPECT_EQ(refusal([&] { vycam::valuesFor(schema, {each.first}); }), each.second);
   }
-  EXPECT_EQ(refusal([] { vycam::valuesFor({}, {"x"}); }),
-            "\"x\" is not a setting; give FILTER#ITEM=VALUE, as in FrameMirror#255=1");
+  EXPECT_EQ(refusal([] { vycam::valuesFor({}, {"x"}); }), "unknown setting \"x\"; this chain has none");
 }
 
 }  // namespace

@@ -19,8 +19,8 @@ TEST_F(OutputTest, NothingIsLeftBehindWhereWritingFails) {
     std::string arguments;  // the command's name included
     std::vector<std::string> said;
   } cases[] = {
-      {"", "families >/dev/full", {"cannot write to the standard output"}},
-      {"", "families --csv >&-", {"cannot write to the standard output"}},
+      {"", "families >/dev/full", {"cannot write to the standard output: No space left on device\n"}},
+      {"", "families --csv >&-", {"cannot write to the standard output: Bad file descriptor\n"}},
       {"", "schema --camera Corvid --sensor depth >/dev/full", {"cannot write to the standard output"}},
       {"", "schema --camera Corvid --sensor depth --raw >&-", {"cannot write to the standard output"}},
       {"", "--version >/dev/full", {"cannot write to the standard output"}},
@@ -52,6 +52,40 @@ TEST_F(OutputTest, NothingIsLeftBehindWhereWritingFails) {
   }
 }
 
+TEST_F(OutputTest, SignalsEndWhatTheyFind) {
+  const std::string many =
+      "run --camera Vashti --sensor depth --size 64x48 --frames 100000 --keep all --out made/deeper ";
+  const auto once = [](const std::string& file, const std::string& signal) {
+    return "& until ls made" + file + " >/dev/null 2>&1; do sleep 0.02; done; kill -" + signal + " $!; wait $!";
+  };
+  const struct {
+    std::string arguments;
+    int exitCode;
+    std::string out;  // its beginning
+    const char* err;
+    size_t files;
+  } cases[] = {
+      {many + once("/deeper/.vycam-*/frames/00001-raw.png", "TERM"), 143, "Vashti depth, ", "", 8},
+      {many + once("/deeper/.vycam-*/frames/00001-raw.png", "HUP"), 129, "Vashti depth, ", "", 8},
+      {"gallery --out made " + once("/.vycam-*/images", "TERM"), 143, "", "vycam: ended by a signal", 0},
+      {kRun + "--out made | true", 0, "", "", 0},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.arguments);
+    const Outcome outcome = vycam(c.arguments);
+    EXPECT_EQ(outcome.exitCode, c.exitCode);
+    EXPECT_EQ(outcome.out.rfind(c.out, 0), 0U) << outcome.out;
+    const std::string said = outcome.err.substr(std::min(outcome.err.find("vycam: "), outcome.err.size()));
+    EXPECT_EQ(said.rfind(c.err, 0), 0U) << said;  // the shell may add what the signal was
+    std::set<std::string> left = files();
+    for (const std::string& name : files()) {
+      if (name.find("/frames/") != std::string::npos) left.erase(name);
+    }
+    EXPECT_EQ(left.size(), c.files) << *left.begin();
+    fs::remove_all(folder_ / "made");
+  }
+}
+
 TEST_F(OutputTest, AFolderReceivesAllFilesOrNone) {
   const auto in = [&](const std::string& name, const auto& use) {
     return refusal([&] {
@@ -62,6 +96,13 @@ TEST_F(OutputTest, AFolderReceivesAllFilesOrNone) {
   const auto writeTwo = [](vycam::OutputFolder& folder) {
     folder.write("images/a.png", "first");
     folder.write("index.html", "second");
+  };
+  const auto loseTheSecond = [](vycam::OutputFolder& folder) {
+    folder.prepare();
+    for (const auto& entry : fs::directory_iterator(folder.path())) {
+      if (entry.path().filename().string()[0] == '.') fs::remove(entry.path() / "index.html");
+    }
+    folder.commit();
   };
   fs::create_directories(path("had/index.html"));
   const std::set<std::string> before = files();
@@ -77,14 +118,7 @@ TEST_F(OutputTest, AFolderReceivesAllFilesOrNone) {
        [](auto& folder) { folder.prepare(); }},
       {"a file in a folder's way", "new", "cannot write into", [](auto& folder) { folder.write("index.html/a", ""); }},
       {"a file over a folder", "new", "Is a directory", [](auto& folder) { folder.write("images", ""); }},
-      {"a lost file", "new", "images/a.png: No such file",
-       [](auto& folder) {
-         folder.prepare();
-         for (const auto& entry : fs::directory_iterator(folder.path())) {
-           if (entry.path().filename().string()[0] == '.') fs::remove(entry.path() / "images/a.png");
-         }
-         folder.commit();
-       }},
+      {"a lost file", "new", "index.html: No such file", loseTheSecond},
   };
   for (const auto& c : cases) {
     expectParts(in(c.folder,
@@ -109,6 +143,14 @@ TEST_F(OutputTest, AFolderReceivesAllFilesOrNone) {
     EXPECT_EQ(contentsOf(path("new/deeper/images/a.png")) + contentsOf(path("new/deeper/index.html")),
               std::string(text) + text);
   }
+  // The third time fails and leaves the files of the second.
+  expectParts(in("new/deeper",
+                 [&](vycam::OutputFolder& folder) {
+                   writeTwo(folder);
+                   loseTheSecond(folder);
+                 }),
+              {"index.html: No such file"});
+  EXPECT_EQ(contentsOf(path("new/deeper/images/a.png")) + contentsOf(path("new/deeper/index.html")), "twicetwice");
   std::set<std::string> expected = before;
   for (const char* name : {"", "/deeper", "/deeper/images", "/deeper/images/a.png", "/deeper/index.html"}) {
     expected.insert(std::string("new") + name);

@@ -49,7 +49,7 @@ TEST_F(PictureTest, NumbersBecomeColours) {
     EXPECT_EQ(png.colour(172, 1), kPaper);
   }
   vycam::Scale brightness = makeScale(0, 10000);
-  brightness.palette = vycam::Palette::Grey, brightness.zeroIsMissing = false;
+  brightness.palette = vycam::Palette::Grey, brightness.missing = -1;
   const StoredPng png = drawn(Picture::ofNumbers(image, brightness));
   EXPECT_EQ(png.colour(168, 0), 0U);
   EXPECT_EQ(png.colour(169, 1), 0xFFFFFFU);

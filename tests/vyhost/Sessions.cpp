@@ -17,6 +17,7 @@
 #include <atomic>
 #include <cstdio>
 #include <limits>
+#include <map>
 #include <stdexcept>
 #include <thread>
 
@@ -55,16 +56,11 @@ void runDepth(const vysim_family& family) {
   const OpenDevice camera = openDevice(family.pids[0], family.vid);
   const Processor processor = makeProcessor(camera.context, kDepth);
   const std::vector<std::string> texts = valuesInForce(schemaOf(processor));
-  std::vector<const char*> values;
-  for (const std::string& text : texts) values.push_back(text.c_str());
-  updateConfig(processor, values);
+  updateConfig(processor, pointersTo(texts));
   for (const SensorCase& sensor : openSensors(family)) {
     if (sensor.sensor != static_cast<VYSensorType>(kDepth)) continue;
     process(processor, sensor.inputs[0]);
-    vysim::call([&](vy_error** error) {
-      vy_frame_processor_set_hardware_d2c_params(processor.get(), {20, 20, 8, 4, 16, 8}, 0, 2, 1, 1, 0, 0, true, false,
-                                                 error);
-    });
+    setHardwareD2C(processor, {{20, 20, 8, 4, 16, 8}, 2, 1, 1, 0, 0, true});
     process(processor, sensor.inputs[1]);
   }
 }
@@ -93,7 +89,7 @@ void runFaults() {
   }
 }
 
-void runPrivateFilters(const OpenDevice& /*keeper*/) {
+void usePrivateFilters() {
   for (const char* const name : {"HardwareD2CProcessor", "DisparityTransform", "NoSuchFilter"}) {
     vy_filter_t* filter = priv_create_filter(name, ErrorSlot());
     if (filter == nullptr) filter = priv_create_private_filter(name, ErrorSlot());
@@ -117,6 +113,12 @@ void runPrivateFilters(const OpenDevice& /*keeper*/) {
   vy_destroy_frame_processor(nullptr, ErrorSlot());
   vy_frame_processor_get_config_schema(nullptr, ErrorSlot());
   vy_get_commit_hash();
+}
+
+void runPrivateFilters() {
+  usePrivateFilters();
+  const OpenDevice keeper = openDevice(kHalden);  // a context keeps the filters alive
+  usePrivateFilters();
 }
 
 void defineProcess(const char* name, vy_frame_t* (*process)(void*, const vy_frame_t*, vy_error**),
@@ -192,45 +194,32 @@ void runDeath() {
   runSensors(family, kDepth);
 }
 
-void tellFamilies() {
-  for (std::size_t i = 0; i < vysim_family_count(); ++i) std::puts(vysim_family_at(i)->name);
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
   const std::string kind = argc > 1 ? argv[1] : "";
   const vysim_family* const family = argc > 2 ? vysim_find_family(argv[2]) : nullptr;
   if (kind == "families") {
-    tellFamilies();
+    for (std::size_t i = 0; i < vysim_family_count(); ++i) std::puts(vysim_family_at(i)->name);
     return 0;  // without a call of the library, so that nothing is recorded
   }
   setAllDeviceLists();
-  if (kind == "sensors" && family != nullptr)
-    runSensors(*family);
-  else if (kind == "sensors")
-    runFamilies();
-  else if (kind == "depth" && family != nullptr)
+  if (kind == "depth" && family != nullptr) {
     runDepth(*family);
-  else if (kind == "faults")
-    runFaults();
-  else if (kind == "private") {
-    runPrivateFilters({});
-    // A context keeps the filters alive.
-    runPrivateFilters(openDevice(kHalden));
-  } else if (kind == "exceptions")
-    runExceptions();
-  else if (kind == "reentry")
-    runReentry();
-  else if (kind == "values")
-    runValues();
-  else if (kind == "threads")
-    runThreads();
-  else if (kind == "death")
-    runDeath();
-  else {
+    return 0;
+  }
+  if (kind == "sensors" && family != nullptr) {
+    runSensors(*family);
+    return 0;
+  }
+  const std::map<std::string, void (*)()> sessions = {
+      {"sensors", runFamilies}, {"faults", runFaults}, {"private", runPrivateFilters}, {"exceptions", runExceptions},
+      {"reentry", runReentry},  {"values", runValues}, {"threads", runThreads},        {"death", runDeath}};
+  const auto session = sessions.find(kind);
+  if (session == sessions.end()) {
     std::fprintf(stderr, "vyhost_sessions: no session \"%s\"\n", kind.c_str());
     return 2;
   }
+  session->second();
   return 0;
 }

@@ -25,7 +25,7 @@ Colour colourAt(Palette palette, double place) {
     const uint8_t grey = mix(0, 255, bounded);
     return {grey, grey, grey};
   }
-  const double steps = bounded * kStepCount;
+  const double steps = (palette == Palette::CoolToWarm ? 1 - bounded : bounded) * kStepCount;
   const size_t step = std::min(static_cast<size_t>(steps), kStepCount - 1);
   const Colour& from = kWarmToCool[step];
   const Colour& to = kWarmToCool[step + 1];

@@ -9,7 +9,7 @@ struct Colour {
   uint8_t red, green, blue;
 };
 
-enum class Palette { WarmToCool, Grey };
+enum class Palette { WarmToCool, CoolToWarm, Grey };
 
 /// The colour of a place on the palette, 0 to 1. A place outside has the colour of the nearer end.
 Colour colourAt(Palette palette, double place);

@@ -8,15 +8,16 @@
 
 namespace vycam {
 
-void showFamilies(const Library& library, bool asCsv);
+/// `which` is a family, by its name or the USB id of one of its cameras; empty for all.
+void showFamilies(const Library& library, const std::string& which, bool asCsv);
 
 void showSchema(const Library& library, const std::string& camera, const std::string& sensor, bool raw);
 
 /// What was typed for `vycam run`; empty texts stand for options that were not given.
 struct RunArguments {
-  std::string camera, sensor, depthFile, size, hardwareD2C, outputFolder;
-  unsigned frames = 30;
-  bool clean = false;
+  std::string camera, sensor, depthFile, size, hardwareD2C, replayFolder, outputFolder;
+  unsigned frames = 0;  ///< 0 = not given
+  bool clean = false, keepsAll = false, writesCloud = false, writesRaw = false, asJson = false;
   std::vector<std::string> settings;
 };
 
@@ -34,6 +35,7 @@ struct ViewArguments {
 /// Serves the viewer until a signal ends it.
 void view(const Library& library, const ViewArguments& arguments);
 
-void makeGallery(const Library& library, const std::string& outputFolder);
+/// `depthFile` is empty where the cameras see the embedded room.
+void makeGallery(const Library& library, const std::string& outputFolder, const std::string& depthFile);
 
 }  // namespace vycam

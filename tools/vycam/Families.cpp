@@ -2,10 +2,13 @@
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
+#include <strings.h>
 
 #include <algorithm>
 
+#include "Failure.h"
 #include "Processor.h"
+#include "Suggestion.h"
 
 namespace vycam {
 namespace {
@@ -49,9 +52,9 @@ std::vector<std::string> waysOfRecognition(const vysim_family& family) {
 
 }  // namespace
 
-std::vector<FamilyChains> chainsOfAllFamilies(const Library& library) {
+std::vector<FamilyChains> chainsOf(const Library& library, const std::vector<const vysim_family*>& families) {
   std::vector<FamilyChains> all;
-  for (const vysim_family* family : allFamilies()) {
+  for (const vysim_family* family : families) {
     FamilyChains entry;
     entry.family = family;
     entry.recognisedBy = waysOfRecognition(*family);
@@ -65,6 +68,23 @@ std::vector<FamilyChains> chainsOfAllFamilies(const Library& library) {
     all.push_back(std::move(entry));
   }
   return all;
+}
+
+const vysim_family& parseFamilyOrId(const std::string& text) {
+  if (text.find(':') == std::string::npos) {
+    return parseFamily(text);
+  }
+  std::vector<std::string> ids;
+  for (const vysim_family* family : allFamilies()) {
+    for (size_t i = 0; i < family->pid_count; ++i) {
+      ids.push_back(idText(family->vid, family->pids[i]));
+      if (strcasecmp(ids.back().c_str(), text.c_str()) == 0) {
+        return *family;
+      }
+    }
+  }
+  throw Failure(fmt::format("no camera family has the USB id \"{}\"{}; `vycam families` tells them all", text,
+                            didYouMean(text, ids)));
 }
 
 }  // namespace vycam

@@ -23,6 +23,9 @@ struct FamilyChains {
   std::vector<SensorChain> sensors;
 };
 
-std::vector<FamilyChains> chainsOfAllFamilies(const Library& library);
+std::vector<FamilyChains> chainsOf(const Library& library, const std::vector<const vysim_family*>& families);
+
+/// The family of that name, or of that USB id ("3E71:414B"); an unknown one is a Failure.
+const vysim_family& parseFamilyOrId(const std::string& text);
 
 }  // namespace vycam

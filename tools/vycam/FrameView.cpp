@@ -13,8 +13,19 @@ namespace {
 /// The filters that turn a camera's packing into plain pixels.
 constexpr const char* kDecoders[] = {"FrameUnpacker", "TalonFrameUnpacker", "TiberonDecompress"};
 
-const char* meaning(VYPixelType type) {
-  switch (type) {
+/// The frame's bytes, at least `bytesPerPixel` of them for each pixel.
+const uint8_t* bytesOf(const vy_frame_t* frame, const FrameFacts& facts, size_t bytesPerPixel) {
+  const size_t needed = size_t{facts.width} * facts.height * bytesPerPixel;
+  if (call("read a frame", vysim_frame_get_size, frame) < needed) {
+    throw Failure(fmt::format("a frame ({}) has fewer bytes than its pixels need", facts.describe()));
+  }
+  return call("read a frame", vysim_frame_get_data, frame);
+}
+
+}  // namespace
+
+const char* FrameFacts::meaning() const {
+  switch (pixelType) {
     case VY_PIXEL_DISPARITY:
       return "disparity";
     case VY_PIXEL_DEPTH:
@@ -27,19 +38,8 @@ const char* meaning(VYPixelType type) {
   return "unknown pixels";
 }
 
-/// The frame's bytes, at least `bytesPerPixel` of them for each pixel.
-const uint8_t* bytesOf(const vy_frame_t* frame, const FrameFacts& facts, size_t bytesPerPixel) {
-  const size_t needed = size_t{facts.width} * facts.height * bytesPerPixel;
-  if (call("read a frame", vysim_frame_get_size, frame) < needed) {
-    throw Failure(fmt::format("a frame ({}) has fewer bytes than its pixels need", facts.describe()));
-  }
-  return call("read a frame", vysim_frame_get_data, frame);
-}
-
-}  // namespace
-
 std::string FrameFacts::describe() const {
-  return fmt::format("{}x{}, {}, {}", width, height, vysim_format_name(format), meaning(pixelType));
+  return fmt::format("{}x{}, {}, {}", width, height, vysim_format_name(format), meaning());
 }
 
 FrameFacts factsOf(const vy_frame_t* frame) {

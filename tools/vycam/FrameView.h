@@ -17,6 +17,8 @@ struct FrameFacts {
   VYFormat format = VY_FORMAT_UNKNOWN;
   VYPixelType pixelType = VY_PIXEL_DISPARITY;
 
+  /// "disparity"
+  const char* meaning() const;
   std::string describe() const;
 };
 

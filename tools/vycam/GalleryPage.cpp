@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <iterator>
 #include <pugixml.hpp>
 #include <sstream>
 
@@ -39,13 +40,13 @@ h3 span { margin-left: 10px; font-weight: 400; font-size: 14px; color: var(--sof
   color: var(--soft); font-weight: 400; }
 .chain small { display: block; font-weight: 400; color: var(--soft); }
 .chain .off { border-style: dashed; border-color: var(--line); color: var(--soft); }
-.figures { display: grid; grid-template-columns: repeat(auto-fit, minmax(300px, 1fr)); gap: 16px; }
+.figures { display: grid; grid-template-columns: repeat(auto-fit, minmax(min(270px, 100%), 1fr)); gap: 16px; }
 .two { max-width: 850px; }
 figure { margin: 0; }
 figure img { display: block; width: 100%; height: auto; border-radius: 6px; border: 1px solid var(--line); }
 figcaption { margin-top: 5px; font-size: 13px; color: var(--soft); }
 figcaption b { color: var(--ink); }
-.numbers { display: flex; gap: 36px; margin: 16px 0 0; }
+.numbers { display: flex; flex-wrap: wrap; gap: 12px 36px; margin: 16px 0 0; }
 .numbers div { font-size: 13px; color: var(--soft); }
 .numbers b { display: block; font-size: 24px; line-height: 1.25; color: var(--ink); }
 details { margin-top: 16px; }
@@ -55,6 +56,21 @@ table { border-collapse: collapse; margin-top: 8px; font-size: 13px; }
 th, td { text-align: left; padding: 4px 14px 4px 0; border-bottom: 1px solid var(--line); white-space: nowrap; }
 td:last-child { white-space: normal; min-width: 20em; }
 td.n, th.n { text-align: right; font-variant-numeric: tabular-nums; }
+pre { margin: 16px 0 0; padding: 8px 12px; border-radius: 6px; background: var(--paper); font: 13px/1.5 ui-monospace, monospace; }
+@media (max-width: 640px) {
+  main, header, footer, nav div { padding-left: 12px; padding-right: 12px; }
+  section { padding: 14px 14px 16px; }
+  h2 { scroll-margin-top: 120px; }
+  .chain { flex-direction: column; gap: 20px; }
+  .chain li:not(:last-child)::after { content: "\2193"; right: auto; left: 20px; top: 100%; transform: none; line-height: 20px; }
+  .numbers div { flex: 1 1 40%; }
+  tr { display: block; padding: 8px 0; border-bottom: 1px solid var(--line); }
+  tr:first-child { display: none; }
+  td { display: inline-block; padding: 0 12px 0 0; border: 0; }
+  td:first-child { display: block; font-weight: 600; }
+  td:last-child { display: block; min-width: 0; }
+  td.n::before { content: attr(data-name) " "; color: var(--soft); }
+}
 footer { padding-top: 24px; padding-bottom: 48px; font-size: 13px; color: var(--soft); }
 )";
 
@@ -87,10 +103,11 @@ std::string title(VYSensorType sensor) {
   }
 }
 
-void addChain(Node parent, const Chain& chain) {
+void addChain(Node parent, const GalleryEntry& entry) {
   Node list = parent.append_child("ol");
   setClass(list, "chain");
-  for (const ChainLink& link : chain) {
+  for (size_t i = 0; i < entry.chain.chain.size(); ++i) {
+    const ChainLink& link = entry.chain.chain[i];
     Node item = add(list, "li", link.name);
     if (!link.enabled) {
       setClass(item, "off");
@@ -99,8 +116,8 @@ void addChain(Node parent, const Chain& chain) {
     if (link.isWrapper()) {
       details = "wraps " + link.hostName;
     }
-    if (!link.enabled) {
-      details += details.empty() ? "off" : ", off";
+    for (const std::string& more : {std::string(link.enabled ? "" : "off"), entry.times.at(i)}) {
+      details += (details.empty() || more.empty() ? "" : ", ") + more;
     }
     if (!details.empty()) {
       add(item, "small", details);
@@ -108,28 +125,31 @@ void addChain(Node parent, const Chain& chain) {
   }
 }
 
-void addFigure(Node parent, const std::string& picture, const std::string& caption, const std::string& facts) {
-  Node figure = parent.append_child("figure");
-  Node image = figure.append_child("img");
-  image.append_attribute("src") = picture.c_str();
-  image.append_attribute("alt") = fmt::format("{}: {}", caption, facts).c_str();
-  Node text = figure.append_child("figcaption");
-  add(text, "b", caption);
-  text.append_child(pugi::node_pcdata).set_value((" " + facts).c_str());
+void addPictures(Node parent, const GalleryEntry& entry) {
+  Node figures = parent.append_child("div");
+  setClass(figures, entry.pictures.size() > 2 ? "figures" : "figures two");
+  for (const GalleryPicture& picture : entry.pictures) {
+    Node figure = figures.append_child("figure");
+    Node link = figure.append_child("a");
+    link.append_attribute("href") = picture.largeFile.c_str();
+    Node image = link.append_child("img");
+    image.append_attribute("src") = picture.file.c_str();
+    image.append_attribute("alt") = fmt::format("{}: {}", picture.caption, picture.facts).c_str();
+    image.append_attribute("loading") = "lazy";
+    Node text = figure.append_child("figcaption");
+    add(text, "b", picture.caption);
+    text.append_child(pugi::node_pcdata).set_value((" " + picture.facts).c_str());
+  }
 }
 
 void addNumbers(Node parent, const GalleryEntry& entry) {
-  if (!entry.validShare) {
-    return;
-  }
   Node numbers = parent.append_child("div");
   setClass(numbers, "numbers");
-  Node valid = numbers.append_child("div");
-  add(valid, "b", fmt::format("{:.1f} %", 100 * *entry.validShare));
-  valid.append_child(pugi::node_pcdata).set_value("of the pixels measured");
-  Node median = numbers.append_child("div");
-  add(median, "b", entry.medianError ? fmt::format("{} mm", *entry.medianError) : std::string());
-  median.append_child(pugi::node_pcdata).set_value("median error against the scene");
+  for (const GalleryNumber& number : entry.numbers) {
+    Node cell = numbers.append_child("div");
+    add(cell, "b", number.number);
+    cell.append_child(pugi::node_pcdata).set_value(number.meaning.c_str());
+  }
 }
 
 void addSchema(Node parent, const Schema& schema, bool isOpen) {
@@ -142,16 +162,20 @@ void addSchema(Node parent, const Schema& schema, bool isOpen) {
   setClass(wrapper, "wide");
   Node table = wrapper.append_child("table");
   Node body = table.append_child("tbody");
+  const char* const headings[] = {"Setting", "Type", "Min", "Max", "Step", "Value", "Description"};
   const auto addLine = [&](const char* cell, const SchemaRow& row) {
     Node line = body.append_child("tr");
-    add(line, cell, row.key);
-    add(line, cell, row.type);
-    for (const std::string* number : {&row.min, &row.max, &row.step, &row.value}) {
-      setClass(add(line, cell, *number), "n");
+    const std::string* const texts[] = {&row.key,  &row.type,  &row.min,        &row.max,
+                                        &row.step, &row.value, &row.description};
+    for (size_t i = 0; i < std::size(texts); ++i) {
+      Node node = add(line, cell, *texts[i]);
+      if (texts[i] >= &row.min && texts[i] <= &row.value) {
+        setClass(node, "n");
+        node.append_attribute("data-name") = headings[i];
+      }
     }
-    add(line, cell, row.description);
   };
-  addLine("th", {"Setting", "Type", "Min", "Max", "Step", "Value", "Description"});
+  addLine("th", {headings[0], headings[1], headings[2], headings[3], headings[4], headings[5], headings[6]});
   for (const SchemaRow& row : schema) {
     addLine("td", row);
   }
@@ -161,15 +185,10 @@ void addEntry(Node parent, const GalleryEntry& entry) {
   Node section = parent.append_child("section");
   Node heading = add(section, "h3", title(entry.chain.sensor));
   add(heading, "span", fmt::format("sensor {}", sensorName(entry.chain.sensor)));
-  addChain(section, entry.chain.chain);
-  Node figures = section.append_child("div");
-  setClass(figures, entry.truthPicture.empty() ? "figures two" : "figures");
-  addFigure(figures, entry.rawPicture, "Before", entry.rawFacts);
-  addFigure(figures, entry.outputPicture, "After", entry.outputFacts);
-  if (!entry.truthPicture.empty()) {
-    addFigure(figures, entry.truthPicture, "Truth", "what there was to see");
-  }
+  addChain(section, entry);
+  addPictures(section, entry);
   addNumbers(section, entry);
+  setClass(add(section, "pre", entry.command), "wide");
   addSchema(section, entry.chain.schema, entry.chain.sensor == VY_SENSOR_DEPTH);
 }
 
@@ -188,8 +207,11 @@ void addIntroduction(Node body, const std::vector<GalleryFamily>& families) {
   add(header, "h1", "Camera families and their filter chains");
   add(header, "p",
       "For every sensor of every camera family: the chain that the library builds, a frame as the camera sends it, the "
-      "frame that comes out, and for depth what the camera would ideally have seen. Dashed boxes are filters that "
-      "start switched off. Warm colours are near, cool colours far, dark is where nothing was measured.");
+      "frame that comes out, and for depth what the camera would ideally have seen and how far the output is from it. "
+      "Dashed boxes are filters that start switched off; times are of one frame on the machine that made this page. "
+      "Warm "
+      "colours are near (or a large error), cool colours far, dark is where nothing was measured. Pictures open "
+      "large.");
   Node bar = body.append_child("nav").append_child("div");
   for (const GalleryFamily& family : families) {
     Node link = add(bar, "a", family.chains.family->name);

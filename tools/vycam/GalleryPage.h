@@ -1,7 +1,6 @@
 // The page of the gallery: XHTML that stands on its own.
 #pragma once
 
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -9,13 +8,24 @@
 
 namespace vycam {
 
-/// One sensor of a family as the page shows it. Picture names are relative to the page.
+/// Files are named as seen from the page.
+struct GalleryPicture {
+  std::string caption, facts;
+  std::string file, largeFile;
+};
+
+/// "95.7 %", "of the pixels measured"
+struct GalleryNumber {
+  std::string number, meaning;
+};
+
+/// One sensor of a family as the page shows it.
 struct GalleryEntry {
   SensorChain chain;
-  std::string rawFacts, outputFacts;
-  std::string rawPicture, outputPicture, truthPicture;  ///< the last may be empty
-  std::optional<double> validShare;
-  std::optional<int> medianError;
+  std::vector<std::string> times;  ///< of each filter; empty where it does not run
+  std::vector<GalleryPicture> pictures;
+  std::vector<GalleryNumber> numbers;
+  std::string command;  ///< that makes the pictures
 };
 
 struct GalleryFamily {

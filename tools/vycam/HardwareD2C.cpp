@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <limits>
+#include <set>
 #include <sstream>
 
 #include "Failure.h"
@@ -59,10 +60,14 @@ void assign(HardwareD2C& parameters, const std::string& item) {
 
 HardwareD2C parseHardwareD2C(const std::string& text) {
   HardwareD2C parameters;
-  std::istringstream items(text);
-  std::string item;
-  while (std::getline(items, item, ',')) {
+  std::set<std::string> names;
+  std::istringstream items(text + ",");  // so that nothing behind the last comma counts as an item, too
+  for (std::string item; std::getline(items, item, ',');) {
     assign(parameters, item);
+    const std::string name = item.substr(0, item.find('='));
+    if (!names.insert(name).second) {
+      throw Failure(fmt::format("--d2c has {} twice, the second time as {}; give it once", name, item));
+    }
   }
   return parameters;
 }

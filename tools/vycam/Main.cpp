@@ -1,12 +1,18 @@
 // vycam: shows what the frame processor library does with the frames of a virtual camera.
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <csignal>
 #include <cstdio>
 #include <new>
+#include <system_error>
 
+#include "CommandLine.h"
 #include "Commands.h"
 #include "Failure.h"
+#include "Signals.h"
+#include "Terminal.h"
 
 namespace {
 
@@ -26,11 +32,22 @@ void addStreamOptions(CLI::App& command, std::string& camera, std::string& senso
   command.add_option("--sensor", sensor, kSensorHelp)->required()->type_name("SENSOR");
 }
 
-CLI::App* addFamilies(CLI::App& app, bool& asCsv) {
-  CLI::App* const command = app.add_subcommand(
-      "families", "List the camera families, how each is recognised, and its chain for every sensor");
+void addDepth(CLI::App& command, std::string& file) {
+  command
+      .add_option("--depth", file,
+                  "16-bit grey PNG in millimetres (0 = nothing) to see instead of the embedded room; the stream takes "
+                  "its size")
+      ->check(kNotEmpty)
+      ->type_name("FILE.png");
+}
+
+CLI::App* addFamilies(CLI::App& app, std::string& which, bool& asCsv) {
+  CLI::App* const command =
+      app.add_subcommand("families", "List the camera families, how each is recognised, its streams and their chains");
+  command->add_option("FAMILY", which, "only this family, by its name or the USB id of one of its cameras")
+      ->check(kNotEmpty);
   command->add_flag("--csv", asCsv, "for machines: a heading, then one line for each filter of each chain");
-  command->footer("Example:\n  vycam families --csv > families.csv");
+  command->footer("Examples:\n  vycam families 3E71:41A1\n  vycam families --csv > families.csv");
   return command;
 }
 
@@ -49,16 +66,12 @@ CLI::App* addRun(CLI::App& app, vycam::RunArguments& arguments) {
   command->add_option("--out", arguments.outputFolder, "folder for the pictures; made if missing")
       ->required()
       ->type_name("DIR");
-  command->add_option("--frames", arguments.frames, "how many frames to stream")
-      ->check(CLI::Range(1U, kMostFrames))
-      ->capture_default_str()
-      ->type_name("N");
   command
-      ->add_option("--depth", arguments.depthFile,
-                   "16-bit grey PNG in millimetres (0 = nothing) to see instead of the embedded room; the stream takes "
-                   "its size")
-      ->check(kNotEmpty)
-      ->type_name("FILE.png");
+      ->add_option("--frames", arguments.frames,
+                   fmt::format("how many frames to stream, 1 to {}; without it 30, or all of --replay", kMostFrames))
+      ->check(CLI::Range(1U, kMostFrames).description(""))
+      ->type_name("N");
+  addDepth(*command, arguments.depthFile);
   command->add_option("--size", arguments.size, "size of the stream instead of the camera's own (or the PNG's)")
       ->check(kNotEmpty)
       ->type_name("WxH");
@@ -76,9 +89,26 @@ CLI::App* addRun(CLI::App& app, vycam::RunArguments& arguments) {
                    "out is scale=1, borders 0, apply=1")
       ->check(kNotEmpty)
       ->type_name("LIST");
+  command
+      ->add_option("--replay", arguments.replayFolder,
+                   "take the frames that --raw wrote into this folder instead of new ones; they are compared with the "
+                   "truth if they show the embedded room, or the image given by --depth")
+      ->check(kNotEmpty)
+      ->type_name("DIR");
+  command
+      ->add_option_function<std::string>(
+          "--keep", [&](const std::string& which) { arguments.keepsAll = which == "all"; },
+          "all: the files of each frame, too, in frames/")
+      ->check(CLI::IsMember({"all", "last"}).description(""))
+      ->type_name("all|last");
+  command->add_flag("--ply", arguments.writesCloud, "also cloud.ply, the output's points in space, in millimetres");
+  command->add_flag("--raw", arguments.writesRaw,
+                    "also raw/ with every frame as the camera sent it, and frames.json, which tells what is in them");
+  command->add_flag("--json", arguments.asJson, "for machines: the summary as one JSON object");
   command->footer(
-      "Writes raw.png (as the camera sent it) and output.png, for depth also truth.png (same scale as the output) and\n"
-      "output16.png (16-bit grey, the numbers of the last output frame).\n"
+      "Writes raw.png (as the camera sent it) and output.png, for depth also truth.png (same scale as the output), "
+      "error.png (their difference) and output16.png (16-bit grey, the numbers of the output), all of the last frame.\n"
+      "Ctrl-C ends the run with the frames it has.\n"
       "Example:\n  vycam run --camera Corvid --sensor depth --set FrameRotate#0=90 --out pictures");
   return command;
 }
@@ -114,70 +144,79 @@ CLI::App* addView(CLI::App& app, vycam::ViewArguments& arguments) {
   return command;
 }
 
-CLI::App* addGallery(CLI::App& app, std::string& outputFolder) {
+CLI::App* addGallery(CLI::App& app, std::string& outputFolder, std::string& depthFile) {
   CLI::App* const command =
       app.add_subcommand("gallery", "Write a page with every family and sensor: chain, settings, before and after");
   command->add_option("--out", outputFolder, "folder for index.html and images/; made if missing")
       ->required()
       ->type_name("DIR");
+  addDepth(*command, depthFile);
   command->footer("Example:\n  vycam gallery --out gallery");
   return command;
 }
 
-/// Tells what was wrong, unless it was the standard output: whoever printed knows no more than that.
 int fail(const std::string& text) {
-  fmt::print(stderr, "vycam: {}\n", std::ferror(stdout) == 0 ? text : "cannot write to the standard output");
+  if (vycam::takenSignal() != SIGPIPE) {  // nobody is surprised who closed the pipe
+    std::fputs(fmt::format("vycam: {}\n", text).c_str(), stderr);
+  }
   return kExitFailure;
 }
 
 /// The exit code of a command that is done, once all that it printed is out.
 int finish() {
-  std::fflush(stdout);
-  return std::ferror(stdout) == 0 ? 0 : fail({});
+  vycam::flushOutput();
+  return 0;
 }
 
 /// Parses the command line, then hands the library to the chosen command.
 int runCommand(int argc, char** argv) {
   CLI::App app("Shows what libvy_frame_processor does with the frames of virtual depth cameras.", "vycam");
   app.footer(
-      "Exit code 0: done; 2: something was wrong, told in one line on stderr, and no file was left behind.\n"
+      "Exit code 0: done; 2: something was wrong, told in one line on stderr, and no file was left behind; 128 and the "
+      "signal's number: ended by a signal, where run leaves the files of the frames it has and gallery none.\n"
       "Example:\n  vycam run --camera Corvid --sensor depth --out pictures\n"
       "`vycam COMMAND --help` tells more about a command.");
   app.require_subcommand(0, 1);
+  app.fallthrough();  // options of the program may stand behind the command as well
   std::string libraryPath;
+  std::string family;
   std::string camera;
   std::string sensor;
   std::string galleryFolder;
+  std::string galleryDepth;
   bool asCsv = false;
   bool raw = false;
-  bool showVersion = false;
   vycam::RunArguments arguments;
   app.add_option("--library", libraryPath, "the library to load instead of the one beside this program")
       ->check(kNotEmpty)
       ->type_name("PATH");
-  app.add_flag("--version", showVersion, "print the versions of this program and of the library");
-  const CLI::App* const families = addFamilies(app, asCsv);
+  app.set_version_flag("--version", VYCAM_VERSION, "print the versions of this program and of the library");
+  const CLI::App* const families = addFamilies(app, family, asCsv);
   const CLI::App* const schema = addSchema(app, camera, sensor, raw);
   const CLI::App* const run = addRun(app, arguments);
   vycam::ViewArguments viewArguments;
   const CLI::App* const view = addView(app, viewArguments);
-  addGallery(app, galleryFolder);
+  addGallery(app, galleryFolder, galleryDepth);
   try {
     app.parse(argc, argv);
-  } catch (const CLI::Success& wish) {
-    app.exit(wish);  // help
+  } catch (const CLI::CallForHelp&) {
+    fmt::print("{}", vycam::helpText(app, vycam::terminalWidth(STDOUT_FILENO)));
+    return finish();
+  } catch (const CLI::CallForVersion& error) {
+    if (!app.remaining(true).empty()) {
+      return fail(vycam::complaint(app, error));
+    }
+    fmt::print("vycam {}, library revision {}\n", VYCAM_VERSION, vycam::Library(libraryPath)->getCommitHash());
     return finish();
   } catch (const CLI::ParseError& error) {
-    return fail(fmt::format("{} (vycam --help tells more)", error.what()));
+    return fail(vycam::complaint(app, error));
   }
-  if (!showVersion && app.get_subcommands().empty()) {
+  if (app.get_subcommands().empty()) {
     return fail("a command is required: families, schema, run, view or gallery (vycam --help tells more)");
   }
   const vycam::Library library(libraryPath);
-  if (showVersion) {
-    fmt::print("vycam {}, library revision {}\n", VYCAM_VERSION, library->getCommitHash());
-  } else if (families->parsed()) {
-    vycam::showFamilies(library, asCsv);
+  if (families->parsed()) {
+    vycam::showFamilies(library, family, asCsv);
   } else if (schema->parsed()) {
     vycam::showSchema(library, camera, sensor, raw);
   } else if (run->parsed()) {
@@ -185,7 +224,7 @@ int runCommand(int argc, char** argv) {
   } else if (view->parsed()) {
     vycam::view(library, viewArguments);
   } else {
-    vycam::makeGallery(library, galleryFolder);
+    vycam::makeGallery(library, galleryFolder, galleryDepth);
   }
   return finish();
 }
@@ -193,11 +232,21 @@ int runCommand(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  vycam::takeSignals();
+  int exitCode = 0;
   try {
-    return runCommand(argc, argv);
+    exitCode = runCommand(argc, argv);
   } catch (const std::bad_alloc&) {
-    return fail("not enough memory");
+    exitCode = fail("not enough memory");
+  } catch (const std::system_error& error) {
+    exitCode =
+        fail(std::ferror(stdout) == 0 ? error.what()
+                                      : fmt::format("cannot write to the standard output: {}", error.code().message()));
   } catch (const std::exception& error) {
-    return fail(error.what());
+    exitCode = fail(error.what());
   }
+  if (vycam::takenSignal() != 0) {
+    vycam::endBy(vycam::takenSignal());
+  }
+  return exitCode;
 }

@@ -3,12 +3,12 @@
 #include <fmt/format.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <system_error>
 
 #include "Failure.h"
+#include "Terminal.h"
 
 namespace vycam {
 namespace {
@@ -104,15 +104,25 @@ void OutputFolder::prepare() {
 }
 
 void OutputFolder::commit() {
-  if (std::fflush(stdout) != 0) {
-    throw Failure("cannot write to the standard output");
-  }
-  for (const std::string& name : names_) {
-    std::error_code error;
+  flushOutput();
+  // What a file replaces is kept until all are in place. Where links are not to be had, it is lost.
+  const auto kept = [&](const std::string& name) { return staging_ / (name + ".replaced"); };
+  std::error_code error;
+  size_t placed = 0;
+  for (; placed < names_.size() && !error; ++placed) {
+    const std::string& name = names_[placed];
+    std::error_code ignored;
+    fs::create_hard_link(path_ / name, kept(name), ignored);
     fs::rename(staging_ / name, path_ / name, error);
-    if (error) {
-      refuse(path_ / name, error.message());
+  }
+  if (error) {
+    const fs::path failed = path_ / names_[--placed];
+    while (placed-- > 0) {
+      std::error_code ignored;
+      fs::remove(path_ / names_[placed], ignored);
+      fs::rename(kept(names_[placed]), path_ / names_[placed], ignored);
     }
+    refuse(failed, error.message());
   }
   made_.clear();
 }

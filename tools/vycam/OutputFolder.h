@@ -21,8 +21,8 @@ class OutputFolder {
   void write(const std::string& name, const std::string& bytes);
   /// Makes the subfolders that the files go to. A file that something else is in the way of is a Failure.
   void prepare();
-  /// Moves all files into place, which replaces files of the same names. What was printed before goes out first: a
-  /// standard output that takes nothing is a Failure, too.
+  /// Moves all files into place, which replaces files of the same names, or none of them. What was printed before goes
+  /// out first: a standard output that takes nothing is a Failure, too.
   void commit();
 
   const std::filesystem::path& path() const { return path_; }

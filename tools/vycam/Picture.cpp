@@ -131,8 +131,8 @@ Picture Picture::ofNumbers(const GreyImage& image, const Scale& scale) {
   for (size_t number = 0; number < colours.size(); ++number) {
     colours[number] = gdColour(colourAt(scale.palette, scale.placeOf(static_cast<double>(number))));
   }
-  if (scale.zeroIsMissing) {
-    colours[0] = gdColour(kNoMeasurement);
+  if (scale.missing >= 0) {
+    colours[static_cast<size_t>(scale.missing)] = gdColour(kNoMeasurement);
   }
   Picture picture;
   picture.image_ = makeImage(static_cast<int>(image.width), static_cast<int>(image.height));
@@ -158,12 +158,25 @@ Picture Picture::ofColours(uint32_t width, uint32_t height, const std::vector<ui
   return picture;
 }
 
+std::vector<uint8_t> Picture::rgb() const {
+  std::vector<uint8_t> bytes;
+  for (int y = 0; y < gdImageSY(image_.get()); ++y) {
+    for (int x = 0; x < gdImageSX(image_.get()); ++x) {
+      const int colour = image_->tpixels[y][x];
+      for (const int channel : {gdTrueColorGetRed(colour), gdTrueColorGetGreen(colour), gdTrueColorGetBlue(colour)}) {
+        bytes.push_back(static_cast<uint8_t>(channel));
+      }
+    }
+  }
+  return bytes;
+}
+
 void Picture::drawScale(gdImage* canvas, int top, const Scale& scale) {
   const int width = gdImageSX(canvas);
   const int left = kScaleMargin;
   const int right = width - kScaleMargin - 1;
   drawText(canvas, gdFontGetMediumBold(), left, top + kTitleTop, scale.title);
-  if (scale.zeroIsMissing) {
+  if (scale.missing >= 0) {
     const std::string text = "no measurement";
     const int x = right - textWidth(gdFontGetSmall(), text);
     drawText(canvas, gdFontGetSmall(), x, top + kTitleTop, text);

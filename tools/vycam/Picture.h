@@ -20,8 +20,8 @@ struct Scale {
   double high = 2;
   bool isReciprocal = false;
   Palette palette = Palette::WarmToCool;
-  std::string title;          ///< "depth in mm"
-  bool zeroIsMissing = true;  ///< a pixel of 0 is no measurement
+  std::string title;  ///< "depth in mm"
+  int missing = 0;    ///< stands for "no measurement"; -1: nothing does
 
   /// 0 to 1 for a number between the ends.
   double placeOf(double number) const;
@@ -37,6 +37,9 @@ class Picture {
   static Picture ofNumbers(const GreyImage& image, const Scale& scale);
   /// Three bytes per pixel, without a scale.
   static Picture ofColours(uint32_t width, uint32_t height, const std::vector<uint8_t>& rgb);
+
+  /// Three bytes per pixel.
+  std::vector<uint8_t> rgb() const;
 
   /// The bytes of a PNG file, with the image (not the scale) reduced to `maxWidth` where it is wider; 0 = never
   /// reduced.

@@ -6,7 +6,8 @@
 
 namespace vycam {
 
-/// Draws on stderr, and only where that is a terminal.
+/// Draws on stderr, and only where that is a terminal and nothing else reads what is printed: `vycam run | less` owns
+/// the screen. A terminal that cannot move its cursor (TERM=dumb) gets a line now and then.
 class Progress {
  public:
   Progress(std::string label, unsigned steps);
@@ -22,7 +23,7 @@ class Progress {
   std::string label_;
   unsigned steps_;
   unsigned done_ = 0;
-  bool isShown_;
+  bool isShown_ = false, isPlain_ = false;
   std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
   std::chrono::steady_clock::time_point lastDrawn_{};
 };

@@ -1,15 +1,33 @@
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 #include <algorithm>
 
 #include "Commands.h"
 #include "Failure.h"
 #include "OutputFolder.h"
+#include "PointCloud.h"
+#include "RunSummary.h"
+#include "Signals.h"
 #include "Stream.h"
 
 namespace vycam {
 namespace {
+
+constexpr unsigned kUsualFrames = 30;
+
+/// Lets frames that were kept take the camera's place.
+void replay(const std::string& folder, StreamOptions& options) {
+  options.replay = readRawFrames(folder);
+  const RawFrames& frames = *options.replay;
+  if (frames.family != options.family || frames.sensor != options.sensor) {
+    throw Failure(fmt::format("the frames in {} are of {} {}; give --camera {} --sensor {}", folder,
+                              frames.family->name, sensorName(frames.sensor), frames.family->name,
+                              sensorName(frames.sensor)));
+  }
+  options.size = frames.size;
+  const auto kept = static_cast<unsigned>(frames.frames.size());
+  options.frames = options.frames == 0 ? kept : std::min(options.frames, kept);
+}
 
 StreamOptions optionsFrom(const RunArguments& arguments) {
   StreamOptions options;
@@ -28,81 +46,87 @@ StreamOptions optionsFrom(const RunArguments& arguments) {
   if (!arguments.hardwareD2C.empty()) {
     options.hardwareD2C = parseHardwareD2C(arguments.hardwareD2C);
   }
+  if (!arguments.replayFolder.empty()) {
+    if (options.clean || !arguments.size.empty()) {
+      throw Failure("--replay takes the frames as they are; leave out --clean and --size");
+    }
+    replay(arguments.replayFolder, options);
+  }
+  if (options.frames == 0) {
+    options.frames = kUsualFrames;
+  }
+  if (arguments.writesCloud && options.sensor != VY_SENSOR_DEPTH) {
+    throw Failure("--ply is for depth: only that sensor sees points in space");
+  }
   return options;
 }
 
-void writeFiles(const StreamResult& result, const vysim_family& family, OutputFolder& folder) {
+/// The points of the output in the colours of its picture.
+std::string cloudOf(const StreamResult& result, const Picture& output) {
+  if (result.outputFacts.pixelType != VY_PIXEL_DEPTH) {
+    throw Failure("--ply needs an output in millimetres, but this one is " + result.outputFacts.describe());
+  }
+  const StreamProfile profile(call("read a frame's profile", vy_frame_get_stream_profile, result.output.get()));
+  const VYCameraIntrinsic lens =
+      call("read a frame's intrinsics", vy_video_stream_profile_get_intrinsic, profile.get());
+  return plyOf(pointsOf(greyPixels(result.output.get()), lens, output.rgb()));
+}
+
+/// Writes what there is of a frame; `start` begins the names.
+void writeFrame(const StreamResult& result, const RunArguments& arguments, const vysim_family& family,
+                const std::string& start, OutputFolder& folder) {
   const StreamPictures pictures = paint(result, family);
-  folder.write("raw.png", pictures.raw->png());
-  folder.write("output.png", pictures.output->png());
+  folder.write(start + "raw.png", pictures.raw->png());
+  folder.write(start + "output.png", pictures.output->png());
   if (pictures.truth) {
-    folder.write("truth.png", pictures.truth->png());
-    folder.write("output16.png", greyPng(greyPixels(result.output.get())));
+    folder.write(start + "truth.png", pictures.truth->png());
   }
-  folder.prepare();
+  if (pictures.error) {
+    folder.write(start + "error.png", pictures.error->png());
+  }
+  if (result.outputFacts.pixelType == VY_PIXEL_DEPTH || result.outputFacts.pixelType == VY_PIXEL_DISPARITY) {
+    folder.write(start + "output16.png", greyPng(greyPixels(result.output.get())));
+  }
+  if (arguments.writesCloud) {
+    folder.write(start + "cloud.ply", cloudOf(result, *pictures.output));
+  }
 }
 
-/// The chain with its switches as they stood during the run.
-Chain chainDuringRun(const StreamResult& result, const StreamOptions& options) {
-  Chain chain = result.chain;
-  for (ChainLink& link : chain) {
-    link.enabled = link.enabled || (options.hardwareD2C && link.name == "HardwareD2CProcessor");
-    const std::string key = link.name + "#255=";
-    for (const std::string& setting : options.settings) {
-      if (setting.compare(0, key.size(), key) == 0) {
-        link.enabled = setting.substr(key.size()) == "1";
-      }
+/// Writes the frame as the camera sent it and notes it in `frames`.
+void writeRawFrame(const vy_frame_t* sent, RawFrames& frames, OutputFolder& folder) {
+  RawFrame frame;
+  frame.number = call("read a frame", vysim_frame_get_number, sent);
+  frame.microseconds = call("read a frame", vysim_frame_get_time, sent);
+  frame.bytes = call("read a frame", vysim_frame_get_size, sent);
+  frame.file = fmt::format("{:05}.raw", frames.frames.size());
+  const uint8_t* const data = call("read a frame", vysim_frame_get_data, sent);
+  folder.write("raw/" + frame.file, std::string(reinterpret_cast<const char*>(data), frame.bytes));
+  frames.frames.push_back(frame);
+}
+
+/// Runs the stream and writes its files.
+StreamResult runAndWrite(const Library& library, const RunArguments& arguments, const StreamOptions& options,
+                         OutputFolder& folder) {
+  RawFrames raw;
+  raw.family = options.family;
+  raw.sensor = options.sensor;
+  raw.scene = options.depth ? "a depth image" : options.replay ? options.replay->scene : kRoom;
+  const auto onFrame = [&](const StreamResult& result) {
+    if (arguments.keepsAll) {
+      const std::string start = fmt::format("frames/{:05}-", result.frames - 1);
+      writeFrame(result, arguments, *options.family, start, folder);
     }
-  }
-  return chain;
-}
-
-void printChain(const Chain& chain, const TimeReport& time) {
-  size_t width = 0;
-  for (const ChainLink& link : chain) {
-    width = std::max(width, describe(link).size());
-  }
-  for (const ChainLink& link : chain) {
-    const auto ran = std::find_if(time.byFilter.begin(), time.byFilter.end(), [&](const FilterTime& filter) {
-      return filter.name == link.hostName && filter.calls > 0;
-    });
-    std::string state = link.enabled ? "skipped: not for this raw format" : "off";
-    if (ran != time.byFilter.end()) {
-      state = fmt::format("{:7.3f} ms", ran->milliseconds);
+    if (arguments.writesRaw) {
+      writeRawFrame(result.sent.get(), raw, folder);
     }
-    fmt::print("    {:<{}}  {}\n", describe(link), width, state);
+  };
+  Progress progress(fmt::format("{} {}", options.family->name, sensorName(options.sensor)), options.frames);
+  StreamResult result = runStream(library, options, progress, onFrame);
+  writeFrame(result, arguments, *options.family, "", folder);
+  if (arguments.writesRaw) {
+    folder.write("raw/frames.json", describeRawFrames(raw, result.sent.get()));
   }
-}
-
-void printTimes(const TimeReport& time) {
-  fmt::print("  time per frame {:.3f} ms: filters {:.3f}, other host calls {:.3f}, clock about {:.3f},\n", time.total,
-             time.filters, time.otherHostCalls, time.clockCost);
-  fmt::print("                 the library's own part about {:.3f} ms ({:.1f} %)\n", time.library,
-             time.total > 0 ? 100 * time.library / time.total : 0.0);
-  fmt::print("                 (clock: about {:.0f} ns per host call, measured in this run and taken off)\n",
-             time.nanosecondsPerCall);
-}
-
-void printSummary(const StreamResult& result, const StreamOptions& options, const OutputFolder& folder) {
-  fmt::print("{} {}, {} frame{}\n", options.family->name, sensorName(options.sensor), options.frames,
-             options.frames == 1 ? "" : "s");
-  fmt::print("  in             {}\n", result.rawFacts.describe());
-  fmt::print("  out            {}\n", result.outputFacts.describe());
-  fmt::print("  chain          (time in each filter per frame)\n");
-  printChain(chainDuringRun(result, options), result.time);
-  if (result.accuracy) {
-    fmt::print("  valid          {:.1f} % of the output's pixels\n", 100 * result.accuracy->validShare());
-    const std::optional<int> median = result.accuracy->medianError();
-    if (result.outputFacts.pixelType != VY_PIXEL_DEPTH) {
-      fmt::print("  median error   none: the output is not in millimetres\n");
-    } else if (median) {
-      fmt::print("  median error   {} mm against the scene\n", *median);
-    } else {
-      fmt::print("  median error   none: no pixel has both a measured and a true depth\n");
-    }
-  }
-  printTimes(result.time);
-  fmt::print("  written to {}: {}\n", folder.path().string(), fmt::join(folder.names(), ", "));
+  return result;
 }
 
 }  // namespace
@@ -110,14 +134,18 @@ void printSummary(const StreamResult& result, const StreamOptions& options, cons
 void run(const Library& library, const RunArguments& arguments) {
   const StreamOptions options = optionsFrom(arguments);
   OutputFolder folder(arguments.outputFolder);
-  StreamResult result;
-  {
-    Progress progress(fmt::format("{} {}", options.family->name, sensorName(options.sensor)), options.frames);
-    result = runStream(library, options, progress);
+  const StreamResult result = runAndWrite(library, arguments, options, folder);
+  folder.prepare();
+  // Without an output, the run has failed and leaves nothing. But if a signal has ended it, there may be nobody to
+  // read, and the pictures are worth more than the summary.
+  const bool isEnded = takenSignal() != 0;
+  if (isEnded) {
+    folder.commit();
   }
-  writeFiles(result, *options.family, folder);
-  printSummary(result, options, folder);
-  folder.commit();
+  (arguments.asJson ? printJsonSummary : printSummary)(result, options, folder);
+  if (!isEnded) {
+    folder.commit();
+  }
 }
 
 }  // namespace vycam

@@ -8,6 +8,7 @@
 #include <cstdlib>
 
 #include "Failure.h"
+#include "Suggestion.h"
 
 namespace vycam {
 namespace {
@@ -43,8 +44,8 @@ void checkValue(const SchemaRow& row, const std::string& value) {
       throw Failure(fmt::format("\"{}\" is no value for {}: give 0 (off) or 1 (on)", value, row.key));
     }
   } else if (!isNumber(value)) {
-    throw Failure(
-        fmt::format("\"{}\" is no value for {}: give a number from {} to {}", value, row.key, row.min, row.max));
+    throw Failure(fmt::format("\"{}\" is no value for {}: give a number from {} to {}, as in {}={}", value, row.key,
+                              row.min, row.max, row.key, row.value));
   }
 }
 
@@ -81,20 +82,27 @@ std::vector<std::string> valuesFor(const Schema& schema, const std::vector<std::
     values.push_back(row.value);
     keys.push_back(row.key);
   }
+  std::vector<bool> isGiven(schema.size());
   for (const std::string& setting : settings) {
     const size_t equals = setting.find('=');
-    if (equals == std::string::npos) {
-      throw Failure(fmt::format("\"{}\" is not a setting; give FILTER#ITEM=VALUE, as in {}=1", setting,
-                                keys.empty() ? "FrameMirror#255" : keys.back()));
-    }
     const std::string key = setting.substr(0, equals);
     const SchemaRow* const row = findRow(schema, key);
-    if (row == nullptr) {
-      throw Failure(fmt::format("unknown setting \"{}\"; this chain has {}", key, fmt::join(keys, ", ")));
+    if (equals == std::string::npos && !schema.empty()) {
+      const SchemaRow& example = row != nullptr ? *row : schema.back();
+      throw Failure(fmt::format("\"{}\" is not a setting; give FILTER#ITEM=VALUE, as in {}={}", setting, example.key,
+                                example.value));
     }
-    const std::string value = setting.substr(equals + 1);
-    checkValue(*row, value);
-    values[static_cast<size_t>(row - schema.data())] = value;
+    if (row == nullptr) {
+      throw Failure(fmt::format("unknown setting \"{}\"{}; this chain has {}", key, didYouMean(key, keys),
+                                keys.empty() ? "none" : fmt::format("{}", fmt::join(keys, ", "))));
+    }
+    const auto index = static_cast<size_t>(row - schema.data());
+    if (isGiven[index]) {
+      throw Failure(fmt::format("{} is set twice, the second time by {}; give it once", key, setting));
+    }
+    isGiven[index] = true;
+    values[index] = setting.substr(equals + 1);
+    checkValue(*row, values[index]);
   }
   return values;
 }

@@ -28,7 +28,7 @@ Schema parseSchema(std::string_view text);
 const SchemaRow* findRow(const Schema& schema, std::string_view key);
 
 /// One value per row: from `settings` ("FILTER#ITEM=VALUE") where it is set there, else from the schema. A setting that
-/// the schema lacks is a Failure, and so is a value that is no number.
+/// the schema lacks is a Failure, and so are one that is given twice and a value that is no number.
 std::vector<std::string> valuesFor(const Schema& schema, const std::vector<std::string>& settings);
 
 }  // namespace vycam

@@ -1,4 +1,5 @@
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -8,11 +9,13 @@
 #include "Commands.h"
 #include "Processor.h"
 #include "Selection.h"
+#include "Terminal.h"
 
 namespace vycam {
 namespace {
 
 constexpr size_t kColumns = 7;
+constexpr size_t kBelow = 4;  // where a description begins that has no room beside its setting
 using Cells = std::array<std::string, kColumns>;
 
 void printTable(const Schema& schema) {
@@ -26,12 +29,19 @@ void printTable(const Schema& schema) {
       widths[i] = std::max(widths[i], cells[i].size());
     }
   }
+  const size_t width = terminalWidth(STDOUT_FILENO);
   for (const Cells& cells : lines) {
     std::string line = fmt::format("{:<{}}  {:<{}}", cells[0], widths[0], cells[1], widths[1]);
     for (size_t i = 2; i + 1 < kColumns; ++i) {
       line += fmt::format("  {:>{}}", cells[i], widths[i]);
     }
-    fmt::print("{}  {}\n", line, cells.back());
+    const size_t column = line.size() + 2;
+    if (column + kLeastColumns <= width) {
+      printFolded(line + "  " + cells.back(), column);
+    } else {
+      printFolded(line, kBelow);
+      printFolded(std::string(kBelow, ' ') + cells.back(), kBelow);
+    }
   }
 }
 
@@ -51,9 +61,10 @@ void showSchema(const Library& library, const std::string& camera, const std::st
   const bool hasBooleans = std::any_of(processor.schema().begin(), processor.schema().end(),
                                        [](const SchemaRow& row) { return row.type == "boolean" && !row.isSwitch(); });
   if (hasBooleans) {
-    fmt::print(
-        "\nA boolean item shows 0 for its range and value whatever they are; only the switches (#255) show their "
-        "state.\n");
+    fmt::print("\n");
+    printFolded(
+        "A boolean item shows 0 for its range and value whatever they are; only the switches (#255) show their state.",
+        0);
   }
 }
 

@@ -8,6 +8,7 @@
 #include <charconv>
 
 #include "Failure.h"
+#include "Suggestion.h"
 
 namespace vycam {
 namespace {
@@ -50,7 +51,8 @@ const vysim_family& parseFamily(const std::string& name) {
   for (const vysim_family* family : allFamilies()) {
     names.emplace_back(family->name);
   }
-  throw Failure(fmt::format("unknown camera family \"{}\"; known are {}", name, fmt::join(names, ", ")));
+  throw Failure(fmt::format("unknown camera family \"{}\"{}; known are {}", name, didYouMean(name, names),
+                            fmt::join(names, ", ")));
 }
 
 std::vector<VYSensorType> allSensors() {

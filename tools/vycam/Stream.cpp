@@ -2,9 +2,12 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <utility>
 
 #include "Failure.h"
+#include "Signals.h"
 
 namespace vycam {
 namespace {
@@ -35,7 +38,12 @@ std::vector<std::string> settingsOf(const StreamOptions& options, const Schema& 
       throw Failure(fmt::format("--d2c is for depth chains with a HardwareD2CProcessor; that of {} {} has none",
                                 options.family->name, sensorName(options.sensor)));
     }
-    settings.insert(settings.begin(), fmt::format("{}=1", kAlignmentSwitch));
+    const std::string key = fmt::format("{}=", kAlignmentSwitch);
+    const bool isGiven = std::any_of(settings.begin(), settings.end(),
+                                     [&](const std::string& setting) { return setting.rfind(key, 0) == 0; });
+    if (!isGiven) {
+      settings.push_back(key + "1");
+    }
   }
   return settings;
 }
@@ -48,6 +56,16 @@ void alignToColour(Processor& processor, const vy_frame_t* raw, const HardwareD2
   processor.setHardwareD2C(scaledIntrinsic(depth, facts.width, facts.height, parameters), parameters);
 }
 
+/// The frame of that index: the camera's next one, or one that was kept.
+Frame takeFrame(const StreamOptions& options, vysim_camera* camera, unsigned index) {
+  return options.replay ? loadRawFrame(*options.replay, index, camera) : nextFrame(camera, options.sensor);
+}
+
+bool hasTruth(const StreamOptions& options) {
+  const bool isKnown = !options.replay || options.depth || options.replay->scene == kRoom;
+  return options.sensor == VY_SENSOR_DEPTH && isKnown;
+}
+
 GreyImage truthAt(vysim_camera* camera, const vy_frame_t* frame) {
   const FrameFacts facts = factsOf(frame);
   GreyImage truth{facts.width, facts.height, std::vector<uint16_t>(size_t{facts.width} * facts.height)};
@@ -57,7 +75,8 @@ GreyImage truthAt(vysim_camera* camera, const vy_frame_t* frame) {
 
 }  // namespace
 
-StreamResult runStream(const Library& library, const StreamOptions& options, Progress& progress) {
+StreamResult runStream(const Library& library, const StreamOptions& options, Progress& progress,
+                       const std::function<void(const StreamResult&)>& onFrame) {
   const Camera camera = openCamera(options);
   const Context context(library, call("get the camera's device", vysim_camera_get_device, camera.get()));
   Processor processor = context.makeProcessor(options.family->name, options.sensor);
@@ -66,31 +85,42 @@ StreamResult runStream(const Library& library, const StreamOptions& options, Pro
   StreamResult result;
   result.chain = processor.chain();
   result.schema = processor.schema();
-  if (options.sensor == VY_SENSOR_DEPTH) {
+  if (hasTruth(options)) {
     result.accuracy.emplace();
   }
-  Frame raw = nextFrame(camera.get(), options.sensor);
+  result.sent = takeFrame(options, camera.get(), 0);
   if (options.hardwareD2C) {
-    alignToColour(processor, raw.get(), *options.hardwareD2C);
+    alignToColour(processor, result.sent.get(), *options.hardwareD2C);
   }
+  const auto describeFrame = [&] {
+    result.rawFacts = factsOf(result.sent.get());
+    result.outputFacts = factsOf(result.output.get());
+    result.raw = decodeForView(result.sent.get(), result.chain);
+  };
   Timing timing;
-  for (unsigned i = 0; i < options.frames; ++i) {
-    if (i > 0) {
-      raw = nextFrame(camera.get(), options.sensor);
+  while (result.frames < options.frames && takenSignal() == 0) {
+    if (result.frames > 0) {
+      result.sent = takeFrame(options, camera.get(), result.frames);
     }
     timing.beginFrame();
-    result.output = processor.process(raw.get());
+    result.output = processor.process(result.sent.get());
     timing.endFrame();
+    ++result.frames;
     if (result.accuracy) {
       result.truth = truthAt(camera.get(), result.output.get());
       result.accuracy->add(greyPixels(result.output.get()).pixels, result.truth->pixels);
     }
+    if (onFrame) {
+      describeFrame();
+      onFrame(result);
+    }
     progress.step("frames/s");
   }
-  result.time = timing.report();  // taken now: decoding the raw picture would add to the host's clock
-  result.rawFacts = factsOf(raw.get());
-  result.outputFacts = factsOf(result.output.get());
-  result.raw = decodeForView(raw.get(), result.chain);
+  if (result.frames == 0) {
+    throw Failure("ended by a signal before the first frame; nothing was written");
+  }
+  result.time = timing.report();
+  describeFrame();
   return result;
 }
 
@@ -116,22 +146,46 @@ Picture paintRaw(const StreamResult& result, const vysim_family& family) {
   return Picture::ofNumbers(numbers, disparityScale(numbers, unit));
 }
 
+/// The difference of output and truth where both have a depth.
+Picture paintError(const StreamResult& result, const GreyImage& output) {
+  constexpr uint16_t kNone = 0xFFFF;
+  GreyImage error = output;
+  for (size_t i = 0; i < error.pixels.size(); ++i) {
+    const int truth = result.truth->pixels[i];
+    const bool isKnown = output.pixels[i] != 0 && truth != 0;
+    error.pixels[i] = isKnown ? static_cast<uint16_t>(std::abs(output.pixels[i] - truth)) : kNone;
+  }
+  Scale scale;
+  scale.low = 0;
+  scale.high = std::max(1, result.accuracy->percentileError(99).value_or(0));
+  scale.palette = Palette::CoolToWarm;
+  scale.missing = kNone;
+  scale.title = "error in mm";
+  return Picture::ofNumbers(error, scale);
+}
+
 StreamPictures paintDepth(const StreamResult& result, const vysim_family& family) {
   StreamPictures pictures;
   const GreyImage output = greyPixels(result.output.get());
   pictures.raw = paintRaw(result, family);
   if (result.outputFacts.pixelType != VY_PIXEL_DEPTH) {
     // The conversion to depth is switched off, so output and truth have no common scale.
-    const Scale own = disparityScale(output, "output: disparity");
-    const Scale truth = scaleFor({&*result.truth}, "truth: depth in mm");
-    pictures.output = Picture::ofNumbers(output, own);
-    pictures.truth = Picture::ofNumbers(*result.truth, truth);
+    pictures.output = Picture::ofNumbers(output, disparityScale(output, "output: disparity"));
+    if (result.truth) {
+      pictures.truth = Picture::ofNumbers(*result.truth, scaleFor({&*result.truth}, "truth: depth in mm"));
+    }
     return pictures;
   }
-  Scale scale = scaleFor({&output, &*result.truth}, "output: depth in mm");
+  const GreyImage& truth = result.truth ? *result.truth : output;
+  Scale scale = scaleFor({&output, &truth}, "output: depth in mm");
   pictures.output = Picture::ofNumbers(output, scale);
-  scale.title = "truth: depth in mm";
-  pictures.truth = Picture::ofNumbers(*result.truth, scale);
+  if (result.truth) {
+    scale.title = "truth: depth in mm";
+    pictures.truth = Picture::ofNumbers(truth, scale);
+  }
+  if (result.accuracy) {
+    pictures.error = paintError(result, output);
+  }
   return pictures;
 }
 
@@ -142,7 +196,7 @@ StreamPictures paintInfrared(const StreamResult& result) {
   Scale scale = scaleFor({&raw, &output}, "as sent: infrared brightness");
   scale.palette = Palette::Grey;
   scale.low = 0;
-  scale.zeroIsMissing = false;
+  scale.missing = -1;
   pictures.raw = Picture::ofNumbers(raw, scale);
   scale.title = "output: infrared brightness";
   pictures.output = Picture::ofNumbers(output, scale);
@@ -152,16 +206,13 @@ StreamPictures paintInfrared(const StreamResult& result) {
 }  // namespace
 
 StreamPictures paint(const StreamResult& result, const vysim_family& family) {
-  if (result.truth) {
-    return paintDepth(result, family);
-  }
   if (result.outputFacts.pixelType == VY_PIXEL_COLOR) {
     StreamPictures pictures;
     pictures.raw = paintColour(result.raw.get());
     pictures.output = paintColour(result.output.get());
     return pictures;
   }
-  return paintInfrared(result);
+  return result.outputFacts.pixelType == VY_PIXEL_INTENSITY ? paintInfrared(result) : paintDepth(result, family);
 }
 
 }  // namespace vycam

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <numeric>
 
 #include "Host.h"
 
@@ -40,27 +41,38 @@ double measureClockCost() {
   return std::max(best, 0.0);
 }
 
-Timing::Timing(double nanosecondsPerCall) : nanosecondsPerCall_(nanosecondsPerCall) {
-  vysim_timing_start();
-}
+Timing::Timing(double nanosecondsPerCall) : nanosecondsPerCall_(nanosecondsPerCall) {}
 
 Timing::~Timing() {
   vysim_timing_stop();
 }
 
 void Timing::beginFrame() {
-  vysim_timing_total(&callsAtBegin_, &nanosecondsAtBegin_);
+  if (frames_ <= 1) {  // what was counted so far is the first frame
+    durations_.clear();
+    nanosecondsByFilter_.clear();
+    hostCalls_ = 0;
+    host_ = 0;
+  }
+  vysim_timing_start();
   begin_ = Clock::now();
 }
 
 void Timing::endFrame() {
-  total_ += nanosecondsSince(begin_);
+  durations_.push_back(nanosecondsSince(begin_));
+  vysim_timing_stop();
   uint64_t calls = 0;
   uint64_t nanoseconds = 0;
   vysim_timing_total(&calls, &nanoseconds);
-  host_ += static_cast<double>(nanoseconds - nanosecondsAtBegin_);
-  hostCalls_ += calls - callsAtBegin_;
-  ++frames_;
+  host_ += static_cast<double>(nanoseconds);
+  hostCalls_ += calls;
+  for (size_t i = 0; i < vysim_timing_filter_count(); ++i) {
+    const vysim_filter_time time = vysim_timing_filter_at(i);
+    nanosecondsByFilter_[time.name] += static_cast<double>(time.nanoseconds);
+  }
+  if (frames_++ == 0) {
+    first_ = durations_.front();
+  }
 }
 
 TimeReport Timing::report() const {
@@ -70,15 +82,26 @@ TimeReport Timing::report() const {
   if (frames_ == 0) {
     return report;
   }
-  const double scale = 1.0 / (kNanosecondsPerMillisecond * static_cast<double>(frames_));
-  for (size_t i = 0; i < vysim_timing_filter_count(); ++i) {
-    const vysim_filter_time time = vysim_timing_filter_at(i);
-    report.byFilter.push_back({time.name, time.calls, static_cast<double>(time.nanoseconds) * scale});
+  std::vector<double> sorted = durations_;
+  std::sort(sorted.begin(), sorted.end());
+  // The smallest time that this share of the frames does not exceed.
+  const auto percentile = [&](size_t percent) {
+    return sorted[(sorted.size() * percent + 99) / 100 - 1] / kNanosecondsPerMillisecond;
+  };
+  report.first = first_ / kNanosecondsPerMillisecond;
+  report.median = percentile(50);
+  report.percentile95 = percentile(95);
+  report.largest = percentile(100);
+
+  const double total = std::accumulate(sorted.begin(), sorted.end(), 0.0);
+  const double scale = 1.0 / (kNanosecondsPerMillisecond * static_cast<double>(sorted.size()));
+  for (const auto& [name, nanoseconds] : nanosecondsByFilter_) {
+    report.byFilter.push_back({name, nanoseconds * scale});
     report.filters += report.byFilter.back().milliseconds;
   }
-  report.total = total_ * scale;
+  report.total = total * scale;
   report.otherHostCalls = std::max(0.0, host_ * scale - report.filters);
-  const double rest = (total_ - host_) * scale;
+  const double rest = (total - host_) * scale;
   report.clockCost = std::min(rest, static_cast<double>(hostCalls_) * nanosecondsPerCall_ * scale);
   report.library = rest - report.clockCost;
   return report;

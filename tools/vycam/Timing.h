@@ -3,20 +3,25 @@
 
 #include <chrono>
 #include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
 namespace vycam {
 
 struct FilterTime {
-  std::string name;  ///< the host's name of the filter
-  uint64_t calls = 0;
+  std::string name;         ///< the host's name of the filter
   double milliseconds = 0;  ///< per frame
 };
 
-/// Means per frame, in milliseconds.
+/// In milliseconds. The first frame stands apart, as filters get their memory in it: all else is of the frames after
+/// it, or of the first where it is the only one.
 struct TimeReport {
   uint64_t frames = 0;
+  double first = 0;
+  double median = 0, percentile95 = 0, largest = 0;
+
+  // Means per frame.
   double total = 0;
   double filters = 0;
   double otherHostCalls = 0;
@@ -30,10 +35,10 @@ struct TimeReport {
 double measureClockCost();
 
 /// Times frames. Only one may live at a time, as the host has one clock, or one for each thread that has times of its
-/// own.
+/// own. Between frames that clock stands still.
 class Timing {
  public:
-  /// Starts the host's clock. `nanosecondsPerCall` is what it costs.
+  /// `nanosecondsPerCall` is what the host's clock costs.
   explicit Timing(double nanosecondsPerCall = measureClockCost());
   Timing(const Timing&) = delete;
   Timing& operator=(const Timing&) = delete;
@@ -45,9 +50,10 @@ class Timing {
 
  private:
   std::chrono::steady_clock::time_point begin_;
-  uint64_t callsAtBegin_ = 0, nanosecondsAtBegin_ = 0;
   uint64_t frames_ = 0, hostCalls_ = 0;
-  double total_ = 0, host_ = 0;  // nanoseconds
+  double first_ = 0, host_ = 0;    // nanoseconds
+  std::vector<double> durations_;  // of the frames that count, in nanoseconds
+  std::map<std::string, double> nanosecondsByFilter_;
   double nanosecondsPerCall_ = 0;
 };
 

@@ -79,6 +79,20 @@ vy_frame_t* vysim_camera_next_frame(vysim_camera* camera, VYSensorType sensor, v
       arg("sensor", sensorNumber));
 }
 
+vy_frame_t* vysim_camera_make_frame(vysim_camera* camera, VYSensorType sensor, uint32_t number, const uint8_t* data,
+                                    size_t size, vy_error** error) {
+  const auto sensorNumber = static_cast<int>(sensor);
+  const auto bytes = static_cast<uint32_t>(size);
+  return guarded(
+      __func__, error,
+      [&] {
+        Camera& asked = cameraOf(camera);
+        if (data == nullptr) throw Refusal(ExceptionType::invalidValue, "NULL pointer passed for argument data");
+        return asked.frameOf(sensor, number, data, size).detach();
+      },
+      arg("camera", camera), arg("sensor", sensorNumber), arg("number", number), arg("size", bytes));
+}
+
 void vysim_camera_pause(vysim_camera* camera, bool paused, vy_error** error) {
   guarded(
       __func__, error, [&] { cameraOf(camera).pause(paused); }, arg("camera", camera), arg("paused", paused));

@@ -178,6 +178,19 @@ FrameRef Camera::nextFrame(VYSensorType sensor) {
   return makeInfraredFrame(stream, moment);
 }
 
+FrameRef Camera::frameOf(VYSensorType sensor, uint32_t number, const uint8_t* data, size_t size) {
+  const Stream& stream = streamOf(sensor);
+  const FrameShape shape = shapeOf(stream.shown);
+  FrameRef frame = makeFrame(shape, stream.profile, {number, number * kSecond / kNominalRate},
+                             shape.format == VY_FORMAT_RLE ? size : 0);
+  if (size == 0 || frame->size() != size) {
+    throw Failure(ExceptionType::invalidValue, fmt::format("a frame of sensor {} has {} bytes here, but {} are given",
+                                                           static_cast<int>(sensor), frame->size(), size));
+  }
+  std::memcpy(frame->data(), data, size);
+  return frame;
+}
+
 Moment Camera::awaitMoment(Stream& stream) {
   const uint64_t rate = fps_ == 0 ? kNominalRate : fps_;
   Clock::time_point due;

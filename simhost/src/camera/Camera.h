@@ -29,6 +29,9 @@ class Camera {
   /// The next frame of a sensor, see vysim_camera_next_frame().
   FrameRef nextFrame(VYSensorType sensor);
 
+  /// A raw frame of a sensor with these bytes, see vysim_camera_make_frame().
+  FrameRef frameOf(VYSensorType sensor, uint32_t number, const uint8_t* data, size_t size);
+
   /// See vysim_camera_pause().
   void pause(bool isPaused);
 

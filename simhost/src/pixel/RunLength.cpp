@@ -8,14 +8,15 @@ namespace {
 
 constexpr size_t kLongestRecord = 0x7FFF;
 constexpr unsigned kLiteralMark = 0x8000;
-// Shorter runs stay with the pixels around them, as their record would cost as much as it saves.
-constexpr size_t kShortestRun = 3;
+// Shorter runs stay with the pixels around them: they would save little, and the sensor's noise makes many of them. A
+// run of this length has a whole block in it, wherever it begins.
+constexpr size_t kBlock = 4;
+constexpr size_t kShortestRun = 2 * kBlock - 1;
 
 // The data's words are little-endian, as is the memory of every target of this system.
 void appendWords(std::vector<uint8_t>& bytes, const uint16_t* words, size_t count) {
-  const size_t size = bytes.size();
-  bytes.resize(size + count * sizeof(uint16_t));
-  std::memcpy(bytes.data() + size, words, count * sizeof(uint16_t));
+  const auto* const first = reinterpret_cast<const uint8_t*>(words);
+  bytes.insert(bytes.end(), first, first + count * sizeof(uint16_t));
 }
 
 void appendLiterals(std::vector<uint8_t>& bytes, const uint16_t* pixels, size_t count) {
@@ -29,10 +30,21 @@ void appendLiterals(std::vector<uint8_t>& bytes, const uint16_t* pixels, size_t 
   }
 }
 
-size_t runLength(const uint16_t* pixels, size_t count) {
-  size_t length = 1;
-  while (length < count && pixels[length] == pixels[0]) ++length;
-  return length;
+void appendRun(std::vector<uint8_t>& bytes, uint16_t pixel, size_t count) {
+  while (count > 0) {
+    const size_t part = std::min(count, kLongestRecord);
+    const uint16_t record[] = {static_cast<uint16_t>(part), pixel};
+    appendWords(bytes, record, 2);
+    count -= part;
+  }
+}
+
+/// Whether the pixels of a block are all equal.
+bool isEven(const uint16_t* pixels) {
+  uint64_t block = 0;
+  static_assert(sizeof block == kBlock * sizeof *pixels);
+  std::memcpy(&block, pixels, sizeof block);
+  return block == pixels[0] * uint64_t{0x0001'0001'0001'0001};
 }
 
 std::string atByte(size_t position) {
@@ -45,20 +57,21 @@ std::vector<uint8_t> compressRuns(const uint16_t* pixels, size_t count) {
   std::vector<uint8_t> bytes;
   // Room for the worst case, all literals, so that the vector never moves.
   bytes.reserve((count + count / kLongestRecord + 1) * sizeof(uint16_t));
-  size_t literals = 0;
-  for (size_t i = 0; i < count;) {
-    const size_t run = runLength(pixels + i, std::min(count - i, kLongestRecord));
-    if (run < kShortestRun) {
-      literals += run;
-    } else {
-      appendLiterals(bytes, pixels + i - literals, literals);
-      literals = 0;
-      const uint16_t record[] = {static_cast<uint16_t>(run), pixels[i]};
-      appendWords(bytes, record, 2);
-    }
-    i += run;
+  size_t done = 0;
+  for (size_t i = 0; i + kBlock <= count; i += kBlock) {
+    if (!isEven(pixels + i)) continue;
+    const uint16_t pixel = pixels[i];
+    size_t begin = i;
+    while (begin > done && pixels[begin - 1] == pixel) --begin;
+    size_t end = i + kBlock;
+    while (end < count && pixels[end] == pixel) ++end;
+    i = (end - 1) / kBlock * kBlock;
+    if (end - begin < kShortestRun) continue;
+    appendLiterals(bytes, pixels + done, begin - done);
+    appendRun(bytes, pixel, end - begin);
+    done = end;
   }
-  appendLiterals(bytes, pixels + count - literals, literals);
+  appendLiterals(bytes, pixels + done, count - done);
   return bytes;
 }
 

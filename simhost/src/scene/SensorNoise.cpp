@@ -135,8 +135,10 @@ void addSpeckles(const Image& image, uint32_t frameNumber, const SensorNoise& no
       if (value == 0) continue;
       const uint32_t shape = speckleShape(1 + (bits >> 20) % noise.largestSpeckle, bits);
       for (uint32_t i = 0; i < 25; ++i) {
-        if ((shape >> i & 1) == 0) continue;
-        image.at(left + i % 5, top + i / 5) = static_cast<uint16_t>(value + static_cast<int>(hash(i + bits) & 3));
+        uint16_t& pixel = image.at(left + i % 5, top + i / 5);
+        // A pair may match wrongly where one lens sees nothing; a time-of-flight pixel without light has no distance.
+        if ((shape >> i & 1) == 0 || (pixel == 0 && !noise.isStereo)) continue;
+        pixel = static_cast<uint16_t>(value + static_cast<int>(hash(i + bits) & 3));
       }
     }
   }
