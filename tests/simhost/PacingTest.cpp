@@ -51,16 +51,16 @@ TEST_F(Pacing, NoSensorWaitsForAnother) {
 
 TEST_F(Pacing, APausedCameraStepsFromFrameToFrame) {
   const Camera camera = open(1);
-  next(camera);
+  nextFrame(camera);
   call(vysim_camera_pause, camera.get(), true);
   const auto start = steady_clock::now();
-  for (const uint32_t number : {1U, 2U, 3U}) EXPECT_EQ(numberOf(next(camera)), number);
-  EXPECT_EQ(numberOf(next(camera, VY_SENSOR_COLOR)), 0U) << "each sensor steps for itself";
+  for (const uint32_t number : {1U, 2U, 3U}) EXPECT_EQ(numberOf(nextFrame(camera)), number);
+  EXPECT_EQ(numberOf(nextFrame(camera, VY_SENSOR_COLOR)), 0U) << "each sensor steps for itself";
   call(vysim_camera_pause, camera.get(), false);
-  EXPECT_EQ(numberOf(next(camera, VY_SENSOR_COLOR)), 3U) << "the clock goes on at the newest frame";
+  EXPECT_EQ(numberOf(nextFrame(camera, VY_SENSOR_COLOR)), 3U) << "the clock goes on at the newest frame";
   EXPECT_LT(steady_clock::now() - start, std::chrono::seconds(3)) << "none of them was waited for";
   call(vysim_camera_pause, camera.get(), false);
-  EXPECT_EQ(numberOf(next(camera)), 4U) << "what goes on already is left alone";
+  EXPECT_EQ(numberOf(nextFrame(camera)), 4U) << "what goes on already is left alone";
 }
 
 TEST_F(Pacing, WithoutARateEveryFrameComesAtOnce) {

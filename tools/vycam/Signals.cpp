@@ -29,7 +29,7 @@ void takeSignals() {
       sigaction(signal, &action, nullptr);
     }
   }
-  std::signal(SIGXFSZ, SIG_IGN);
+  static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
 }
 
 int takenSignal() {
@@ -37,8 +37,8 @@ int takenSignal() {
 }
 
 void endBy(int signal) {
-  std::signal(signal, SIG_DFL);
-  std::raise(signal);
+  static_cast<void>(std::signal(signal, SIG_DFL));
+  static_cast<void>(std::raise(signal));
   std::_Exit(128 + signal);  // where the signal is blocked
 }
 

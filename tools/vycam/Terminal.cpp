@@ -20,8 +20,8 @@ size_t terminalWidth(int descriptor) {
     return size.ws_col;
   }
   const char* const columns = std::getenv("COLUMNS");  // NOLINT(concurrency-mt-unsafe): nothing changes it
-  const int wanted = columns == nullptr ? 0 : std::atoi(columns);
-  return wanted > 0 ? static_cast<size_t>(wanted) : kUsual;
+  const size_t wanted = columns == nullptr ? 0 : std::strtoul(columns, nullptr, 10);
+  return wanted > 0 ? wanted : kUsual;
 }
 
 std::string folded(std::string line, size_t width, size_t indent) {
