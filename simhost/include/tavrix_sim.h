@@ -88,8 +88,8 @@ vy_device_t* vysim_camera_get_device(const vysim_camera* camera, vy_error** erro
 vy_frame_t* vysim_camera_next_frame(vysim_camera* camera, VYSensorType sensor, vy_error** error);
 
 /// A raw frame of a sensor with these bytes, as if the camera had sent them as its frame `number`. Fails for a sensor
-/// that the camera lacks, and where the bytes are not as many as its frames have; run-length compressed ones may have any
-/// number. The bytes are copied and not looked at.
+/// that the camera lacks, and where the bytes are not as many as its frames have; run-length compressed ones may have
+/// any number. The bytes are copied and not looked at.
 vy_frame_t* vysim_camera_make_frame(vysim_camera* camera, VYSensorType sensor, uint32_t number, const uint8_t* data,
                                     size_t size, vy_error** error);
 
