@@ -17,6 +17,7 @@ namespace {
 
 constexpr std::chrono::milliseconds kStatsInterval{500};
 constexpr std::chrono::seconds kRateInterval{1};
+constexpr std::chrono::hours kLongRest{1};
 
 /// While it lives, the calls of this thread are those of a chain: timed, and reached by orders to fail.
 class ChainCalls {
@@ -214,11 +215,8 @@ LiveStream::Work LiveStream::awaitWork() {
   const auto hasWork = [&] { return isEnding_ || steps_ > 0 || !requests_.empty() || runs(); };
   if (!hasWork()) {
     lastNumber_.reset();  // what the camera takes during a rest is not lost
-    if (watched_) {
-      wake_.wait_until(lock, lastStats_ + kStatsInterval, hasWork);
-    } else {
-      wake_.wait(lock, hasWork);
-    }
+    // Also a rest without an end has one, as wait() is of a newer C++ library than dpkg-shlibdeps notes.
+    wake_.wait_until(lock, watched_ ? lastStats_ + kStatsInterval : Clock::now() + kLongRest, hasWork);
   }
   Work work;
   work.isEnd = isEnding_;
