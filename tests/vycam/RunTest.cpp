@@ -159,7 +159,8 @@ TEST_F(RunTest, SummariesTellWhatTheRunWas) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.arguments);
     const std::string scene = strstr(c.arguments, "--depth") == nullptr ? "--depth scene.png " : "";
-    const Outcome outcome = vycam("run --clean --out made " + scene + c.arguments);
+    // So wide that no long time folds a line.
+    const Outcome outcome = vycam("run --clean --out made " + scene + c.arguments, "COLUMNS=300 ");
     EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
     expectParts(">" + withoutTimes(outcome.out), c.said);
 

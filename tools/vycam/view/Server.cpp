@@ -112,8 +112,9 @@ void Server::listen() {
   info.iface = kLoopback;
   info.protocols = kProtocols;
   info.user = this;
-  info.gid = static_cast<gid_t>(-1);
-  info.uid = static_cast<uid_t>(-1);
+  // The process keeps its ids. Their types differ from version to version.
+  info.gid = static_cast<decltype(info.gid)>(-1);
+  info.uid = static_cast<decltype(info.uid)>(-1);
   info.options = LWS_SERVER_OPTION_FAIL_UPON_UNABLE_TO_BIND | LWS_SERVER_OPTION_DISABLE_IPV6;
   info.timeout_secs = 10;
   context_ = lws_create_context(&info);
