@@ -26,8 +26,8 @@ ViewClient::ViewClient(int port, const std::string& token) {
   info.port = CONTEXT_PORT_NO_LISTEN;
   info.protocols = kProtocols;
   info.user = this;
-  info.gid = static_cast<gid_t>(-1);
-  info.uid = static_cast<uid_t>(-1);
+  info.gid = static_cast<decltype(info.gid)>(-1);
+  info.uid = static_cast<decltype(info.uid)>(-1);
   context_ = lws_create_context(&info);
   const std::string path = "/" + token + "/live", host = "127.0.0.1:" + std::to_string(port);
   lws_client_connect_info connect{};

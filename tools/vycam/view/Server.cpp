@@ -29,7 +29,7 @@ constexpr std::string_view kSnapshotFiles[] = {"picture.png", "numbers.png", "cl
 constexpr size_t kPiece = 262144;          // bytes handed to a socket at a time
 constexpr size_t kMostWaitingTexts = 512;  // of one client
 constexpr int kDownloadSeconds = 60;
-constexpr unsigned kBadRequest = 400, kForbidden = 403, kNotFound = 404, kWrongMethod = 405, kConflict = 409;
+constexpr unsigned kForbidden = 403, kNotFound = 404, kWrongMethod = 405, kConflict = 409;
 
 /// Headers of every answer, but for the content policy.
 constexpr std::pair<const char*, const char*> kHeaders[] = {{"x-content-type-options:", "nosniff"},
@@ -63,8 +63,8 @@ int refuse(lws* connection, unsigned status) {
   return -1;
 }
 
-/// Why nobody can listen there.
-std::string reasonFor(int port) {
+/// Why nobody can listen there; empty if one can. libwebsockets does not tell, and loses memory where it cannot.
+std::string obstacleAt(int port) {
   const int probe = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
   const int on = 1;
   setsockopt(probe, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
@@ -76,7 +76,7 @@ std::string reasonFor(int port) {
       bind(probe, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 && ::listen(probe, 1) == 0;
   const int error = errno;
   close(probe);
-  return isFree ? "the server could not be made" : std::generic_category().message(error);
+  return isFree ? "" : std::generic_category().message(error);
 }
 
 }  // namespace
@@ -106,6 +106,14 @@ std::string Server::address() const {
 }
 
 void Server::listen() {
+  const auto fail = [this](const std::string& reason) {
+    throw Failure(fmt::format("cannot listen on {} port {}: {}; --port N names another one, and 0 takes a free one",
+                              kLoopback, options_.port, reason));
+  };
+  const std::string obstacle = obstacleAt(options_.port);
+  if (!obstacle.empty()) {
+    fail(obstacle);
+  }
   lws_set_log_level(0, nullptr);
   lws_context_creation_info info{};
   info.port = options_.port;
@@ -120,8 +128,7 @@ void Server::listen() {
   context_ = lws_create_context(&info);
   lws_vhost* const host = context_ == nullptr ? nullptr : lws_get_vhost_by_name(context_, "default");
   if (host == nullptr) {
-    throw Failure(fmt::format("cannot listen on {} port {}: {}; --port N names another one, and 0 takes a free one",
-                              kLoopback, options_.port, reasonFor(options_.port)));
+    fail("the server could not be made");
   }
   port_ = lws_get_vhost_listen_port(host);
 }
