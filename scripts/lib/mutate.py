@@ -366,8 +366,9 @@ def report(results, equivalents):
             changing = count["caught"] + count["survived"]
             share = f"{100 * count['caught'] / changing:.1f} %" if changing else "-"
             print("%-14s" % folder + "".join("%11d" % count[outcome] for outcome in OUTCOMES) + f"   {share}")
-            # Rounded up to whole faults, as one of a few is a large share.
-            if count["survived"] > math.ceil(changing * (100 - LEAST[folder]) / 100):
+            # The more survive by chance the fewer are tried: twice the standard deviation is no sign of weak tests.
+            allowed = 1 - LEAST[folder] / 100
+            if count["survived"] > max(1, changing * allowed + 2 * math.sqrt(changing * allowed * (1 - allowed))):
                 weak.append(folder)
     return weak, wrong
 
