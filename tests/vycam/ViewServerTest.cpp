@@ -17,7 +17,9 @@ class ViewServerTest : public testing::Test {
   void start(vycam::FrameSize size = {64, 48}, const char* camera = "Corvid") {
     vycam::LiveOptions live;
     live.cameras = {vycam::parseCameraChoice(camera)};
+    for (const char* const each : more_) live.cameras.push_back(vycam::parseCameraChoice(each));
     live.size = size;
+    live.depth = scene_;
     live.rate = 0;
     cameras_.emplace(library_, live);
     vycam::ServerOptions options;
@@ -43,6 +45,8 @@ class ViewServerTest : public testing::Test {
   std::string ownHost() const { return "127.0.0.1:" + std::to_string(server_->port()); }
   std::string page(const std::string& name) const { return get("/" + server_->token() + "/" + name, ownHost()); }
 
+  std::vector<const char*> more_;  // cameras
+  std::optional<vycam::GreyImage> scene_;
   std::atomic<int> clock_{1000};  // seconds
   const vycam::Library library_{""};
   std::optional<vycam::LiveCameras> cameras_;
@@ -134,6 +138,35 @@ TEST_F(ViewServerTest, DepthIsAlignedToColour) {
   expectParts(ask(*client, wish), {"1 to 32767 pixels"});
   EXPECT_EQ(ask(*client, {{"type", "set"}, {"stream", 0}, {"values", {{"HardwareD2CProcessor#255", "0"}}}}), "done");
   EXPECT_EQ(connect()->nextText("hello")["streams"][0]["d2c"]["on"], false) << "the parameters follow the switch";
+}
+
+TEST_F(ViewServerTest, CamerasOfOneFamilyRunApart) {
+  more_ = {"corvid:ir", "Vashti:ir"};
+  scene_ = rampWithHole();
+  start({24, 16}, "Corvid:depth");
+  const auto client = connect();
+  const Json hello = client->nextText("hello");
+  EXPECT_EQ(hello["cameras"][0]["name"], "Corvid");
+  EXPECT_EQ(hello["cameras"][1]["name"], "Corvid 2");
+  EXPECT_EQ(hello["streams"][2]["camera"], 2);
+  const auto frameOf = [&](unsigned stream, const char* role, char roleNumber) {
+    client->send({{"type", "watch"}, {"streams", {{std::to_string(stream), {role}}}}});
+    std::string frame = client->nextFrame();
+    while (frame.at(4) != static_cast<char>(stream) || frame.at(24) != roleNumber) frame = client->nextFrame();
+    return frame;
+  };
+  EXPECT_EQ(frameOf(1, "after", 1).at(25), 4) << "brightness in a byte";
+  EXPECT_EQ(frameOf(2, "after", 1).at(25), 2) << "in two";
+  client->send({{"type", "pause"}, {"camera", 1}, {"on", true}});
+  EXPECT_EQ(client->nextText("camera")["camera"], 1);
+  const uint32_t stands = number(frameOf(1, "before", 0), 8);
+  EXPECT_EQ(number(frameOf(1, "after", 1), 8), stands) << "the same frame for whatever is watched now";
+  client->send({{"type", "step"}, {"camera", 1}});
+  uint32_t next = stands;
+  while (next == stands) next = number(client->nextFrame(), 8);
+  EXPECT_EQ(next, stands + 1);
+  const uint32_t goesOn = number(frameOf(0, "after", 1), 8);
+  EXPECT_GT(number(client->nextFrame(), 8), goesOn);
 }
 
 TEST_F(ViewServerTest, APausedCameraStepsAndShowsWhatIsSet) {

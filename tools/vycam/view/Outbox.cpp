@@ -14,11 +14,6 @@ void Outbox::watch(const std::map<unsigned, Roles>& roles) {
   streams_ = std::move(streams);
 }
 
-Roles Outbox::rolesOf(unsigned stream) const {
-  const auto found = streams_.find(stream);
-  return found == streams_.end() ? 0 : found->second.roles;
-}
-
 void Outbox::push(std::string text) {
   texts_.push_back(std::move(text));
 }

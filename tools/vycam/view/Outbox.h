@@ -17,8 +17,6 @@ class Outbox {
  public:
   /// The roles that the client watches of each stream. Frames of other streams that wait are dropped uncounted.
   void watch(const std::map<unsigned, Roles>& roles);
-  /// The roles that it watches of one stream.
-  Roles rolesOf(unsigned stream) const;
 
   void push(std::string text);
   /// Takes a stream's newest frame in, if the client watches the stream and has not seen this frame. A frame that
