@@ -26,7 +26,7 @@ const char* nameOf(VYSensorType sensor) {
     case VY_SENSOR_IR_RIGHT:
       return "infrared-right";
     default:
-      return "unknown";
+      return "sensor-9";
   }
 }
 
