@@ -406,11 +406,9 @@ TEST_F(ViewCommandTest, OpensTheAddress) {
       shell(start + "PATH=.:$PATH " + view + "read -r again <opened; kill $!; wait $!; echo $line $again");
   const size_t half = outcome.out.find(' ');
   EXPECT_EQ(outcome.out.substr(0, half) + "\n", outcome.out.substr(half + 1));
-  // All that is found is the command, or the emulator that it needs.
-  const std::string command = VYCAM_COMMAND;
-  const std::string first = command.substr(0, command.find('\''));
-  outcome =
-      shell("mkdir bin; ln -s \"$(command -v '" + first + "')\" bin; PATH=bin " + view + "kill $!; wait $!; echo $?");
+  // In an emulator, which is found by PATH itself, a process that finds no program cannot say so.
+  if (VYCAM_COMMAND[0] != '/') return;
+  outcome = shell("PATH=nowhere " + view + "kill $!; wait $!; echo $?");
   EXPECT_EQ(outcome.out, "0\n");
   expectParts(outcome.err, {"cannot open the address with xdg-open: No such file or directory"});
 }
