@@ -155,8 +155,8 @@ TEST_F(ViewServerTest, CamerasOfOneFamilyRunApart) {
     while (frame.at(4) != static_cast<char>(stream) || frame.at(24) != roleNumber) frame = client->nextFrame();
     return frame;
   };
-  EXPECT_EQ(frameOf(1, "after", 1).at(25), 4) << "brightness in a byte";
-  EXPECT_EQ(frameOf(2, "after", 1).at(25), 2) << "in two";
+  EXPECT_EQ(frameOf(1, "after", 1).at(25), 2) << "brightness in two bytes";
+  EXPECT_EQ(frameOf(2, "after", 1).at(25), 4) << "in one";
   client->send({{"type", "pause"}, {"camera", 1}, {"on", true}});
   EXPECT_EQ(client->nextText("camera")["camera"], 1);
   const uint32_t stands = number(frameOf(1, "before", 0), 8);
