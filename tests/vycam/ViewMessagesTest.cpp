@@ -1,5 +1,6 @@
 // What server and page say to each other, without a connection: texts, frames' bytes, what waits, who may come in.
-#include "view/Messages.h"
+#include "view/ClientMessage.h"
+#include "view/ServerMessage.h"
 
 #include <gtest/gtest.h>
 

@@ -23,7 +23,7 @@ class ViewServerTest : public testing::Test {
     live.rate = 0;
     cameras_.emplace(library_, live);
     vycam::ServerOptions options;
-    options.clock = [this] { return std::chrono::steady_clock::time_point(seconds(clock_)); };
+    options.clients.clock = [this] { return std::chrono::steady_clock::time_point(seconds(clock_)); };
     server_.emplace(*cameras_, options);
   }
 

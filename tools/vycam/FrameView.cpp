@@ -51,6 +51,11 @@ FrameFacts factsOf(const vy_frame_t* frame) {
   return facts;
 }
 
+VYCameraIntrinsic intrinsicOf(const vy_frame_t* frame) {
+  const StreamProfile profile(call("read a frame's profile", vy_frame_get_stream_profile, frame));
+  return call("read a frame's intrinsics", vy_video_stream_profile_get_intrinsic, profile.get());
+}
+
 bool isPlain(VYFormat format) {
   return format == VY_FORMAT_Y16 || format == VY_FORMAT_Y8 || format == VY_FORMAT_RGB;
 }

@@ -24,6 +24,8 @@ struct FrameFacts {
 
 FrameFacts factsOf(const vy_frame_t* frame);
 
+VYCameraIntrinsic intrinsicOf(const vy_frame_t* frame);
+
 /// True for formats with one 8-bit or 16-bit number, or three bytes of colour, per pixel.
 bool isPlain(VYFormat format);
 

@@ -8,6 +8,9 @@
 
 namespace vycam {
 
+/// The setting that switches the alignment.
+constexpr const char* kAlignmentSwitch = "HardwareD2CProcessor#255";
+
 struct HardwareD2C {
   float scale = 1.0F;
   int16_t left = 0, top = 0, right = 0, bottom = 0;  ///< borders in output pixels; negative ones cut

@@ -42,9 +42,7 @@ RawFrames framesFrom(const Json& json) {
 }  // namespace
 
 std::string describeRawFrames(const RawFrames& frames, const vy_frame_t* frame) {
-  const StreamProfile profile(call("read a frame's profile", vy_frame_get_stream_profile, frame));
-  const VYCameraIntrinsic lens =
-      call("read a frame's intrinsics", vy_video_stream_profile_get_intrinsic, profile.get());
+  const VYCameraIntrinsic lens = intrinsicOf(frame);
   const FrameFacts facts = factsOf(frame);
   const vysim_stream* const stream = findStream(*frames.family, frames.sensor);
   Json json = {

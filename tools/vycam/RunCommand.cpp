@@ -66,10 +66,7 @@ std::string cloudOf(const StreamResult& result, const Picture& output) {
   if (result.outputFacts.pixelType != VY_PIXEL_DEPTH) {
     throw Failure("--ply needs an output in millimetres, but this one is " + result.outputFacts.describe());
   }
-  const StreamProfile profile(call("read a frame's profile", vy_frame_get_stream_profile, result.output.get()));
-  const VYCameraIntrinsic lens =
-      call("read a frame's intrinsics", vy_video_stream_profile_get_intrinsic, profile.get());
-  return plyOf(pointsOf(greyPixels(result.output.get()), lens, output.rgb()));
+  return plyOf(pointsOf(greyPixels(result.output.get()), intrinsicOf(result.output.get()), output.rgb()));
 }
 
 /// Writes what there is of a frame; `start` begins the names.

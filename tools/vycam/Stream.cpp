@@ -8,28 +8,10 @@
 
 #include "Failure.h"
 #include "Signals.h"
+#include "VirtualCamera.h"
 
 namespace vycam {
 namespace {
-
-constexpr const char* kAlignmentSwitch = "HardwareD2CProcessor#255";
-
-Camera openCamera(const StreamOptions& options) {
-  vysim_camera_options camera{};
-  camera.width = options.size.width;
-  camera.height = options.size.height;
-  camera.clean = options.clean;
-  if (options.depth) {
-    camera.depth_mm = options.depth->pixels.data();
-    camera.depth_width = options.depth->width;
-    camera.depth_height = options.depth->height;
-  }
-  return Camera(call("open the camera", vysim_open_camera, options.family->name, &camera));
-}
-
-Frame nextFrame(vysim_camera* camera, VYSensorType sensor) {
-  return Frame(call("get a frame from the camera", vysim_camera_next_frame, camera, sensor));
-}
 
 std::vector<std::string> settingsOf(const StreamOptions& options, const Schema& schema) {
   std::vector<std::string> settings = options.settings;
@@ -49,11 +31,8 @@ std::vector<std::string> settingsOf(const StreamOptions& options, const Schema& 
 }
 
 void alignToColour(Processor& processor, const vy_frame_t* raw, const HardwareD2C& parameters) {
-  const StreamProfile profile(call("read a frame's profile", vy_frame_get_stream_profile, raw));
-  const VYCameraIntrinsic depth =
-      call("read a frame's intrinsics", vy_video_stream_profile_get_intrinsic, profile.get());
   const FrameFacts facts = factsOf(raw);
-  processor.setHardwareD2C(scaledIntrinsic(depth, facts.width, facts.height, parameters), parameters);
+  processor.setHardwareD2C(scaledIntrinsic(intrinsicOf(raw), facts.width, facts.height, parameters), parameters);
 }
 
 /// The frame of that index: the camera's next one, or one that was kept.
@@ -77,7 +56,7 @@ GreyImage truthAt(vysim_camera* camera, const vy_frame_t* frame) {
 
 StreamResult runStream(const Library& library, const StreamOptions& options, Progress& progress,
                        const std::function<void(const StreamResult&)>& onFrame) {
-  const Camera camera = openCamera(options);
+  const Camera camera = openCamera(*options.family, options.size, options.clean, options.depth);
   const Context context(library, call("get the camera's device", vysim_camera_get_device, camera.get()));
   Processor processor = context.makeProcessor(options.family->name, options.sensor);
   processor.apply(settingsOf(options, processor.schema()));

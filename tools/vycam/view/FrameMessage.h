@@ -1,8 +1,6 @@
 // A frame of a live stream, and the bytes that a browser gets of it.
 #pragma once
 
-#include <TavrixSDK.h>
-
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -10,30 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "view/Plane.h"
+
 namespace vycam {
-
-/// Where the pixels of a plane come from.
-enum class Role : uint8_t { before, after, truth };
-
-/// Any number of roles, a bit each.
-using Roles = unsigned;
-constexpr Roles bitOf(Role role) {
-  return 1U << static_cast<unsigned>(role);
-}
-
-/// What the pixels of a plane are; the numbers are those of the message.
-enum class PixelKind : uint8_t { depth, disparity, brightness, colours, smallBrightness };
-
-/// One image. Its pixels are those of a host frame, which all copies of the plane share.
-struct Plane {
-  Role role = Role::before;
-  PixelKind kind = PixelKind::depth;
-  uint32_t width = 0, height = 0;
-  VYCameraIntrinsic intrinsic{};
-  std::shared_ptr<const vy_frame_t> frame;
-  const uint8_t* pixels = nullptr;
-  size_t size = 0;  ///< of the pixels, in bytes
-};
 
 struct LiveFrame {
   uint16_t stream = 0;

@@ -10,33 +10,20 @@
 #include "Failure.h"
 #include "FrameView.h"
 #include "Selection.h"
+#include "VirtualCamera.h"
 
 namespace vycam {
 namespace {
 
-Camera openCamera(const vysim_family& family, const LiveOptions& options) {
-  vysim_camera_options camera{};
-  camera.clean = options.isClean;
-  camera.fps = options.rate;
-  camera.width = options.size.width;
-  camera.height = options.size.height;
-  if (options.depth) {
-    camera.depth_mm = options.depth->pixels.data();
-    camera.depth_width = options.depth->width;
-    camera.depth_height = options.depth->height;
-  }
-  return Camera(call("open the camera", vysim_open_camera, family.name, &camera));
-}
-
 /// Adds what a first frame of the stream tells.
 void addFrameFacts(vysim_camera* camera, bool hasColour, StreamFacts& facts) {
-  const Frame frame(call("get a frame from the camera", vysim_camera_next_frame, camera, facts.stream.sensor));
+  const Frame frame = nextFrame(camera, facts.stream.sensor);
   const FrameFacts size = factsOf(frame.get());
   facts.stream.width = size.width;
   facts.stream.height = size.height;
-  const StreamProfile profile(call("read a frame's profile", vy_frame_get_stream_profile, frame.get()));
-  facts.intrinsic = call("read a frame's intrinsics", vy_video_stream_profile_get_intrinsic, profile.get());
+  facts.intrinsic = intrinsicOf(frame.get());
   if (hasColour) {
+    const StreamProfile profile(call("read a frame's profile", vy_frame_get_stream_profile, frame.get()));
     facts.toColour =
         call("read where the colour camera is", vysim_profile_get_extrinsic, profile.get(), VY_STREAM_COLOR);
   }
@@ -81,7 +68,7 @@ std::string LiveCameras::nameFor(const vysim_family& family) const {
 
 void LiveCameras::addCamera(const Library& library, const CameraChoice& choice, const LiveOptions& options) {
   const auto camera = static_cast<unsigned>(cameras_.size());
-  Camera opened = openCamera(*choice.family, options);
+  Camera opened = openCamera(*choice.family, options.size, options.isClean, options.depth, options.rate);
   vysim_camera* const handle = opened.get();
   Context made(library, call("get the camera's device", vysim_camera_get_device, handle));
   cameras_.push_back({{nameFor(*choice.family), options.rate, false}, std::move(opened), std::move(made)});

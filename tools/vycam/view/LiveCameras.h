@@ -12,7 +12,7 @@
 #include "Processor.h"
 #include "Selection.h"
 #include "view/LiveStream.h"
-#include "view/Messages.h"
+#include "view/ServerMessage.h"
 
 namespace vycam {
 

@@ -1,16 +1,14 @@
 #include "view/LiveStream.h"
 
-#include <fmt/format.h>
 #include <time.h>
 
-#include <algorithm>
+#include <exception>
 #include <utility>
 
 #include "Accuracy.h"
+#include "Failure.h"
 #include "FrameView.h"
-#include "Picture.h"
-#include "PointCloud.h"
-#include "Stream.h"
+#include "VirtualCamera.h"
 
 namespace vycam {
 namespace {
@@ -34,59 +32,10 @@ double processorMilliseconds() {
   return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) * 1e-6;
 }
 
-/// Shares a frame that has plain pixels, or unpacks it.
-std::shared_ptr<vy_frame_t> plainFrame(const std::shared_ptr<vy_frame_t>& frame, const Chain& chain) {
-  return isPlain(factsOf(frame.get()).format) ? frame : decodeForView(frame.get(), chain);
-}
-
-PixelKind kindOf(const FrameFacts& facts) {
-  switch (facts.pixelType) {
-    case VY_PIXEL_DEPTH:
-      return PixelKind::depth;
-    case VY_PIXEL_DISPARITY:
-      return PixelKind::disparity;
-    case VY_PIXEL_INTENSITY:
-      return facts.format == VY_FORMAT_Y8 ? PixelKind::smallBrightness : PixelKind::brightness;
-    case VY_PIXEL_COLOR:
-      return PixelKind::colours;
-  }
-  throw Failure("a frame has unknown pixels");
-}
-
-size_t bytesPerPixel(PixelKind kind) {
-  return kind == PixelKind::colours ? 3 : kind == PixelKind::smallBrightness ? 1 : 2;
-}
-
-VYCameraIntrinsic intrinsicOf(const vy_frame_t* frame) {
-  const StreamProfile profile(call("read a frame's profile", vy_frame_get_stream_profile, frame));
-  return call("read a frame's intrinsics", vy_video_stream_profile_get_intrinsic, profile.get());
-}
-
-Plane planeOf(Role role, std::shared_ptr<const vy_frame_t> frame) {
-  const FrameFacts facts = factsOf(frame.get());
-  Plane plane;
-  plane.role = role;
-  plane.kind = kindOf(facts);
-  plane.width = facts.width;
-  plane.height = facts.height;
-  plane.intrinsic = intrinsicOf(frame.get());
-  plane.pixels = call("read a frame", vysim_frame_get_data, frame.get());
-  plane.size = size_t{facts.width} * facts.height * bytesPerPixel(plane.kind);
-  if (call("read a frame", vysim_frame_get_size, frame.get()) < plane.size) {
-    throw Failure(fmt::format("a frame ({}) has fewer bytes than its pixels need", facts.describe()));
-  }
-  plane.frame = std::move(frame);
-  return plane;
-}
-
 }  // namespace
 
 LiveStream::LiveStream(StreamFacts facts, vysim_camera* camera, Processor processor)
-    : facts_(std::move(facts)), camera_(camera), processor_(std::move(processor)) {
-  for (const SchemaRow& row : facts_.schema) {
-    state_.values.push_back(row.value);
-  }
-}
+    : facts_(std::move(facts)), camera_(camera), processor_(std::move(processor)), state_(startOf(facts_)) {}
 
 StreamState LiveStream::state() const {
   const std::lock_guard<std::mutex> lock(mutex_);
@@ -149,51 +98,17 @@ void LiveStream::ask(std::function<void()> request) {
 
 void LiveStream::set(std::vector<std::string> settings, Answer answer) {
   ask([this, settings = std::move(settings), answer = std::move(answer)] {
-    StreamState wanted = state();
-    try {
-      const std::vector<std::string> values = valuesFor(facts_.schema, settings);
-      for (const std::string& setting : settings) {
-        const SchemaRow* const row = findRow(facts_.schema, setting.substr(0, setting.find('=')));
-        const auto index = static_cast<size_t>(row - facts_.schema.data());
-        wanted.values[index] = values[index];
-        if (row->key == kAlignmentSwitch) {
-          wanted.alignment.isOn = values[index] == "1";
-        }
-      }
-    } catch (const Failure& failure) {
-      answer(failure.what());
-      return;
-    }
-    change(wanted, answer);
+    change([&] { return withSettings(facts_, state(), settings); }, answer);
   });
 }
 
 void LiveStream::reset(Answer answer) {
-  ask([this, answer = std::move(answer)] {
-    StreamState wanted;
-    for (const SchemaRow& row : facts_.schema) {
-      wanted.values.push_back(row.value);
-    }
-    change(wanted, answer);
-  });
+  ask([this, answer = std::move(answer)] { change([this] { return startOf(facts_); }, answer); });
 }
 
 void LiveStream::align(bool isOn, std::string parameters, Answer answer) {
   ask([this, isOn, parameters = std::move(parameters), answer = std::move(answer)] {
-    if (!facts_.canAlign) {
-      answer("the chain of this stream has no HardwareD2CProcessor");
-      return;
-    }
-    StreamState wanted = state();
-    try {
-      wanted.alignment = {isOn, parseHardwareD2C(parameters)};
-    } catch (const Failure& failure) {
-      answer(failure.what());
-      return;
-    }
-    const SchemaRow* const row = findRow(facts_.schema, kAlignmentSwitch);
-    wanted.values[static_cast<size_t>(row - facts_.schema.data())] = isOn ? "1" : "0";
-    change(wanted, answer);
+    change([&] { return withAlignment(facts_, state(), isOn, parameters); }, answer);
   });
 }
 
@@ -201,7 +116,10 @@ void LiveStream::takeSnapshot(std::string name, SnapshotAnswer answer) {
   ask([this, name = std::move(name), answer = std::move(answer)] {
     Snapshot snapshot;
     try {
-      snapshot.bytes = makeFile(name);
+      if (output_ == nullptr) {
+        takeFrame();
+      }
+      snapshot.bytes = makeSnapshot(name, facts_, raw_, output_, isDepth() ? greyPixels(truth()) : GreyImage());
     } catch (const std::exception& failure) {
       snapshot.failure = failure.what();
     }
@@ -258,7 +176,7 @@ void LiveStream::run() {
 
 void LiveStream::takeFrame() {
   const double begin = processorMilliseconds();
-  Frame frame(call("get a frame from the camera", vysim_camera_next_frame, camera_, facts_.stream.sensor));
+  Frame frame = nextFrame(camera_, facts_.stream.sensor);
   cameraMilliseconds_ += processorMilliseconds() - begin;
   ++cameraFrames_;
   raw_ = std::move(frame);
@@ -299,7 +217,7 @@ void LiveStream::show() {
   if ((roles & bitOf(Role::after)) != 0) {
     frame->planes.push_back(planeOf(Role::after, plainFrame(output_, facts_.chain)));
   }
-  if ((roles & bitOf(Role::truth)) != 0 && facts_.stream.sensor == VY_SENSOR_DEPTH) {
+  if ((roles & bitOf(Role::truth)) != 0 && isDepth()) {
     truth();
     frame->planes.push_back(planeOf(Role::truth, truth_));
     frame->planes.back().intrinsic = intrinsicOf(output_.get());
@@ -312,12 +230,19 @@ void LiveStream::show() {
   listener_.onFrame();
 }
 
-// The library sets value after value and stops at the first that the host refuses, so the old ones are sent again.
-void LiveStream::change(const StreamState& wanted, const Answer& answer) {
+void LiveStream::change(const std::function<StreamState()>& wish, const Answer& answer) {
   const StreamState old = state();
+  StreamState wanted;
+  try {
+    wanted = wish();
+  } catch (const Failure& refusal) {
+    answer(refusal.what());
+    return;
+  }
   try {
     send(wanted);
   } catch (const Failure& refusal) {
+    // The library sets value after value and stops at the first that the host refuses, so the old ones are sent again.
     try {
       send(old);
     } catch (const Failure&) {
@@ -363,7 +288,7 @@ const vy_frame_t* LiveStream::truth() {
 }
 
 std::optional<StreamError> LiveStream::errorOfOutput() {
-  if (facts_.stream.sensor != VY_SENSOR_DEPTH || output_ == nullptr) {
+  if (!isDepth() || output_ == nullptr) {
     return std::nullopt;
   }
   const FrameFacts facts = factsOf(output_.get());
@@ -404,39 +329,6 @@ void LiveStream::tellStats() {
     stats_.rate = static_cast<double>(shownAt_.size() - 1) / span.count();
   }
   listener_.onStats(stats_);
-}
-
-std::string LiveStream::paintedOutput() {
-  StreamResult result;
-  result.rawFacts = factsOf(raw_.get());
-  result.raw = decodeForView(raw_.get(), facts_.chain);
-  result.output = decodeForView(output_.get(), facts_.chain);
-  result.outputFacts = factsOf(result.output.get());
-  if (facts_.stream.sensor == VY_SENSOR_DEPTH) {
-    result.truth = greyPixels(truth());
-  }
-  return paint(result, *facts_.family).output->png();
-}
-
-std::string LiveStream::makeFile(const std::string& name) {
-  if (output_ == nullptr) {
-    takeFrame();
-  }
-  if (output_ == nullptr) {
-    throw Failure("there is no frame yet");
-  }
-  if (name == "picture.png") {
-    return paintedOutput();
-  }
-  const std::shared_ptr<vy_frame_t> plain = plainFrame(output_, facts_.chain);
-  const FrameFacts facts = factsOf(plain.get());
-  if (name == "numbers.png") {
-    return greyPng(greyPixels(plain.get()));
-  }
-  if (facts.pixelType != VY_PIXEL_DEPTH) {
-    throw Failure(fmt::format("points need a depth image in millimetres; this one is {}", facts.describe()));
-  }
-  return plyOf(pointsOf(greyPixels(plain.get()), intrinsicOf(plain.get())));
 }
 
 }  // namespace vycam

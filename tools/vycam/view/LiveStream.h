@@ -16,7 +16,10 @@
 #include "Processor.h"
 #include "Timing.h"
 #include "view/FrameMessage.h"
-#include "view/Messages.h"
+#include "view/Plane.h"
+#include "view/ServerMessage.h"
+#include "view/Snapshot.h"
+#include "view/StreamState.h"
 
 namespace vycam {
 
@@ -25,12 +28,6 @@ struct StreamListener {
   std::function<void()> onFrame;  ///< newest() has changed
   std::function<void(const StreamState&)> onState;
   std::function<void(const StreamStats&)> onStats;
-};
-
-/// A file made of the newest frame.
-struct Snapshot {
-  std::string bytes;
-  std::optional<std::string> failure;  ///< why there is none
 };
 
 class LiveStream {
@@ -80,19 +77,19 @@ class LiveStream {
   void ask(std::function<void()> request);
   Work awaitWork();
   void run();
+  bool isDepth() const { return facts_.stream.sensor == VY_SENSOR_DEPTH; }
 
   // All that follows runs on the stream's thread.
   void takeFrame();
   /// Sends the newest raw frame through the chain, and shows what comes out.
   void processFrame();
   void show();
-  void change(const StreamState& wanted, const Answer& answer);
+  /// Sets what `wish` makes of the state, or nothing.
+  void change(const std::function<StreamState()>& wish, const Answer& answer);
   void send(const StreamState& state);
   void tellStats();
   std::optional<StreamError> errorOfOutput();
   const vy_frame_t* truth();
-  std::string paintedOutput();
-  std::string makeFile(const std::string& name);
 
   const StreamFacts facts_;
   vysim_camera* const camera_;
