@@ -14,3 +14,9 @@ if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|i.86)$" AND CMAKE_SIZEOF_VOID_
   # The old floating-point unit of 32-bit x86 rounds to float only when a value is stored.
   target_compile_options(vyfp_flags INTERFACE -msse2 -mfpmath=sse)
 endif()
+
+# For targets with precompiled headers: one that ccache brings back is older than what it was made of.
+add_library(vyfp_pch_flags INTERFACE)
+target_compile_options(vyfp_pch_flags INTERFACE
+  "$<$<CXX_COMPILER_ID:Clang>:SHELL:-Xclang -fno-pch-timestamp>")
+add_library(vyfp::pch_flags ALIAS vyfp_pch_flags)

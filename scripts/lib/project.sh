@@ -95,3 +95,14 @@ test_preset() {
     "${run[@]}" | grep -vE '^ +Start +[0-9]+: | Passed +[0-9.]+ sec$'
   fi
 }
+
+# Builds `vycam` and what uses its viewer, tests/view, in $view_runner.
+prepare_view_tests() {
+  install_packages "${build_packages[@]}"
+  command -v npm >/dev/null || install_packages nodejs npm
+  build_preset gcc-werror
+  view_runner=$project_dir/build/view/runner
+  mkdir -p "$view_runner"
+  cp "$project_dir"/tests/view/* "$view_runner"
+  logged view-npm npm --prefix "$view_runner" ci --no-audit --no-fund
+}
