@@ -123,7 +123,10 @@ class RowTracer {
   const Vector eye_;
   std::vector<Target> targets_;
   float directionY_ = 0;
-  std::vector<float> directionX_, directionZ_, depths_;
+  std::vector<float> directionX_, directionZ_;
+  std::vector<float> uprightDepths_, corridorDepths_;  // of the nearest upright wall, and of what is behind the door
+  std::vector<int32_t> uprights_;
+  std::vector<float> depths_;
   std::vector<int32_t> surfaces_;
 };
 

@@ -47,7 +47,7 @@ struct Block {
   Vectors sights;                  ///< directions of the lines of sight
   std::array<float, kMost> depth;  ///< along them
   Vectors points;                  ///< where they end
-  Vectors normals;
+  Vectors normals;                 ///< of a body; those of the room's surfaces are known
   Vectors colours;                 ///< of the surface itself
   std::array<float, kMost> light;  ///< share of the room's light that gets there
 };
@@ -75,10 +75,6 @@ inline void paint(Block& block, const std::array<float, Block::kMost>& a, const 
   forEach(block, [&](uint32_t i) { block.colours.set(i, colourAt(a[i], b[i])); });
 }
 
-inline void turnTo(Block& block, const Vector& normal) {
-  forEach(block, [&](uint32_t i) { block.normals.set(i, normal); });
-}
-
 void paintFloor(Block& block) {
   const Block::Vectors& at = block.points;
   const uint32_t onRug = countIf(block, [&](uint32_t i) { return Room::kRug.holds(at.x[i], at.z[i]); });
@@ -90,7 +86,6 @@ void paintFloor(Block& block) {
     paint(block, at.x, at.z,
           [](float x, float z) { return Room::kRug.holds(x, z) ? rugColour(x, z) : plankColour(x, z); });
   }
-  turnTo(block, {0, -1, 0});
   block.gloss = 0.05F;
 }
 
@@ -102,7 +97,6 @@ void paintBackWall(Block& block) {
   } else {
     paint(block, at.x, at.y, backWallColour);
   }
-  turnTo(block, {0, 0, -1});
 }
 
 void paintRoom(Block& block) {
@@ -114,15 +108,12 @@ void paintRoom(Block& block) {
     case Surface::floor:
       return paintFloor(block);
     case Surface::ceiling:
-      forEach(block, [&](uint32_t i) { block.colours.set(i, {0.95F, 0.94F, 0.91F}); });
-      return turnTo(block, {0, 1, 0});
+      return forEach(block, [&](uint32_t i) { block.colours.set(i, {0.95F, 0.94F, 0.91F}); });
     case Surface::leftWall:
     case Surface::rightWall:
-      paint(block, at.z, at.y, sideWall);
-      return turnTo(block, {block.surface == Surface::leftWall ? 1.0F : -1.0F, 0, 0});
+      return paint(block, at.z, at.y, sideWall);
     case Surface::corridorWall:
-      paint(block, at.x, at.y, corridorWall);
-      return turnTo(block, {0, 0, -1});
+      return paint(block, at.x, at.y, corridorWall);
     default:
       return paintBackWall(block);
   }
@@ -335,20 +326,38 @@ void eachBlock(const Room& room, const RowTracer& tracer, Function function) {
   }
 }
 
+/// Calls a function with another one: how far a vector leads along a pixel's normal.
+template <typename Function>
+inline void withNormals(const Block& block, Function function) {
+  switch (block.surface) {
+    case Surface::floor:
+      return function([](uint32_t, const Vector& v) { return -v.y; });
+    case Surface::ceiling:
+      return function([](uint32_t, const Vector& v) { return v.y; });
+    case Surface::leftWall:
+      return function([](uint32_t, const Vector& v) { return v.x; });
+    case Surface::rightWall:
+      return function([](uint32_t, const Vector& v) { return -v.x; });
+    case Surface::backWall:
+    case Surface::corridorWall:
+      return function([](uint32_t, const Vector& v) { return -v.z; });
+    default:
+      return function([&](uint32_t i, const Vector& v) { return dot(block.normals.get(i), v); });
+  }
+}
+
 /// Colours of a block that is painted and lit. They replace those of its surface.
-template <bool isGlossy>
-void shine(Block& block) {
-  const Block::Vectors& normals = block.normals;
+template <bool isGlossy, typename Along>
+inline void shine(Block& block, Along along) {
   const float gloss = block.gloss;
   forEach(block, [&](uint32_t i) {
-    const Vector normal = normals.get(i);
     const Vector toLamp = unit(kLamp - block.points.get(i));
     const Vector toEye = unit(block.sights.get(i) * -1);
-    const float fromLamp = atLeast0(dot(normal, toLamp));
-    const float facing = atLeast0(dot(normal, toEye));
+    const float fromLamp = atLeast0(along(i, toLamp));
+    const float facing = atLeast0(along(i, toEye));
     Vector colour = block.colours.get(i) * (block.light[i] * (0.42F + 0.08F * facing + 0.56F * fromLamp));
     if constexpr (isGlossy) {
-      const float half = atLeast0(dot(normal, unit(toLamp + toEye)));
+      const float half = atLeast0(along(i, unit(toLamp + toEye)));
       const float power4 = half * half * half * half;
       const float power16 = power4 * power4 * power4 * power4;
       const float glint = gloss * 0.7F * power16 * power16;
@@ -370,13 +379,18 @@ TAVRIX_WIDE void paintColours(const Room& room, const RowTracer& tracer, uint8_t
       } else {
         lightRoom(room, block);
       }
-      block.gloss != 0 ? shine<true>(block) : shine<false>(block);
+      withNormals(block,
+                  [&](auto along) { block.gloss != 0 ? shine<true>(block, along) : shine<false>(block, along); });
     }
     uint8_t* const bytes = colours + size_t{block.column} * 3;
+    std::array<uint8_t, Block::kMost> red, green, blue;  // bytes that lie side by side are made as vectors
+    forEach(block, [&](uint32_t i) { red[i] = toByte(block.colours.x[i]); });
+    forEach(block, [&](uint32_t i) { green[i] = toByte(block.colours.y[i]); });
+    forEach(block, [&](uint32_t i) { blue[i] = toByte(block.colours.z[i]); });
     forEach(block, [&](uint32_t i) {
-      bytes[3 * i] = toByte(block.colours.x[i]);
-      bytes[3 * i + 1] = toByte(block.colours.y[i]);
-      bytes[3 * i + 2] = toByte(block.colours.z[i]);
+      bytes[3 * i] = red[i];
+      bytes[3 * i + 1] = green[i];
+      bytes[3 * i + 2] = blue[i];
     });
   });
 }
@@ -388,11 +402,13 @@ TAVRIX_WIDE void paintBrightness(const Room& room, const RowTracer& tracer, uint
       std::fill_n(bytes, block.size, toByte(0.02F));  // the lamp's light goes out through the glass
       return;
     }
-    forEach(block, [&](uint32_t i) {
-      const float facing = atLeast0(-dot(block.normals.get(i), unit(block.sights.get(i))));
-      const float reflects = 0.2F + 0.8F * dot(block.colours.get(i), {0.45F, 0.4F, 0.15F});
-      const float falloff = 1 / (0.55F + block.depth[i] * block.depth[i] * (1 / 9e6F));
-      bytes[i] = toByte(reflects * (0.25F + 0.75F * facing) * falloff * 0.75F);
+    withNormals(block, [&](auto along) {
+      forEach(block, [&](uint32_t i) {
+        const float facing = atLeast0(-along(i, unit(block.sights.get(i))));
+        const float reflects = 0.2F + 0.8F * dot(block.colours.get(i), {0.45F, 0.4F, 0.15F});
+        const float falloff = 1 / (0.55F + block.depth[i] * block.depth[i] * (1 / 9e6F));
+        bytes[i] = toByte(reflects * (0.25F + 0.75F * facing) * falloff * 0.75F);
+      });
     });
   });
 }

@@ -48,12 +48,21 @@ RowTracer::RowTracer(const Room& room, const View& view)
       eye_(room.eye + room.heading.apply({view.rightMm, 0, 0})),
       directionX_(view.lens.width),
       directionZ_(view.lens.width),
+      uprightDepths_(view.lens.width),
+      corridorDepths_(view.lens.width),
+      uprights_(view.lens.width),
       depths_(view.lens.width),
       surfaces_(view.lens.width) {
   for (uint32_t x = 0; x < lens_.width; ++x) {
     const Vector direction = room.heading.apply({(static_cast<float>(x) - lens_.cx) / lens_.fx, 0, 1});
     directionX_[x] = direction.x;
     directionZ_[x] = direction.z;
+    const float sideDepth = ((direction.x < 0 ? Room::kLeft : Room::kRight) - eye_.x) / safe(direction.x);
+    const float backDepth = (Room::kBack - eye_.z) / safe(direction.z);
+    const int32_t side = direction.x < 0 ? Surface::leftWall : Surface::rightWall;
+    uprightDepths_[x] = std::min(sideDepth, backDepth);
+    uprights_[x] = sideDepth < backDepth ? side : Surface::backWall;
+    corridorDepths_[x] = (Room::kCorridorBack - eye_.z) / safe(direction.z);
   }
   int32_t surface = Surface::firstBody;
   for (const Body& body : room.bodies) targets_.push_back(aim(body, surface++));
@@ -96,25 +105,14 @@ void RowTracer::traceWalls() {
   const bool looksDown = directionY_ > 0;
   const float levelDepth = ((looksDown ? Room::kFloor : Room::kCeiling) - eye_.y) / safe(directionY_);
   const int32_t level = looksDown ? Surface::floor : Surface::ceiling;
-  const float toLeft = Room::kLeft - eye_.x;
-  const float toRight = Room::kRight - eye_.x;
-  const float toBack = Room::kBack - eye_.z;
-  const float* __restrict directionX = directionX_.data();
-  const float* __restrict directionZ = directionZ_.data();
+  const float* __restrict uprightDepths = uprightDepths_.data();
+  const int32_t* __restrict uprights = uprights_.data();
   float* __restrict depths = depths_.data();
   int32_t* __restrict surfaces = surfaces_.data();
   for (uint32_t x = 0; x < width; ++x) {
-    const float sideDepth = (directionX[x] < 0 ? toLeft : toRight) / safe(directionX[x]);
-    const float backDepth = toBack / safe(directionZ[x]);
-    const int32_t side = directionX[x] < 0 ? Surface::leftWall : Surface::rightWall;
-    float depth = backDepth;
-    int32_t surface = Surface::backWall;
-    surface = sideDepth < depth ? side : surface;
-    depth = sideDepth < depth ? sideDepth : depth;
-    surface = levelDepth < depth ? level : surface;
-    depth = levelDepth < depth ? levelDepth : depth;
-    depths[x] = depth;
-    surfaces[x] = surface;
+    const bool isLevel = levelDepth < uprightDepths[x];
+    depths[x] = isLevel ? levelDepth : uprightDepths[x];
+    surfaces[x] = isLevel ? level : uprights[x];
   }
 }
 
@@ -122,11 +120,10 @@ void RowTracer::openDoorAndWindow() {
   const uint32_t width = lens_.width;
   const bool looksDown = directionY_ > 0;
   const float floorDepth = looksDown ? (Room::kFloor - eye_.y) / directionY_ : kBeyond;
-  const float toCorridorBack = Room::kCorridorBack - eye_.z;
   const Vector eye = eye_;
   const float directionY = directionY_;
   const float* __restrict directionX = directionX_.data();
-  const float* __restrict directionZ = directionZ_.data();
+  const float* __restrict corridorDepths = corridorDepths_.data();
   float* __restrict depths = depths_.data();
   int32_t* __restrict surfaces = surfaces_.data();
   for (uint32_t x = 0; x < width; ++x) {
@@ -135,10 +132,9 @@ void RowTracer::openDoorAndWindow() {
     const bool isBack = surfaces[x] == Surface::backWall;
     const bool isWindow = both(isBack, Room::kWindow.holds(wallX, wallY));
     const bool isDoor = both(isBack, Room::kDoor.holds(wallX, wallY));
-    const float corridorDepth = toCorridorBack / safe(directionZ[x]);
-    const bool seesFloor = floorDepth < corridorDepth;
+    const bool seesFloor = floorDepth < corridorDepths[x];
     const int32_t throughDoor = seesFloor ? Surface::floor : Surface::corridorWall;
-    const float beyond = seesFloor ? floorDepth : corridorDepth;
+    const float beyond = seesFloor ? floorDepth : corridorDepths[x];
     depths[x] = isDoor ? beyond : depths[x];
     surfaces[x] = isDoor ? throughDoor : isWindow ? Surface::window : surfaces[x];
   }
