@@ -23,7 +23,7 @@ class ViewServerTest : public testing::Test {
     live.rate = 0;
     cameras_.emplace(library_, live);
     vycam::ServerOptions options;
-    options.clients.clock = [this] { return std::chrono::steady_clock::time_point(seconds(clock_)); };
+    options.clients.clock = [this] { return std::chrono::steady_clock::time_point(seconds(clock_ += perLook_)); };
     server_.emplace(*cameras_, options);
   }
 
@@ -48,6 +48,7 @@ class ViewServerTest : public testing::Test {
   std::vector<const char*> more_;  // cameras
   std::optional<vycam::GreyImage> scene_;
   std::atomic<int> clock_{1000};  // seconds
+  int perLook_ = 0;               // that pass whenever the server looks at the clock
   const vycam::Library library_{""};
   std::optional<vycam::LiveCameras> cameras_;
   std::optional<vycam::Server> server_;
@@ -342,6 +343,18 @@ TEST_F(ViewServerTest, WhoReadsNothingLosesTheConnectionAndDisturbsNobody) {
   const auto fresh = connect();
   fresh->send(watch);
   EXPECT_NE(fresh->nextFrame(), "");
+}
+
+TEST_F(ViewServerTest, AServerThatStoodStillBlamesNobody) {
+  perLook_ = 3600;
+  start();
+  const auto client = connect();
+  client->send({{"type", "pause"}, {"camera", 0}, {"on", true}});
+  client->send({{"type", "watch"}, {"streams", {{"0", {"after"}}}}});
+  for (int i = 0; i < 5; ++i) {
+    ASSERT_NE(client->nextFrame(), "") << i << ": " << client->closeReason();
+    client->send({{"type", "step"}, {"camera", 0}});
+  }
 }
 
 TEST_F(ViewServerTest, DroppedFramesAreCountedForEachClient) {

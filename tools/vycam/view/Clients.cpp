@@ -1,6 +1,7 @@
 #include "view/Clients.h"
 
 #include <fmt/format.h>
+#include <poll.h>
 
 #include <algorithm>
 #include <utility>
@@ -12,6 +13,11 @@ namespace vycam {
 namespace {
 
 constexpr size_t kMostWaitingTexts = 512;  // of one client
+
+bool takesMore(lws* connection) {
+  pollfd state{lws_get_socket_fd(connection), POLLOUT, 0};
+  return poll(&state, 1, 0) > 0;
+}
 
 }  // namespace
 
@@ -209,7 +215,8 @@ int Clients::write(lws* connection) {
 void Clients::dropIdle() {
   const Time now = limits_.clock();
   for (auto& [connection, client] : clients_) {
-    const bool isSilent = client.waitsSince && now - *client.waitsSince > limits_.patience;
+    // Where the socket takes more, it is this program that has stood still, as on a busy or suspended machine.
+    const bool isSilent = client.waitsSince && now - *client.waitsSince > limits_.patience && !takesMore(connection);
     if (isSilent || client.outbox.waitingTexts() > kMostWaitingTexts) {
       lws_set_timeout(connection, PENDING_TIMEOUT_CLOSE_SEND, LWS_TO_KILL_ASYNC);
     }
