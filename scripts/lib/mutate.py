@@ -34,6 +34,7 @@ EQUIVALENT = PROJECT / ".ci" / "equivalent-mutants.toml"
 OPTIONS = ["-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug", "-DCMAKE_GTEST_DISCOVER_TESTS_DISCOVERY_MODE=PRE_TEST",
            # A fault in a source that the build files read is no reason to configure again, nor to link programs again.
            "-DCMAKE_SUPPRESS_REGENERATION=ON", "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON",
+           "-DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON",  # the sources are parsed before anything is built
            # As the preset clang-werror.
            "-DCMAKE_NM:STRING=nm", "-DCMAKE_READELF:STRING=readelf",
            # The quick linker gives a shared library no symbol for its version, which a test asks for.
