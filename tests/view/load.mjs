@@ -50,13 +50,15 @@ const { server, address } = await serve("--port", "0");
 process.on("exit", () => server.kill());
 const watchers = Array.from({ length: clients }, () => new Watcher(address));
 await wait(5000); // until all have frames, and all buffers have the size that they keep
-const begin = { ...usage(server.pid), frame: watchers[0].stats.frame };
+// The frames that went through the chain; those that the camera took meanwhile are lost.
+const framesSoFar = ({ stats }) => stats.frame - stats.lost;
+const begin = { ...usage(server.pid), frame: framesSoFar(watchers[0]) };
 const kilobytes = [begin.kilobytes];
 const milliseconds = { camera: [], chain: [] };
 let last = begin;
 for (let minute = 1; minute <= minutes; ++minute) {
   await wait(60000);
-  const now = { ...usage(server.pid), frame: watchers[0].stats.frame };
+  const now = { ...usage(server.pid), frame: framesSoFar(watchers[0]) };
   const frames = now.frame - last.frame;
   const { camera, chain } = watchers[0].stats.milliseconds;
   milliseconds.camera.push(camera);
