@@ -195,7 +195,12 @@ TEST(ViewMessagesTest, NewestFramesWaitAndOlderOnesAreCounted) {
   EXPECT_EQ(rest, 24U + 32U + 4U - 2U) << "a frame that was begun is ended as it was";
   EXPECT_EQ(nextOf(outbox), "next");
   EXPECT_EQ(nextOf(outbox), "0:1:3");
-  outbox.offer(makeFrame(0, 11));
+  outbox.watch({{0, bitOf(Role::truth)}});
+  outbox.offer(makeFrame(0, 90));
+  outbox.watch({{0, bitOf(Role::after)}});
+  outbox.offer(makeFrame(0, 91));
+  EXPECT_EQ(nextOf(outbox), "0:1:3") << "frames without what the client wanted are not dropped";
+  outbox.offer(makeFrame(0, 92));
   outbox.watch({});
   EXPECT_TRUE(outbox.isEmpty());
 }

@@ -60,6 +60,12 @@ uint32_t number(const std::string& frame, size_t offset) {
   return value;
 }
 
+std::string letters(size_t count) {
+  std::string all;
+  for (size_t i = 0; i < count; ++i) all += "\u00e4";
+  return all;
+}
+
 TEST_F(ViewServerTest, TheGreetingDescribesCamerasAndStreams) {
   start({640, 400}, "Corvid:depth,ir,color");
   const Json hello = connect()->nextText("hello");
@@ -234,7 +240,8 @@ TEST_F(ViewServerTest, SnapshotsAreFiles) {
   expectParts(page("snapshot/1/picture.png"), {"200 OK", "\r\n\r\n\x89PNG"});
   expectParts(page("snapshot/0/numbers.png"), {"200 OK", "\r\n\r\n\x89PNG"});
   expectParts(page("snapshot/0/cloud.ply"), {"200 OK", "\r\n\r\nply\n"});
-  expectParts(page("snapshot/1/cloud.ply"), {"409"});
+  expectParts(page("snapshot/1/cloud.ply"),
+              {"409", "text/plain", "points need a depth image in millimetres; this one"});
   for (const char* const path : {"2/picture.png", "0/other.png", "0", "", "/picture.png", "00/picture.png"}) {
     expectParts(page(std::string("snapshot/") + path), {"404"});
   }
@@ -259,7 +266,9 @@ TEST_F(ViewServerTest, RequestsOfStrangersAreRefused) {
       {home, "127.0.0.1:1", "403"},
   };
   for (const auto& [path, host, status] : pages) {
-    EXPECT_EQ(get(path, host).substr(9, 3), status) << path << " of " << host;
+    const std::string answer = get(path, host);
+    EXPECT_EQ(answer.substr(9, 3), status) << path << " of " << host;
+    expectParts(answer, {"x-content-type-options: nosniff", "cache-control: no-store"});
   }
   for (const char* const method : {"POST", "PUT", "DELETE", "HEAD", "OPTIONS"}) {
     const std::string request = method + (" " + home) + " HTTP/1.1\r\nHost: " + own + "\r\nContent-Length: 0\r\n\r\n";
@@ -292,6 +301,28 @@ TEST_F(ViewServerTest, RequestsOfStrangersAreRefused) {
   }
 }
 
+TEST_F(ViewServerTest, APauseAtOnceShowsAFrameAndItsFigures) {
+  start();
+  const auto client = connect();
+  for (int i = 0; i < 20; ++i) {
+    client->send({{"type", "watch"}, {"streams", {{"0", {"after"}}}}});
+    client->send({{"type", "pause"}, {"camera", 0}, {"on", true}});
+    EXPECT_NE(client->nextFrame(), "");
+    EXPECT_EQ(client->nextText("stats")["stream"], 0);
+    client->send({{"type", "watch"}, {"streams", Json::object()}});
+    client->send({{"type", "pause"}, {"camera", 0}, {"on", false}});
+  }
+}
+
+TEST_F(ViewServerTest, CallsToFailAreBounded) {
+  start();
+  const auto client = connect();
+  Json fail = {{"type", "fail"}, {"function", "vy_filter_process"}, {"nth", 1000000}, {"kind", "error"}};
+  for (int i = 0; i < 100; ++i) EXPECT_EQ(ask(*client, fail), "done");
+  expectParts(ask(*connect(), fail), {"100 calls are to fail already"});
+  vysim_reset();
+}
+
 TEST_F(ViewServerTest, SenselessClientsLoseTheirConnectionAndDisturbNobody) {
   start();
   const auto good = connect();
@@ -299,10 +330,12 @@ TEST_F(ViewServerTest, SenselessClientsLoseTheirConnectionAndDisturbNobody) {
   const struct {
     std::string bytes;
     bool isBinary;
-    const char* said;
+    std::string said;
   } cases[] = {
       {"nonsense", false, "no JSON object"},
       {R"({"type":"watch","streams":{"2":["after"]}})", false, "there is no stream 2"},
+      // The reason holds 120 bytes: one of the quotation mark, and 59 letters of two.
+      {R"({"type":"watch","streams":{"0":[")" + letters(80) + R"("]}})", false, letters(59)},
       {R"({"type":"pause","camera":1,"on":true})", false, "there is no camera 1"},
       {R"({"type":"step","camera":1})", false, "there is no camera 1"},
       {R"({"type":"step","camera":0})", true, "texts"},

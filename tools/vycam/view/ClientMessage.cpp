@@ -66,7 +66,7 @@ Value named(const std::pair<const char*, Value> (&names)[kCount], const Json& na
     return name.is_string() && name.get_ref<const std::string&>() == entry.first;
   });
   if (found == std::end(names)) {
-    throw BadMessage(fmt::format("{} is not known", name.dump()));
+    throw BadMessage(fmt::format("{} is not known", name.is_structured() ? "what is no text" : name.dump()));
   }
   return found->second;
 }

@@ -13,6 +13,8 @@ namespace vycam {
 namespace {
 
 constexpr size_t kMostWaitingTexts = 512;  // of one client
+constexpr uint64_t kMostOrders = 100;      // of calls to fail
+constexpr size_t kLongestReason = 120;     // a close frame holds no more
 
 bool takesMore(lws* connection) {
   pollfd state{lws_get_socket_fd(connection), POLLOUT, 0};
@@ -30,6 +32,7 @@ void Clients::forget(lws* connection) {
 }
 
 int Clients::greet(lws* connection) {
+  lws_set_timer_usecs(connection, LWS_USEC_PER_SEC);
   Client& client = clients_[connection];
   client.id = ++lastId_;
   client.connection = connection;
@@ -45,7 +48,11 @@ int Clients::receive(lws* connection, std::string_view piece) {
   }
   Client& client = found->second;
   const auto end = [&](std::string_view reason) {
-    std::string text(reason.substr(0, 120));  // a close frame holds no more
+    size_t size = std::min(reason.size(), kLongestReason);
+    while (size < reason.size() && (static_cast<unsigned char>(reason[size]) & 0xC0U) == 0x80U) {
+      --size;  // a letter of several bytes stays whole
+    }
+    std::string text(reason.substr(0, size));
     lws_close_reason(connection, LWS_CLOSE_STATUS_POLICY_VIOLATION, reinterpret_cast<unsigned char*>(text.data()),
                      text.size());
     return -1;
@@ -150,6 +157,10 @@ void Clients::orderFault(const FailWish& wish) {
   if (std::find(functions.begin(), functions.end(), wish.function) == functions.end()) {
     throw Failure(fmt::format("no fault can be ordered for \"{}\"", wish.function));
   }
+  if (orders_ - (vysim_fail_count() - doneBefore_) >= kMostOrders) {
+    throw Failure(fmt::format("{} calls are to fail already; more can be ordered when some of them have", kMostOrders));
+  }
+  ++orders_;
   vysim_fail_call(wish.function.c_str(), wish.nth, wish.fault);
 }
 
@@ -212,12 +223,18 @@ int Clients::write(lws* connection) {
   return 0;
 }
 
+int Clients::look(lws* connection) {
+  dropIdle();
+  lws_set_timer_usecs(connection, LWS_USEC_PER_SEC);
+  return 0;
+}
+
 void Clients::dropIdle() {
   const Time now = limits_.clock();
   for (auto& [connection, client] : clients_) {
     // Where the socket takes more, it is this program that has stood still, as on a busy or suspended machine.
-    const bool isSilent = client.waitsSince && now - *client.waitsSince > limits_.patience && !takesMore(connection);
-    if (isSilent || client.outbox.waitingTexts() > kMostWaitingTexts) {
+    const bool isSilent = client.waitsSince && now - *client.waitsSince > limits_.patience;
+    if ((isSilent || client.outbox.waitingTexts() > kMostWaitingTexts) && !takesMore(connection)) {
       lws_set_timeout(connection, PENDING_TIMEOUT_CLOSE_SEND, LWS_TO_KILL_ASYNC);
     }
   }

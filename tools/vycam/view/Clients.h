@@ -51,6 +51,8 @@ class Clients {
 
   /// Ends the connections of those that take nothing.
   void dropIdle();
+  /// Does so each second, also while no stream has anything to tell.
+  int look(lws* connection);
 
  private:
   using Time = std::chrono::steady_clock::time_point;
@@ -82,6 +84,8 @@ class Clients {
   const Post post_;
   std::map<lws*, Client> clients_;
   uint64_t lastId_ = 0;
+  uint64_t orders_ = 0;  // of calls to fail
+  const uint64_t doneBefore_ = vysim_fail_count();
   std::vector<uint8_t> buffer_;
 };
 

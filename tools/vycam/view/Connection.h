@@ -13,7 +13,7 @@ namespace vycam {
 using Post = std::function<void(std::function<void()> task)>;
 
 constexpr size_t kPiece = 262144;  ///< bytes handed to a socket at a time
-constexpr unsigned kForbidden = 403, kNotFound = 404, kWrongMethod = 405, kConflict = 409;
+constexpr unsigned kOk = 200, kForbidden = 403, kNotFound = 404, kWrongMethod = 405, kConflict = 409, kBusy = 503;
 
 /// A header of the request; empty if it has none.
 std::string headerOf(lws* connection, lws_token_indexes token);

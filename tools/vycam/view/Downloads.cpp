@@ -15,12 +15,7 @@ namespace {
 constexpr std::string_view kSnapshotFolder = "snapshot/";
 constexpr std::string_view kSnapshotFiles[] = {"picture.png", "numbers.png", "cloud.ply"};
 constexpr int kLongestSeconds = 60;
-
-/// Headers of every answer, but for the content policy.
-constexpr std::pair<const char*, const char*> kHeaders[] = {{"x-content-type-options:", "nosniff"},
-                                                            {"referrer-policy:", "no-referrer"},
-                                                            {"cache-control:", "no-store"},
-                                                            {"cross-origin-resource-policy:", "same-origin"}};
+constexpr unsigned kMostSnapshots = 16;  // being made at a time
 
 }  // namespace
 
@@ -54,6 +49,10 @@ int Downloads::beginSnapshot(lws* connection, std::string_view path) {
       std::find(std::begin(kSnapshotFiles), std::end(kSnapshotFiles), name) == std::end(kSnapshotFiles)) {
     return refuse(connection, kNotFound);
   }
+  if (snapshots_ == kMostSnapshots) {
+    return refuse(connection, kBusy);
+  }
+  ++snapshots_;
   Download& download = downloads_[connection];
   download = {};
   download.id = ++lastId_;
@@ -67,15 +66,16 @@ int Downloads::beginSnapshot(lws* connection, std::string_view path) {
 }
 
 void Downloads::finishSnapshot(uint64_t id, Snapshot snapshot) {
+  --snapshots_;
   const auto found =
       std::find_if(downloads_.begin(), downloads_.end(), [id](const auto& entry) { return entry.second.id == id; });
   if (found == downloads_.end()) {
     return;  // the browser has gone
   }
   Download& download = found->second;
-  download.made = std::move(snapshot.bytes);
+  download.isFailure = snapshot.failure.has_value();
+  download.made = download.isFailure ? *snapshot.failure + "\n" : std::move(snapshot.bytes);
   download.remaining = download.made;
-  download.failure = std::move(snapshot.failure);
   download.isReady = true;
   lws_callback_on_writable(found->first);
 }
@@ -90,19 +90,16 @@ int Downloads::writeHeaders(lws* connection, const Download& download) {
                                        reinterpret_cast<const unsigned char*>(value.data()),
                                        static_cast<int>(value.size()), &at, end) == 0;
   };
-  bool isWritten =
-      lws_add_http_common_headers(connection, HTTP_STATUS_OK, std::string(contentType(download.name)).c_str(),
-                                  download.remaining.size(), &at, end) == 0;
-  for (const auto& [name, value] : kHeaders) {
-    isWritten = isWritten && add(name, value);
-  }
+  const std::string type(download.isFailure ? "text/plain; charset=utf-8" : contentType(download.name));
+  bool isWritten = lws_add_http_common_headers(connection, download.isFailure ? kConflict : kOk, type.c_str(),
+                                               download.remaining.size(), &at, end) == 0;
   isWritten = isWritten &&
               add("content-security-policy:",
                   fmt::format("default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self' blob: data:; "
                               "connect-src 'self' ws://127.0.0.1:{0} ws://localhost:{0}; base-uri 'none'; "
                               "form-action 'none'; frame-ancestors 'none'",
                               port_));
-  if (download.id != 0) {
+  if (download.id != 0 && !download.isFailure) {
     isWritten = isWritten && add("content-disposition:", fmt::format("attachment; filename=\"{}\"", download.name));
   }
   if (!isWritten || lws_finalize_write_http_header(connection, begin, &at, end) != 0) {
@@ -119,10 +116,6 @@ int Downloads::write(lws* connection) {
     return 0;
   }
   Download& download = found->second;
-  if (download.failure) {
-    lws_return_http_status(connection, kConflict, nullptr);
-    return -1;
-  }
   if (download.id != 0) {  // a snapshot's headers have waited for it
     const int result = writeHeaders(connection, download);
     download.id = 0;

@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <map>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -33,10 +32,10 @@ class Downloads {
   struct Download {
     uint64_t id = 0;  ///< of a snapshot whose headers are not written; else 0
     std::string name;
-    std::string made;            ///< a snapshot's bytes
+    std::string made;            ///< a snapshot's bytes, or why there are none
     std::string_view remaining;  ///< of these, or of a page's file
-    bool isReady = false;        ///< for the body, or for the refusal
-    std::optional<std::string> failure;
+    bool isReady = false;        ///< for the body
+    bool isFailure = false;      ///< the body says why there is no snapshot
   };
 
   int beginSnapshot(lws* connection, std::string_view path);
@@ -48,6 +47,7 @@ class Downloads {
   const int port_;
   std::map<lws*, Download> downloads_;
   uint64_t lastId_ = 0;
+  unsigned snapshots_ = 0;  // being made, also for browsers that have gone
   std::vector<uint8_t> buffer_;
 };
 

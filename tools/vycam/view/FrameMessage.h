@@ -1,11 +1,9 @@
 // A frame of a live stream, and the bytes that a browser gets of it.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <string>
 #include <vector>
 
 #include "view/Plane.h"

@@ -16,6 +16,7 @@ namespace {
 constexpr std::chrono::milliseconds kStatsInterval{500};
 constexpr std::chrono::seconds kRateInterval{1};
 constexpr std::chrono::hours kLongRest{1};
+constexpr unsigned kMostSteps = 100;
 
 /// While it lives, the calls of this thread are those of a chain: timed, and reached by orders to fail.
 class ChainCalls {
@@ -53,12 +54,14 @@ void LiveStream::start(StreamListener listener, double nanosecondsPerCall) {
   thread_ = std::thread([this] { run(); });
 }
 
-void LiveStream::stop() {
-  {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    isEnding_ = true;
-  }
+void LiveStream::end() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  isEnding_ = true;
   wake_.notify_one();
+}
+
+void LiveStream::stop() {
+  end();
   if (thread_.joinable()) {
     thread_.join();
   }
@@ -79,12 +82,16 @@ void LiveStream::watch(std::optional<Roles> roles) {
 void LiveStream::pause(bool isPaused) {
   const std::lock_guard<std::mutex> lock(mutex_);
   isPaused_ = isPaused;
+  steps_ = 0;
+  if (isPaused && watched_) {
+    requests_.emplace_back([] {});  // as in watch(), for a stream that has not shown anything yet
+  }
   wake_.notify_one();
 }
 
 void LiveStream::step() {
   const std::lock_guard<std::mutex> lock(mutex_);
-  if (isPaused_) {
+  if (isPaused_ && steps_ < kMostSteps) {
     ++steps_;
   }
   wake_.notify_one();
@@ -127,6 +134,11 @@ void LiveStream::takeSnapshot(std::string name, SnapshotAnswer answer) {
   });
 }
 
+bool LiveStream::isEnding() const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return isEnding_;
+}
+
 LiveStream::Work LiveStream::awaitWork() {
   std::unique_lock<std::mutex> lock(mutex_);
   const auto runs = [this] { return !isPaused_ && watched_; };
@@ -156,6 +168,9 @@ void LiveStream::run() {
     }
     for (const std::function<void()>& request : work.requests) {
       request();
+      if (isEnding()) {
+        break;
+      }
     }
     try {
       if (work.takesFrame || (raw_ == nullptr && !work.requests.empty())) {
@@ -313,7 +328,11 @@ void LiveStream::tellStats() {
       stats_.times.filters[filter.name] = filter.milliseconds;
     }
     timing_.emplace(nanosecondsPerCall_);
-    stats_.error = errorOfOutput();
+    try {
+      stats_.error = errorOfOutput();
+    } catch (const std::exception&) {
+      stats_.error.reset();  // there may be no memory for the truth of a large output
+    }
   }
   if (cameraFrames_ > 0) {
     stats_.times.camera = cameraMilliseconds_ / cameraFrames_;

@@ -49,7 +49,9 @@ class LiveStream {
 
   /// `nanosecondsPerCall` is what the host's clock costs, see Timing.
   void start(StreamListener listener, double nanosecondsPerCall);
-  /// Ends the thread. Requests that wait stay without an answer.
+  /// Has the thread end soon. Requests that wait stay without an answer.
+  void end();
+  /// Ends the thread. It cannot be started again.
   void stop();
 
   /// The planes that somebody watches; none: nobody watches, and the stream rests.
@@ -76,6 +78,7 @@ class LiveStream {
 
   void ask(std::function<void()> request);
   Work awaitWork();
+  bool isEnding() const;
   void run();
   bool isDepth() const { return facts_.stream.sensor == VY_SENSOR_DEPTH; }
 

@@ -27,6 +27,7 @@ void Outbox::offer(const std::shared_ptr<const LiveFrame>& frame) {
   const bool hasAny = std::any_of(frame->planes.begin(), frame->planes.end(),
                                   [&](const Plane& plane) { return (watched.roles & bitOf(plane.role)) != 0; });
   if (!hasAny) {
+    watched.offered = frame->sequence;
     return;
   }
   if (watched.offered != 0) {

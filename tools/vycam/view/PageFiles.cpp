@@ -19,9 +19,7 @@ std::string_view contentType(std::string_view name) {
   constexpr std::pair<std::string_view, std::string_view> kTypes[] = {{".html", "text/html; charset=utf-8"},
                                                                       {".css", "text/css; charset=utf-8"},
                                                                       {".js", "text/javascript; charset=utf-8"},
-                                                                      {".svg", "image/svg+xml"},
-                                                                      {".png", "image/png"},
-                                                                      {".ply", "application/octet-stream"}};
+                                                                      {".png", "image/png"}};
   for (const auto& [ending, type] : kTypes) {
     if (name.size() > ending.size() && name.substr(name.size() - ending.size()) == ending) {
       return type;

@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 #include <system_error>
 #include <utility>
 
@@ -30,6 +29,12 @@ int onLwsEvent(lws* connection, lws_callback_reasons reason, void* /*user*/, voi
 const lws_protocols kProtocols[] = {{"http", onLwsEvent, 0, 0, 0, nullptr, 0},
                                     {kSubprotocol, onLwsEvent, 0, kLargestClientMessage, 0, nullptr, 0},
                                     {nullptr, nullptr, 0, 0, 0, nullptr, 0}};
+
+// Headers of every answer, but for the content policy. Each points at the next.
+const lws_protocol_vhost_options kNoForeignUse{nullptr, nullptr, "cross-origin-resource-policy:", "same-origin"};
+const lws_protocol_vhost_options kNoCache{&kNoForeignUse, nullptr, "cache-control:", "no-store"};
+const lws_protocol_vhost_options kNoReferrer{&kNoCache, nullptr, "referrer-policy:", "no-referrer"};
+const lws_protocol_vhost_options kHeaders{&kNoReferrer, nullptr, "x-content-type-options:", "nosniff"};
 
 /// Why nobody can listen there; empty if one can. libwebsockets does not tell, and loses memory where it cannot.
 std::string obstacleAt(int port) {
@@ -63,6 +68,9 @@ Server::Server(LiveCameras& cameras, ServerOptions options)
 
 Server::~Server() {
   for (const auto& stream : cameras_.streams()) {
+    stream->end();
+  }
+  for (const auto& stream : cameras_.streams()) {
     stream->stop();
   }
   {
@@ -93,6 +101,7 @@ void Server::listen() {
   info.iface = kLoopback;
   info.protocols = kProtocols;
   info.user = this;
+  info.headers = &kHeaders;
   // The process keeps its ids. Their types differ from version to version.
   info.gid = static_cast<decltype(info.gid)>(-1);
   info.uid = static_cast<decltype(info.uid)>(-1);
@@ -166,7 +175,9 @@ int Server::onEvent(lws* connection, int reason, void* in, size_t size) {
       return 0;
     case LWS_CALLBACK_WSI_DESTROY:
       connections_.erase(connection);
-      downloads_->forget(connection);
+      if (downloads_) {  // there is none before the server listens
+        downloads_->forget(connection);
+      }
       return 0;
     case LWS_CALLBACK_EVENT_WAIT_CANCELLED:
       runTasks();
@@ -188,6 +199,8 @@ int Server::onEvent(lws* connection, int reason, void* in, size_t size) {
       return clients_.receive(connection, text);
     case LWS_CALLBACK_SERVER_WRITEABLE:
       return clients_.write(connection);
+    case LWS_CALLBACK_TIMER:
+      return clients_.look(connection);
     case LWS_CALLBACK_CLOSED:
       clients_.forget(connection);
       return 0;
