@@ -348,6 +348,7 @@ TEST_F(ViewServerTest, SenselessClientsLoseTheirConnectionAndDisturbNobody) {
     }
     EXPECT_EQ(client.closeCode(), 1008) << c.said;
     expectParts(client.closeReason(), {c.said});
+    EXPECT_NO_THROW(Json(client.closeReason()).dump()) << "cut within a letter";
     EXPECT_NE(good->nextFrame(), "");
   }
   const auto hasty = connect();

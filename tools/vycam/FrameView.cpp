@@ -14,13 +14,6 @@ namespace {
 constexpr const char* kDecoders[] = {"FrameUnpacker", "TalonFrameUnpacker", "TiberonDecompress"};
 
 /// The frame's bytes, at least `bytesPerPixel` of them for each pixel.
-const uint8_t* bytesOf(const vy_frame_t* frame, const FrameFacts& facts, size_t bytesPerPixel) {
-  const size_t needed = size_t{facts.width} * facts.height * bytesPerPixel;
-  if (call("read a frame", vysim_frame_get_size, frame) < needed) {
-    throw Failure(fmt::format("a frame ({}) has fewer bytes than its pixels need", facts.describe()));
-  }
-  return call("read a frame", vysim_frame_get_data, frame);
-}
 
 }  // namespace
 
@@ -54,6 +47,14 @@ FrameFacts factsOf(const vy_frame_t* frame) {
 VYCameraIntrinsic intrinsicOf(const vy_frame_t* frame) {
   const StreamProfile profile(call("read a frame's profile", vy_frame_get_stream_profile, frame));
   return call("read a frame's intrinsics", vy_video_stream_profile_get_intrinsic, profile.get());
+}
+
+const uint8_t* bytesOf(const vy_frame_t* frame, const FrameFacts& facts, size_t bytesPerPixel) {
+  const size_t needed = size_t{facts.width} * facts.height * bytesPerPixel;
+  if (call("read a frame", vysim_frame_get_size, frame) < needed) {
+    throw Failure(fmt::format("a frame ({}) has fewer bytes than its pixels need", facts.describe()));
+  }
+  return call("read a frame", vysim_frame_get_data, frame);
 }
 
 bool isPlain(VYFormat format) {

@@ -26,6 +26,9 @@ FrameFacts factsOf(const vy_frame_t* frame);
 
 VYCameraIntrinsic intrinsicOf(const vy_frame_t* frame);
 
+/// The pixels of a frame. Too few of them are a Failure.
+const uint8_t* bytesOf(const vy_frame_t* frame, const FrameFacts& facts, size_t bytesPerPixel);
+
 /// True for formats with one 8-bit or 16-bit number, or three bytes of colour, per pixel.
 bool isPlain(VYFormat format);
 

@@ -22,7 +22,7 @@ struct CameraChoice {
   std::vector<VYSensorType> sensors;
 };
 
-/// Reads "FAMILY" or "FAMILY:SENSOR,...". Without sensors: depth and colour.
+/// Reads "FAMILY" or "FAMILY:SENSOR,...". Without sensors: depth and colour. Anything else is a Failure.
 CameraChoice parseCameraChoice(const std::string& text);
 
 struct LiveOptions {
@@ -33,8 +33,10 @@ struct LiveOptions {
   unsigned rate = 30;  ///< frames a second; 0 = as many as asked for
 };
 
+/// One thread at a time may use this; the streams are for all.
 class LiveCameras {
  public:
+  /// `library` must outlive this. A camera without one of the sensors is a Failure.
   LiveCameras(const Library& library, const LiveOptions& options);
 
   LiveCameras(const LiveCameras&) = delete;

@@ -37,11 +37,8 @@ Plane planeOf(Role role, std::shared_ptr<const vy_frame_t> frame) {
   plane.width = facts.width;
   plane.height = facts.height;
   plane.intrinsic = intrinsicOf(frame.get());
-  plane.pixels = call("read a frame", vysim_frame_get_data, frame.get());
+  plane.pixels = bytesOf(frame.get(), facts, bytesPerPixel(plane.kind));
   plane.size = size_t{facts.width} * facts.height * bytesPerPixel(plane.kind);
-  if (call("read a frame", vysim_frame_get_size, frame.get()) < plane.size) {
-    throw Failure(fmt::format("a frame ({}) has fewer bytes than its pixels need", facts.describe()));
-  }
   plane.frame = std::move(frame);
   return plane;
 }

@@ -33,9 +33,10 @@ struct Plane {
   size_t size = 0;  ///< of the pixels, in bytes
 };
 
+/// A frame without plain pixels, or with too few of them, is a Failure.
 Plane planeOf(Role role, std::shared_ptr<const vy_frame_t> frame);
 
-/// Shares a frame that has plain pixels, or unpacks it.
+/// Shares a frame that has plain pixels, or unpacks it; where the chain has no filter for that, it is a Failure.
 std::shared_ptr<vy_frame_t> plainFrame(const std::shared_ptr<vy_frame_t>& frame, const Chain& chain);
 
 }  // namespace vycam

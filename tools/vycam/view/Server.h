@@ -24,8 +24,8 @@ struct ServerOptions {
 
 class Server {
  public:
-  /// Listens, and starts the streams of `cameras`, which must outlive the server. A port that cannot be had is a
-  /// Failure.
+  /// Listens, and starts the streams of `cameras`, which must outlive the server and serve no other one. A port that
+  /// cannot be had is a Failure.
   Server(LiveCameras& cameras, ServerOptions options);
   Server(const Server&) = delete;
   Server& operator=(const Server&) = delete;
