@@ -1,11 +1,11 @@
 // Watches a viewer's depth stream with some clients, before and after the chain, and prints each minute what it costs.
-// The last line sums up. Arguments: minutes, clients.
+// The last line sums up. Arguments: minutes, clients, options of `vycam view`.
 import { readFileSync } from "node:fs";
 import { execFileSync } from "node:child_process";
 import WebSocket from "ws";
 import { DEPTH, serve } from "./viewer.mjs";
 
-const [minutes, clients] = process.argv.slice(2).map(Number);
+const [minutes, clients] = process.argv.slice(2, 4).map(Number);
 const TICKS_PER_SECOND = Number(execFileSync("getconf", ["CLK_TCK"]));
 
 class Watcher {
@@ -46,7 +46,7 @@ function usage(pid) {
 
 const wait = (milliseconds) => new Promise((done) => setTimeout(done, milliseconds));
 
-const { server, address } = await serve("--port", "0");
+const { server, address } = await serve("--port", "0", ...process.argv.slice(4));
 process.on("exit", () => server.kill());
 const watchers = Array.from({ length: clients }, () => new Watcher(address));
 await wait(5000); // until all have frames, and all buffers have the size that they keep
