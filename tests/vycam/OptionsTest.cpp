@@ -22,6 +22,7 @@ TEST_F(OptionsTest, BadInputIsToldInOneLineAndLeavesNothingBehind) {
       {"galery",
        {"unknown command \"galery\" (did you mean gallery?); commands are families, schema, run, view, gallery ("}},
       {"paint", {"unknown command \"paint\"; commands"}},
+      {"runn", {"unknown command \"runn\" (did you mean run?); commands"}},
       {"schema run", {"not expected: \"run\" (vycam schema --help tells more)"}},
       {"--version --bogus", {"unknown option \"--bogus\" (vycam --help tells more)"}},
       // What is unknown comes first: with it, other words seem to be missing.
