@@ -215,7 +215,11 @@ TEST_F(SimulatedHost, FiltersRefuseFramesThatTheyCannotWorkOn) {
     EXPECT_EQ(error.exceptionType, kUnsuitableFrame) << each.filter << ": " << error.message;
     const auto otherWay = each.isPrivate ? vy_create_filter : vy_create_private_filter;
     EXPECT_EQ(otherWay(each.filter, slot), nullptr);
-    EXPECT_EQ(slot.take().exceptionType, kNotFound) << each.filter;
+    const Error refusal = slot.take();
+    EXPECT_EQ(refusal.exceptionType, kNotFound) << each.filter;
+    const char* const way = each.isPrivate ? "is private: create it with vy_create_private_filter"
+                                           : "is public: create it with vy_create_filter";
+    EXPECT_NE(refusal.message.find(way), std::string::npos) << refusal.message;
   }
 }
 
