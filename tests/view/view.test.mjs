@@ -1,6 +1,6 @@
 // The viewer in a real browser.
 import assert from "node:assert/strict";
-import { mkdtempSync, readFileSync, readdirSync, rmSync } from "node:fs";
+import { mkdtempSync, readFileSync, readdirSync, rmSync, writeFileSync } from "node:fs";
 import { tmpdir } from "node:os";
 import { join } from "node:path";
 import { after, afterEach, before, test } from "node:test";
@@ -62,6 +62,15 @@ test("a slider changes the picture, and goes back to the start", async () => {
   await viewer.untilPicture(({ right }) => right.missing < 0.5);
 });
 
+test("a stream without any measurement is drawn, and so are the others", async () => {
+  await viewer.page.focus(setting(MAX_DEPTH, '[type="range"]'));
+  await viewer.page.keyboard.press("Home");
+  await viewer.untilText(card(DEPTH, ".settings .changed"), /1 changed/);
+  await viewer.page.reload();
+  await viewer.page.waitForSelector(card(DEPTH, '[data-state="live"]'));
+  await viewer.page.waitForSelector(card(COLOUR, '[data-state="live"]'));
+});
+
 test("a switch in the chain turns a filter off", async () => {
   const box = card(DEPTH, ".chain li:nth-child(4)");
   assert.match(await viewer.untilText(`${box} .time`, /\d ms/), /^\d+\.\d\d ms$/);
@@ -80,7 +89,12 @@ test("a refused value is told in the host's words, and the old one comes back", 
   await viewer.until((selector) => document.querySelector(selector).value === "200", setting(ISLANDS, '[type="number"]'));
   await viewer.screenshot("refused");
   await viewer.type(setting(ISLANDS, '[type="number"]'), 300);
-  await viewer.until((selector) => document.querySelector(selector).hidden, setting(ISLANDS, ".refused"));
+  const isClear = () => viewer.until((selector) => document.querySelector(selector).hidden, setting(ISLANDS, ".refused"));
+  await isClear();
+  await viewer.type(setting(ISLANDS, '[type="number"]'), 20000);
+  await viewer.untilText(setting(ISLANDS, ".refused"), /./);
+  await viewer.click(card(DEPTH, ".reset"));
+  await isClear();
 });
 
 test("the error against the truth is a picture and numbers", async () => {
@@ -152,9 +166,12 @@ test("depth lies over colour as opaque as one wants", async () => {
 test("what one client sets, another sees", async () => {
   const other = await Viewer.open(chromium.browser, vycam.address);
   await viewer.page.bringToFront();
+  const typed = await other.page.$(setting(MAX_DEPTH, '[type="number"]'));
+  await typed.evaluate((input) => (input.value = "12")); // and not entered yet
   await viewer.type(setting(ISLANDS, '[type="number"]'), 321);
   await other.until((selector) => document.querySelector(selector).value === "321", setting(ISLANDS, '[type="number"]'));
   assert.match(await other.untilText(card(DEPTH, ".settings .changed"), /./), /1 changed/);
+  assert.equal(await typed.evaluate((input) => input.value), "12");
   await other.page.close();
   assert.deepEqual(other.complaints, []);
 });
@@ -183,7 +200,8 @@ test("a call that fails on purpose shows what an application would get", async (
   await viewer.page.select('#fail [name="function"]', "vy_filter_process");
   await viewer.page.select('#fail [name="kind"]', "error");
   await viewer.screenshot("fault-form");
-  await viewer.click("#fail form button");
+  await viewer.type('#fail [name="nth"]', 1000001); // the server would end the connection
+  await viewer.type('#fail [name="nth"]', 1);
   await viewer.untilText("#fail .answer", /Call 1 of vy_filter_process/);
   const failed = '.failed:not([hidden])';
   assert.match(await viewer.untilText(failed, /refused/), /1 frame refused\. The last error: .*vy_filter_process/);
@@ -214,6 +232,12 @@ test("settings go to a file and back, and to arguments of vycam run", async () =
   await input.uploadFile(join(folder, name));
   await viewer.untilText(card(DEPTH, ".settings .answer"), /Loaded \d+ settings/);
   await viewer.until((where, wanted) => document.querySelector(where).textContent === wanted, code, text);
+
+  const d2c = { on: true, scale: "1.5", left: 0, top: 0, right: 0, bottom: 0, apply: true };
+  writeFileSync(join(folder, name), JSON.stringify({ values: { [ISLANDS]: "500" }, d2c }));
+  await input.uploadFile(join(folder, name));
+  await viewer.untilText(card(DEPTH, ".settings .answer"), /"d2c" must have numbers in scale/);
+  assert.equal(await viewer.page.$eval(code, ({ textContent }) => textContent), text, "nothing was set");
   rmSync(folder, { recursive: true });
 });
 

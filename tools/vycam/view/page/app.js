@@ -57,10 +57,15 @@ function makeSurface() {
 function draw() {
   isDrawing = false;
   watch();
-  for (const card of dirty) {
-    if (card.isVisible) card.draw();
-  }
+  const waiting = [...dirty];
   dirty.clear();
+  for (const card of waiting) {
+    try {
+      if (card.isVisible) card.draw();
+    } catch (error) {
+      reportError(error); // and the other cards are drawn
+    }
+  }
 }
 
 // Tells the server what can be seen, if that is something else than before.
@@ -125,7 +130,9 @@ const connection = new Connection({
     if (newShape !== shape) build(hello);
     shape = newShape;
     for (const { id, settings, d2c } of hello.streams) {
-      cards.get(id).update({ values: Object.fromEntries(settings.map(({ key, value }) => [key, value])), d2c });
+      const card = cards.get(id);
+      card.update({ values: Object.fromEntries(settings.map(({ key, value }) => [key, value])), d2c });
+      card.clearRefusals();
     }
     hello.cameras.forEach(({ paused }, number) => showPaused(number, paused));
     banner.hidden = true;

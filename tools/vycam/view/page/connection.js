@@ -5,6 +5,7 @@ const FIRST_WAIT = 500;
 const LONGEST_WAIT = 15000;
 const SILENCE = 4000; // the server sends figures twice a second
 
+// What the server does not do, in its words. All other failures of a request are plain errors.
 export class Refusal extends Error {}
 
 export class Connection {
@@ -30,7 +31,9 @@ export class Connection {
     address.protocol = location.protocol === "https:" ? "wss:" : "ws:";
     const socket = new WebSocket(address, "vycam");
     socket.binaryType = "arraybuffer";
+    this.#socket?.close(); // a second "Try now" comes while the first is still under way
     this.#socket = socket;
+    this.#abandonRequests();
     this.#lastHeard = performance.now();
     this.#isWatching = false;
     socket.addEventListener("message", (event) => {
@@ -46,9 +49,9 @@ export class Connection {
     if (this.#socket?.readyState === WebSocket.OPEN) this.#socket.send(JSON.stringify(message));
   }
 
-  // A promise that the server's "done" fulfils. "refused" rejects it with a Refusal that has the server's words.
+  // A promise that the server's "done" fulfils, and that "refused" rejects with a Refusal.
   request(message) {
-    if (this.#socket?.readyState !== WebSocket.OPEN) return Promise.reject(new Refusal("There is no connection."));
+    if (this.#socket?.readyState !== WebSocket.OPEN) return Promise.reject(new Error("There is no connection."));
     return new Promise((resolve, reject) => {
       const request = this.#nextRequest++;
       this.#requests.set(request, { resolve, reject });
@@ -92,10 +95,14 @@ export class Connection {
 
   #lose(reason) {
     this.#socket = null;
-    for (const waiting of this.#requests.values()) waiting.reject(new Refusal("The connection was lost."));
-    this.#requests.clear();
+    this.#abandonRequests();
     const wait = Math.min(FIRST_WAIT * 2 ** this.#attempts++, LONGEST_WAIT);
     this.#retry = setTimeout(() => this.open(), wait);
     this.#handlers.lost({ reason, attempt: this.#attempts, wait });
+  }
+
+  #abandonRequests() {
+    for (const waiting of this.#requests.values()) waiting.reject(new Error("The connection was lost."));
+    this.#requests.clear();
   }
 }

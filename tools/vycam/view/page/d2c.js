@@ -1,6 +1,7 @@
 // The parameters of hardware depth-to-colour.
 
-const NUMBERS = ["scale", "left", "top", "right", "bottom"];
+export const NUMBERS = ["scale", "left", "top", "right", "bottom"];
+export const SWITCHES = ["on", "apply"];
 
 export class HardwareD2C {
   current;
@@ -12,7 +13,8 @@ export class HardwareD2C {
     form.addEventListener("submit", (event) => event.preventDefault());
     form.addEventListener("change", async () => {
       const fields = form.elements;
-      const wanted = { on: fields.on.checked, apply: fields.apply.checked };
+      const wanted = {};
+      for (const name of SWITCHES) wanted[name] = fields[name].checked;
       for (const name of NUMBERS) wanted[name] = fields[name].valueAsNumber;
       const answer = form.querySelector(".answer");
       answer.textContent = "";
@@ -31,8 +33,7 @@ export class HardwareD2C {
   show(d2c, isBack = false) {
     this.current = d2c;
     const fields = this.#form.elements;
-    fields.on.checked = d2c.on;
-    fields.apply.checked = d2c.apply;
+    for (const name of SWITCHES) fields[name].checked = d2c[name];
     for (const name of NUMBERS) {
       if (isBack || fields[name] !== document.activeElement) fields[name].value = d2c[name];
     }

@@ -1,6 +1,6 @@
 // The settings of a stream as arguments of `vycam run`, and as a file.
+import { NUMBERS, SWITCHES } from "./d2c.js";
 
-const D2C_ITEMS = ["scale", "left", "top", "right", "bottom"];
 const D2C_SWITCH = "HardwareD2CProcessor#255";
 
 // One line with what differs from the start; empty if nothing does. --d2c switches its filter on by itself.
@@ -9,7 +9,7 @@ export function asArguments(settings, d2c) {
     .filter(({ key }) => !(d2c?.on && key === D2C_SWITCH))
     .map(({ key }) => `--set '${key}=${settings.values.get(key)}'`);
   if (d2c?.on) {
-    parts.push(`--d2c ${D2C_ITEMS.map((item) => `${item}=${d2c[item]}`).join()},apply=${d2c.apply ? 1 : 0}`);
+    parts.push(`--d2c ${NUMBERS.map((item) => `${item}=${d2c[item]}`).join()},apply=${d2c.apply ? 1 : 0}`);
   }
   return parts.join(" ");
 }
@@ -33,9 +33,11 @@ export async function loadFile(file, stream, settings, request) {
   await request({ type: "set", stream: stream.id, values: Object.fromEntries(known) });
   if (d2c && stream.d2c) await request({ type: "d2c", stream: stream.id, ...d2c });
   const rest = unknown.length > 0 ? ` Not in this chain: ${unknown.join(", ")}.` : "";
-  return `Loaded ${known.length} settings from ${file.name}.${rest}`;
+  const d2cRest = d2c && !stream.d2c ? " This chain cannot align, so d2c is left out." : "";
+  return `Loaded ${known.length} settings from ${file.name}.${rest}${d2cRest}`;
 }
 
+// What the file says, all of it of the right type: the server closes the connection of who sends it another.
 function parse(text) {
   let content;
   try {
@@ -47,5 +49,15 @@ function parse(text) {
   if (!values || Object.values(values).some((value) => typeof value !== "string")) {
     throw new Error('This is no settings file: it has no "values" with texts.');
   }
-  return { values, d2c };
+  return { values, d2c: d2c && alignmentOf(d2c) };
+}
+
+function alignmentOf(d2c) {
+  const isRight = NUMBERS.every((name) => Number.isFinite(d2c[name])) &&
+    SWITCHES.every((name) => typeof d2c[name] === "boolean");
+  if (!isRight) {
+    throw new Error(`This is no settings file: its "d2c" must have numbers in ${NUMBERS.join(", ")}, ` +
+      `and true or false in ${SWITCHES.join(" and ")}.`);
+  }
+  return Object.fromEntries([...NUMBERS, ...SWITCHES].map((name) => [name, d2c[name]]));
 }

@@ -25,7 +25,7 @@ export class Legend {
       });
     }
     this.#fit.addEventListener("change", () => {
-      Object.assign(this.#kept(), { isFitted: this.#fit.checked, fittedAt: 0 });
+      Object.assign(this.#kept(), { isFitted: this.#fit.checked, fittedAt: -Infinity });
       changed();
     });
   }
@@ -35,11 +35,11 @@ export class Legend {
     this.#kind = kind;
     const kept = this.#kept();
     const now = performance.now();
-    if (kept.isFitted && (!kept.range || now - kept.fittedAt > REFIT_MILLISECONDS)) {
+    if (kept.isFitted && now - kept.fittedAt > REFIT_MILLISECONDS) {
       kept.range = steady(kept.range, measure());
       kept.fittedAt = now;
     }
-    return kept.range ?? { low: 0, high: 1 };
+    return kept.range;
   }
 
   hide() {
@@ -82,7 +82,9 @@ export class Legend {
   }
 
   #kept() {
-    if (!this.#ranges.has(this.#kind)) this.#ranges.set(this.#kind, { range: null, isFitted: true, fittedAt: 0 });
+    if (!this.#ranges.has(this.#kind)) {
+      this.#ranges.set(this.#kind, { range: { low: 0, high: 1 }, isFitted: true, fittedAt: -Infinity });
+    }
     return this.#ranges.get(this.#kind);
   }
 

@@ -54,9 +54,9 @@ export function errorRange(after, truth) {
   return { low: -high, high };
 }
 
-// The older range while the newer one is close to it.
+// The older range while the newer one is close to it, or there is none.
 export function steady(older, newer) {
-  if (!older || !newer) return newer ?? older;
+  if (!newer) return older;
   const allowed = (older.high - older.low) * TOLERANCE;
   const isClose = Math.abs(older.low - newer.low) <= allowed && Math.abs(older.high - newer.high) <= allowed;
   return isClose ? older : newer;

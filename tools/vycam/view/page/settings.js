@@ -1,4 +1,5 @@
 // The settings of a chain, one row each, made from the library's schema.
+import { Refusal } from "./connection.js";
 
 const MOST_SLIDER_STEPS = 100000;
 
@@ -28,6 +29,8 @@ export class Settings {
 
   update(values) {
     for (const [key, value] of Object.entries(values)) {
+      // A row whose value stays is left alone, as somebody may be typing in it.
+      if (this.values.get(key) === value) continue;
       this.values.set(key, value);
       if (key !== this.#sending && !this.#waiting.has(key)) this.#rows.get(key)?.show(value);
     }
@@ -45,15 +48,18 @@ export class Settings {
       const row = this.#rows.get(next);
       try {
         await this.#request({ type: "set", stream: this.#stream.id, values: { [next]: wanted } });
-        this.values.set(next, wanted);
         row.refuse("");
-      } catch (refusal) {
-        row.refuse(`${wanted} was refused: ${refusal.message}`);
+      } catch (error) {
+        row.refuse(error instanceof Refusal ? `${wanted} was refused: ${error.message}` : error.message);
       }
       this.#sending = null;
       if (!this.#waiting.has(next)) row.show(this.values.get(next));
       this.#changed();
     }
+  }
+
+  clearRefusals() {
+    for (const row of this.#rows.values()) row.refuse("");
   }
 
   // The settings that differ from the start.

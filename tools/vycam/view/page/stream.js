@@ -55,6 +55,12 @@ export class StreamCard {
     this.#settings.update(values);
   }
 
+  // What was refused before all values came anew says nothing about them.
+  clearRefusals() {
+    this.#settings.clearRefusals();
+    for (const answer of this.element.querySelectorAll(".answer")) answer.textContent = "";
+  }
+
   draw() {
     this.stage.draw();
     const frame = this.#page.newest(this.stream.id);
@@ -121,7 +127,9 @@ export class StreamCard {
     const tell = async (what) => {
       answer.textContent = "";
       try {
-        answer.textContent = (await what) ?? "";
+        const said = await what;
+        this.clearRefusals();
+        answer.textContent = said ?? "";
       } catch (error) {
         answer.textContent = error.message;
       }
