@@ -73,7 +73,8 @@ TEST_F(ViewServerTest, TheGreetingDescribesCamerasAndStreams) {
   ASSERT_EQ(hello["streams"].size(), 3U);
   const Json& depth = hello["streams"][0];
   EXPECT_TRUE(depth["sensor"] == "depth" && depth["kind"] == "depth" && depth["width"] == 640) << depth;
-  EXPECT_TRUE(depth["format"] == "16-bit words" && depth["baseline"] == 40.0 && depth["subPixelBits"] == 7) << depth;
+  EXPECT_TRUE(depth["format"] == "16-bit words" && depth["focalLength"] == 455.0) << depth;
+  EXPECT_TRUE(depth["baseline"] == 40.0 && depth["subPixelBits"] == 7) << depth;
   EXPECT_EQ(depth["toColour"], Json::parse(R"({"stream":2,"rotation":[1,0,0,0,1,0,0,0,1],"translation":[-22,0,0]})"));
   EXPECT_EQ(depth["d2c"]["on"], false);
   EXPECT_EQ(depth["chain"][0]["name"], "CorvidPixelOffsetFix");

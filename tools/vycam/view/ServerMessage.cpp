@@ -96,6 +96,7 @@ Json describe(const StreamFacts& facts, const StreamState& state) {
           {"settings", settingsOf(facts, state)},
           {"d2c", alignmentOf(facts, state)},
           {"toColour", toColourOf(facts)},
+          {"focalLength", isDisparity ? facts.intrinsic.fx : 0.0F},
           {"baseline", isDisparity ? facts.family->baseline_mm : 0.0F},
           {"subPixelBits", isDisparity ? facts.family->sub_pixel_bits : 0}};
 }

@@ -41,8 +41,9 @@ export function isWide(pixel) {
   return pixel <= Pixel.brightness;
 }
 
-// Millimetres times raw steps of a disparity; 0 where the plane is no disparity.
+// Millimetres times raw steps of a disparity; 0 where the plane is no disparity. The steps stay those of the camera when
+// the chain scales or turns the picture and with it the plane's lens.
 export function stepsTimesMillimetres(plane, stream) {
   if (plane.pixel !== Pixel.disparity) return 0;
-  return plane.lens[0] * stream.baseline * 2 ** stream.subPixelBits;
+  return stream.focalLength * stream.baseline * 2 ** stream.subPixelBits;
 }
