@@ -110,13 +110,46 @@ test("the pixel under the pointer is told before and after the chain, and as it 
   const canvas = await viewer.page.$(card(DEPTH, "canvas"));
   const box = await canvas.boundingBox();
   // Holes come and go, so another place is tried until one has all three.
-  await viewer.until((selector) => document.querySelector(selector).ariaLabel, card(DEPTH, "canvas"));
+  await viewer.until((selector) => document.querySelector(selector).dataset.frame, card(DEPTH, "canvas"));
   for (let i = 1; ; i = (i % 9) + 1) {
     await viewer.page.mouse.move(box.x + (box.width * i) / 10, box.y + box.height / 2);
     await viewer.untilText(card(DEPTH, ".readout"), /pixel.*before.*after.*truth/);
     const text = await viewer.page.$eval(card(DEPTH, ".readout"), (readout) => readout.textContent);
     if (/before [\d,]+ steps = [\d,]+ mmafter [\d,]+ mmtruth [\d,]+ mmerror [+−]?\d+ mm/.test(text)) break;
   }
+
+  const column = () => viewer.page.$eval(card(DEPTH, ".readout"), ({ textContent }) => Number(textContent.match(/pixel (\d+)/)[1]));
+  await canvas.focus();
+  const start = await column();
+  await viewer.page.keyboard.press("ArrowRight");
+  await viewer.untilText(card(DEPTH, ".readout"), new RegExp(`pixel ${start + 1},`));
+  await viewer.page.keyboard.down("Shift");
+  await viewer.page.keyboard.press("ArrowRight");
+  await viewer.page.keyboard.up("Shift");
+  await viewer.untilText(card(DEPTH, ".readout"), new RegExp(`pixel ${start + 11},`));
+  await viewer.screenshot("focus");
+});
+
+test("when the browser loses the graphics, the last picture stays and is drawn again later", async () => {
+  const { identifier } = await viewer.page.evaluateOnNewDocument(() => {
+    const { getContext } = HTMLCanvasElement.prototype;
+    HTMLCanvasElement.prototype.getContext = function (kind, ...options) {
+      const context = getContext.call(this, kind, ...options);
+      if (kind === "webgl2") globalThis.graphics = context.getExtension("WEBGL_lose_context");
+      return context;
+    };
+  });
+  await viewer.page.reload();
+  await viewer.page.removeScriptToEvaluateOnNewDocument(identifier);
+  await viewer.page.waitForSelector(card(DEPTH, '[data-state="live"]'));
+  await viewer.pause();
+  const shown = await viewer.picture();
+  await viewer.page.evaluate(() => globalThis.graphics.loseContext());
+  await viewer.untilText(card(DEPTH, '[data-state="nothing"] .waiting'), /lost the graphics/);
+  assert.deepEqual(await viewer.picture(), shown);
+  await viewer.page.evaluate(() => globalThis.graphics.restoreContext());
+  await viewer.page.waitForSelector(card(DEPTH, '[data-state="live"]'));
+  assert.deepEqual(await viewer.picture(), shown);
 });
 
 test("hardware depth-to-colour changes the size, and a wrong parameter is refused", async () => {

@@ -104,7 +104,7 @@ export class Viewer {
   // A camera that is paused shows the same picture again.
   async pause() {
     await this.click(".pause");
-    await this.untilText(".pause", /Resume/);
+    await this.page.waitForSelector('.pause[aria-pressed="true"]');
     await this.untilText(card(DEPTH, '[data-name="frames/s"] dd'), /^0\.0$/);
   }
 
@@ -115,15 +115,12 @@ export class Viewer {
   }
 
   frameNumber(stream = DEPTH) {
-    return this.page.$eval(card(stream, "canvas"), (canvas) => Number(canvas.ariaLabel.match(/frame (\d+)/)[1]));
+    return this.page.$eval(card(stream, "canvas"), (canvas) => Number(canvas.dataset.frame));
   }
 
   // Waits until a frame later than `number` is on the canvas; later than the one that is there now without it.
   async nextFrame(stream = DEPTH, number = undefined) {
-    await this.until((selector, last) => {
-      const label = document.querySelector(selector).ariaLabel;
-      return Number(label?.match(/frame (\d+)/)?.[1]) > last;
-    }, card(stream, "canvas"), number ?? (await this.frameNumber(stream)));
+    await this.until((selector, last) => Number(document.querySelector(selector).dataset.frame) > last, card(stream, "canvas"), number ?? (await this.frameNumber(stream)));
   }
 
   // Waits until the server has told newer figures, which it does twice a second.

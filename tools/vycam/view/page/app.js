@@ -15,7 +15,6 @@ const KEPT_FRAMES = 4;
 const cameras = [];
 const dirty = new Set();
 let watched = "";
-let shape = "";
 let isDrawing = false;
 let retryAt = 0;
 
@@ -47,7 +46,9 @@ const visibility = new IntersectionObserver((entries) => {
 
 function makeSurface() {
   try {
-    return new Surface();
+    return new Surface(() => {
+      for (const card of cards.values()) page.changed(card);
+    });
   } catch (error) {
     main.textContent = error.message;
     throw error;
@@ -84,11 +85,8 @@ function watch() {
 }
 
 function build(hello) {
-  visibility.disconnect();
-  cards.clear();
-  frames.clear();
-  cameras.length = 0;
-  main.replaceChildren();
+  document.getElementById("version").textContent = hello.version;
+  faults.offer(hello.faults);
   hello.cameras.forEach((camera, number) => {
     const section = clone("camera");
     section.querySelector("h2").textContent = camera.name;
@@ -111,7 +109,6 @@ function build(hello) {
 function showPaused(number, isPaused) {
   const { pause, step, section } = cameras[number];
   pause.ariaPressed = String(isPaused);
-  pause.textContent = isPaused ? "Resume" : "Pause";
   step.disabled = !isPaused;
   section.classList.toggle("paused", isPaused);
 }
@@ -124,11 +121,7 @@ function showLink(state, text) {
 
 const connection = new Connection({
   hello(hello) {
-    document.getElementById("version").textContent = hello.version;
-    faults.offer(hello.faults);
-    const newShape = JSON.stringify(hello.streams.map(({ id, sensor, chain, width, height }) => [id, sensor, chain, width, height]));
-    if (newShape !== shape) build(hello);
-    shape = newShape;
+    if (cards.size === 0) build(hello); // a server that was started anew has another address
     for (const { id, settings, d2c } of hello.streams) {
       const card = cards.get(id);
       card.update({ values: Object.fromEntries(settings.map(({ key, value }) => [key, value])), d2c });

@@ -21,7 +21,7 @@ export class Divider {
       this.#moveTo((event.clientX - left) / width);
     });
     element.addEventListener("keydown", (event) => {
-      if (!KEYS[event.key]) return;
+      if (!KEYS[event.key] || event.ctrlKey || event.metaKey || event.altKey) return;
       event.preventDefault();
       this.#moveTo(this.share + KEYS[event.key] / 100);
     });
@@ -36,7 +36,7 @@ export class Divider {
 
   #show() {
     const percent = Math.round(this.share * 100);
-    this.#element.style.left = `${percent}%`;
+    this.#element.style.left = `${100 * this.share}%`;
     this.#element.ariaValueNow = percent;
     this.#element.ariaValueText = `${percent} % before, ${100 - percent} % after`;
   }

@@ -10,14 +10,23 @@ export class Surface {
   #programs = new Map();
   gl;
 
-  constructor() {
+  // changed(): pictures can be drawn no longer, or again.
+  constructor(changed) {
     this.gl = this.#canvas.getContext("webgl2", { alpha: true, antialias: false, depth: true });
     if (!this.gl) throw new Error("This browser offers no WebGL 2, which draws the pictures.");
-    this.#canvas.addEventListener("webglcontextlost", (event) => event.preventDefault());
+    this.#canvas.addEventListener("webglcontextlost", (event) => {
+      event.preventDefault(); // otherwise it would not come back
+      changed();
+    });
     this.#canvas.addEventListener("webglcontextrestored", () => {
       this.#textures.clear();
       this.#programs.clear();
+      changed();
     });
+  }
+
+  get isLost() {
+    return this.gl.isContextLost();
   }
 
   // Makes an area of that size ready, in the lower left corner, and clears it.

@@ -22,7 +22,7 @@ export class Orbit {
       changed();
     };
     canvas.addEventListener("pointerdown", (event) => {
-      if (!isActive()) return;
+      if (!isActive() || event.button !== 0) return;
       canvas.setPointerCapture(event.pointerId);
       pointers.set(event.pointerId, [event.clientX, event.clientY]);
     });

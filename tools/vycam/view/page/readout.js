@@ -11,6 +11,19 @@ function pixelAt(plane, place, width, height) {
   return x < 0 || y < 0 || x >= plane.width || y >= plane.height ? null : { x, y, index: y * plane.width + x };
 }
 
+// The middle of the pixel so many columns and rows from the one at a place, as such a place; at most at the edge.
+export function placeBeside(plane, place, [columns, rows], width, height) {
+  const shown = fit(plane, width, height);
+  const move = (share, by, side, start, length, count) => {
+    const pixel = Math.floor(((share * side - start) / length) * count) + by;
+    return (start + ((Math.min(Math.max(pixel, 0), count - 1) + 0.5) / count) * length) / side;
+  };
+  return {
+    x: move(place.x, columns, width, shown.x, shown.width, plane.width),
+    y: move(place.y, rows, height, shown.y, shown.height, plane.height),
+  };
+}
+
 function valueAt(plane, stream, index) {
   if (plane.pixel === Pixel.colour) return [...plane.numbers.subarray(3 * index, 3 * index + 3)].join(" ");
   const number = plane.numbers[index];

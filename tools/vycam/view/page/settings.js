@@ -37,7 +37,8 @@ export class Settings {
     this.#changed();
   }
 
-  // Sends one value at a time, so that a refusal belongs to its setting. A later value replaces one that waits.
+  // Sends one value at a time, so that a refusal belongs to its setting. A later value replaces one that waits. The server
+  // tells the values that hold before it answers.
   async set(key, value) {
     this.#waiting.set(key, value);
     if (this.#sending !== null) return;
@@ -123,7 +124,10 @@ class Row {
     const back = this.#part(".back");
     back.textContent = `\u21ba ${isSwitch ? (setting.start === "1" ? "on" : "off") : Number(setting.start)}`;
     back.ariaLabel = `${setting.description}: back to ${setting.start}`;
-    back.addEventListener("click", () => set(setting.start));
+    back.addEventListener("click", () => {
+      this.element.querySelector("input").focus(); // the button hides itself
+      set(setting.start);
+    });
   }
 
   show(value) {

@@ -7,10 +7,11 @@ import { fit, paint, stopsFor } from "./painter.js";
 import { GREY, HOLE, NEAR_TO_FAR, NOTHING, NO_MEASUREMENT } from "./palette.js";
 import { colourView, drawPoints, hasPoints } from "./points.js";
 import { brightnessRange, depthRange, errorRange, measuredShare } from "./range.js";
-import { valuesAt } from "./readout.js";
+import { placeBeside, valuesAt } from "./readout.js";
 
 const LARGEST_SIDE = 1920;
-const PROBE_STEP = 0.01;
+const FAR_STEP = 10; // pixels, with Shift
+export const MODES = { compare: "Before / after", error: "Error", over: "Over colour", cloud: "Points" };
 const ROLES_OF = { compare: ["before", "after"], error: ["after", "truth"], over: ["after"], cloud: ["after"] };
 const MISSING = [NO_MEASUREMENT, "no measurement"];
 
@@ -55,6 +56,7 @@ export class Stage {
   setMode(mode) {
     this.mode = mode;
     this.#element.dataset.mode = mode;
+    this.#canvas.ariaLabel = `${this.#stream.sensor}: ${MODES[mode]}`;
     this.#changed();
   }
 
@@ -67,14 +69,19 @@ export class Stage {
     return streams;
   }
 
+  // Gives the frame that is shown now, or nothing if none could be drawn.
   draw() {
+    if (this.#page.surface.isLost) {
+      this.#say("The browser has lost the graphics. The picture goes on when it has them again.");
+      return undefined;
+    }
     const frame = this.#newestWithColour();
     // After a change of the view, the newest frame may still be one for the former.
-    if (!frame || !ROLES_OF[this.mode].every((role) => frame.planes[role])) return;
+    if (!frame || !ROLES_OF[this.mode].every((role) => frame.planes[role])) return undefined;
     const box = this.#canvas.parentElement;
     const scale = Math.min(devicePixelRatio, LARGEST_SIDE / Math.max(box.clientWidth, 1));
     const [width, height] = [Math.round(box.clientWidth * scale), Math.round(box.clientHeight * scale)];
-    if (width === 0 || height === 0) return;
+    if (width === 0 || height === 0) return undefined;
     if (this.#canvas.width !== width || this.#canvas.height !== height) {
       Object.assign(this.#canvas, { width, height });
     }
@@ -83,8 +90,9 @@ export class Stage {
     const area = { x: 0, y: 0, width, height };
     const drawing = { compare: this.#drawBoth, error: this.#drawError, over: this.#drawOver, cloud: this.#drawCloud };
     drawing[this.mode].call(this, frame.planes, area, frame.microseconds);
-    this.#canvas.ariaLabel = `${this.#stream.sensor}, ${this.#element.dataset.mode}, frame ${frame.number}`;
+    this.#canvas.dataset.frame = frame.number;
     this.#showValues(frame, width, height);
+    return frame;
   }
 
   #drawBoth({ before, after }, area) {
@@ -194,8 +202,11 @@ export class Stage {
 
   #followPointer() {
     const canvas = this.#canvas;
-    const probe = (place) => {
+    const readout = this.#element.querySelector(".readout");
+    // The numbers change with each frame: they are read aloud only while keys move the place.
+    const probe = (place, live = "off") => {
       this.#probe = place;
+      readout.ariaLive = live;
       this.#changed();
     };
     for (const moved of ["pointermove", "pointerdown"]) {
@@ -208,13 +219,14 @@ export class Stage {
       if (event.pointerType !== "touch") probe(null); // a finger hides what it points at until it is lifted
     });
     canvas.addEventListener("blur", () => probe(null));
+    canvas.addEventListener("keyup", () => (readout.ariaLive = "off"));
     const steps = { ArrowLeft: [-1, 0], ArrowRight: [1, 0], ArrowUp: [0, -1], ArrowDown: [0, 1] };
     canvas.addEventListener("keydown", (event) => {
-      if (!steps[event.key] || this.mode === "cloud") return;
+      const plane = this.#page.newest(this.#stream.id)?.planes.after;
+      if (!plane || !steps[event.key] || this.mode === "cloud" || event.ctrlKey || event.metaKey || event.altKey) return;
       event.preventDefault();
-      const { x, y } = this.#probe ?? { x: 0.5, y: 0.5 };
-      const step = (from, direction) => Math.min(Math.max(from + direction * PROBE_STEP, 0), 0.999);
-      probe({ x: step(x, steps[event.key][0]), y: step(y, steps[event.key][1]) });
+      const step = steps[event.key].map((direction) => direction * (event.shiftKey ? FAR_STEP : 1));
+      probe(placeBeside(plane, this.#probe ?? { x: 0.5, y: 0.5 }, step, canvas.width, canvas.height), "polite");
     });
   }
 

@@ -4,9 +4,8 @@ import { HardwareD2C } from "./d2c.js";
 import { asArguments, loadFile, saveFile } from "./exchange.js";
 import { Pixel } from "./frames.js";
 import { Settings, clone } from "./settings.js";
-import { Stage } from "./stage.js";
+import { MODES, Stage } from "./stage.js";
 
-const MODES = { compare: "Before / after", error: "Error", over: "Over colour", cloud: "Points" };
 const TITLES = {
   depth: "Depth", color: "Colour", ir: "Infrared", "ir-left": "Left infrared", "ir-right": "Right infrared",
 };
@@ -24,7 +23,8 @@ export class StreamCard {
   #chain;
   #d2c = null;
   #page;
-  #drawn = []; // when, in the last two seconds
+  #drawn = []; // when a new frame was, in the last two seconds
+  #number; // of the frame that was drawn last
   #facts = "";
 
   // page: surface, newest, request, and changed(card): the card has to be drawn anew.
@@ -62,11 +62,11 @@ export class StreamCard {
   }
 
   draw() {
-    this.stage.draw();
-    const frame = this.#page.newest(this.stream.id);
-    const after = frame?.planes.after;
-    if (!after) return;
-    this.#drawn.push(performance.now());
+    const frame = this.stage.draw();
+    if (!frame) return;
+    const { after } = frame.planes;
+    if (frame.number !== this.#number) this.#drawn.push(performance.now());
+    this.#number = frame.number;
     const facts = `${this.stream.width} × ${this.stream.height}, ${this.stream.format} \u2192 ` +
       `${after.width} × ${after.height}, ${MEANINGS[after.pixel]}`;
     if (facts !== this.#facts) this.#part(".facts").textContent = this.#facts = facts;
@@ -147,7 +147,12 @@ export class StreamCard {
     const code = this.#part(".arguments code");
     this.#part(".arguments button").addEventListener("click", async ({ target }) => {
       getSelection().selectAllChildren(code); // for Ctrl-C, where the browser denies the clipboard
-      await navigator.clipboard.writeText(code.textContent);
+      try {
+        await navigator.clipboard.writeText(code.textContent);
+      } catch {
+        answer.textContent = "The browser denies the clipboard. Press Ctrl-C to copy what is selected.";
+        return;
+      }
       target.textContent = "Copied";
       setTimeout(() => (target.textContent = "Copy"), 1500);
     });
