@@ -348,15 +348,22 @@ test("the palette is that of vycam's pictures", async () => {
   assert.deepEqual(await viewer.page.evaluate(() => import("./palette.js").then((palette) => palette.WARM_TO_COOL.flat())), stops);
 });
 
-test("a lost server is told, and the page recovers", async () => {
+test("a lost server is told, and the page recovers with one connection", async () => {
+  const session = await viewer.page.createCDPSession();
+  const sockets = new Set();
+  session.on("Network.webSocketCreated", ({ requestId }) => sockets.add(requestId));
+  session.on("Network.webSocketClosed", ({ requestId }) => sockets.delete(requestId));
+  await session.send("Network.enable");
   vycam.server.kill("SIGSTOP");
   await viewer.untilText("#banner:not([hidden]) p", /The connection to vycam is lost\. The server does not answer\./);
   await viewer.untilText("#link", /not connected/);
   await viewer.screenshot("lost");
+  for (let i = 0; i < 3; ++i) await viewer.click("#banner button");
   vycam.server.kill("SIGCONT");
   await viewer.until(() => document.getElementById("banner").hidden);
   await viewer.untilText("#link", /live/);
   await viewer.nextFrame();
+  assert.equal(sockets.size, 1);
 });
 
 // How far the mean colours of two halves of a picture are apart.
