@@ -181,6 +181,19 @@ TEST_F(RunTest, SummariesTellWhatTheRunWas) {
   }
 }
 
+TEST_F(RunTest, FramesThatAreKeptShareTheirScales) {
+  ASSERT_EQ(vycam("run --camera Corvid --sensor depth --size 64x48 --frames 4 --keep all --out made").exitCode, 0);
+  for (const std::string name : {"raw.png", "output.png", "truth.png", "error.png"}) {
+    const StoredPng first = png("made/frames/00000-" + name), last = png("made/frames/00003-" + name);
+    ASSERT_EQ(first.height, last.height);
+    size_t different = 0;
+    for (size_t y = 48; y < first.height; ++y) {
+      for (size_t x = 0; x < first.width; ++x) different += first.colour(x, y) != last.colour(x, y) ? 1 : 0;
+    }
+    EXPECT_EQ(different, 0U) << name;
+  }
+}
+
 TEST_F(RunTest, EveryFrameIsKeptAndComesBack) {
   const std::string pellan = "run --camera Pellan --sensor depth ";
   const Outcome outcome = vycam(pellan + "--frames 3 --keep all --ply --raw --depth scene.png --json --out made");
@@ -246,7 +259,7 @@ TEST_F(RunTest, EveryFrameIsKeptAndComesBack) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.arguments);
-    EXPECT_EQ(vycam(pellan + c.arguments + " --out again").err, "");
+    EXPECT_EQ(vycam(pellan + c.arguments + " --keep all --out again").err, "");
     for (const char* name : {"raw.png", "output16.png", "truth.png"}) {
       const std::string kept = contentsOf(path("made/frames/" + std::string(c.same) + "-" + name));
       EXPECT_EQ(contentsOf(path("again/" + std::string(name))), name[0] != 't' || c.hasTruth ? kept : "") << name;

@@ -58,7 +58,8 @@ GalleryEntry makeEntry(const Library& library, StreamOptions options, const Sens
   if (takenSignal() != 0) {
     throw Failure("ended by a signal; nothing was written");
   }
-  const StreamPictures pictures = paint(result, *options.family);
+  StreamScales scales;
+  const StreamPictures pictures = paint(result, *options.family, scales);
   const std::string stem = fmt::format("{}-{}", options.family->name, sensorName(chain.sensor));
 
   GalleryEntry entry;

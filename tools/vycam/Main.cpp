@@ -98,7 +98,7 @@ CLI::App* addRun(CLI::App& app, vycam::RunArguments& arguments) {
   command
       ->add_option_function<std::string>(
           "--keep", [&](const std::string& which) { arguments.keepsAll = which == "all"; },
-          "all: the files of each frame, too, in frames/")
+          "all: the files of each frame, too, in frames/; all pictures have the scales of the first")
       ->check(CLI::IsMember({"all", "last"}).description(""))
       ->type_name("all|last");
   command->add_flag("--ply", arguments.writesCloud, "also cloud.ply, the output's points in space, in millimetres");

@@ -71,8 +71,8 @@ std::string cloudOf(const StreamResult& result, const Picture& output) {
 
 /// Writes what there is of a frame; `start` begins the names.
 void writeFrame(const StreamResult& result, const RunArguments& arguments, const vysim_family& family,
-                const std::string& start, OutputFolder& folder) {
-  const StreamPictures pictures = paint(result, family);
+                const std::string& start, StreamScales& scales, OutputFolder& folder) {
+  const StreamPictures pictures = paint(result, family, scales);
   folder.write(start + "raw.png", pictures.raw->png());
   folder.write(start + "output.png", pictures.output->png());
   if (pictures.truth) {
@@ -108,10 +108,11 @@ StreamResult runAndWrite(const Library& library, const RunArguments& arguments, 
   raw.family = options.family;
   raw.sensor = options.sensor;
   raw.scene = options.depth ? "a depth image" : options.replay ? options.replay->scene : kRoom;
+  StreamScales scales;
   const auto onFrame = [&](const StreamResult& result) {
     if (arguments.keepsAll) {
       const std::string start = fmt::format("frames/{:05}-", result.frames - 1);
-      writeFrame(result, arguments, *options.family, start, folder);
+      writeFrame(result, arguments, *options.family, start, scales, folder);
     }
     if (arguments.writesRaw) {
       writeRawFrame(result.sent.get(), raw, folder);
@@ -119,7 +120,7 @@ StreamResult runAndWrite(const Library& library, const RunArguments& arguments, 
   };
   Progress progress(fmt::format("{} {}", options.family->name, sensorName(options.sensor)), options.frames);
   StreamResult result = runStream(library, options, progress, onFrame);
-  writeFrame(result, arguments, *options.family, "", folder);
+  writeFrame(result, arguments, *options.family, "", scales, folder);
   if (arguments.writesRaw) {
     folder.write("raw/frames.json", describeRawFrames(raw, result.sent.get()));
   }

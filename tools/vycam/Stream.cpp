@@ -116,17 +116,24 @@ Scale disparityScale(const GreyImage& image, const std::string& title) {
   return scale;
 }
 
-Picture paintRaw(const StreamResult& result, const vysim_family& family) {
+Scale keep(std::optional<Scale>& kept, Scale fitted) {
+  if (!kept) {
+    kept = std::move(fitted);
+  }
+  return *kept;
+}
+
+Picture paintRaw(const StreamResult& result, const vysim_family& family, StreamScales& scales) {
   const GreyImage numbers = greyPixels(result.raw.get());
   if (result.rawFacts.pixelType == VY_PIXEL_DEPTH) {
-    return Picture::ofNumbers(numbers, scaleFor({&numbers}, "as sent: depth in mm"));
+    return Picture::ofNumbers(numbers, keep(scales.raw, scaleFor({&numbers}, "as sent: depth in mm")));
   }
   const std::string unit = fmt::format("as sent: disparity, 1/{} px", 1 << family.sub_pixel_bits);
-  return Picture::ofNumbers(numbers, disparityScale(numbers, unit));
+  return Picture::ofNumbers(numbers, keep(scales.raw, disparityScale(numbers, unit)));
 }
 
 /// The difference of output and truth where both have a depth.
-Picture paintError(const StreamResult& result, const GreyImage& output) {
+Picture paintError(const StreamResult& result, const GreyImage& output, StreamScales& scales) {
   constexpr uint16_t kNone = 0xFFFF;
   GreyImage error = output;
   for (size_t i = 0; i < error.pixels.size(); ++i) {
@@ -140,39 +147,40 @@ Picture paintError(const StreamResult& result, const GreyImage& output) {
   scale.palette = Palette::CoolToWarm;
   scale.missing = kNone;
   scale.title = "error in mm";
-  return Picture::ofNumbers(error, scale);
+  return Picture::ofNumbers(error, keep(scales.error, scale));
 }
 
-StreamPictures paintDepth(const StreamResult& result, const vysim_family& family) {
+StreamPictures paintDepth(const StreamResult& result, const vysim_family& family, StreamScales& scales) {
   StreamPictures pictures;
   const GreyImage output = greyPixels(result.output.get());
-  pictures.raw = paintRaw(result, family);
+  pictures.raw = paintRaw(result, family, scales);
   if (result.outputFacts.pixelType != VY_PIXEL_DEPTH) {
     // The conversion to depth is switched off, so output and truth have no common scale.
-    pictures.output = Picture::ofNumbers(output, disparityScale(output, "output: disparity"));
+    pictures.output = Picture::ofNumbers(output, keep(scales.output, disparityScale(output, "output: disparity")));
     if (result.truth) {
-      pictures.truth = Picture::ofNumbers(*result.truth, scaleFor({&*result.truth}, "truth: depth in mm"));
+      const Scale fitted = scaleFor({&*result.truth}, "truth: depth in mm");
+      pictures.truth = Picture::ofNumbers(*result.truth, keep(scales.truth, fitted));
     }
     return pictures;
   }
   const GreyImage& truth = result.truth ? *result.truth : output;
-  Scale scale = scaleFor({&output, &truth}, "output: depth in mm");
+  Scale scale = keep(scales.output, scaleFor({&output, &truth}, "output: depth in mm"));
   pictures.output = Picture::ofNumbers(output, scale);
   if (result.truth) {
     scale.title = "truth: depth in mm";
     pictures.truth = Picture::ofNumbers(truth, scale);
   }
   if (result.accuracy) {
-    pictures.error = paintError(result, output);
+    pictures.error = paintError(result, output, scales);
   }
   return pictures;
 }
 
-StreamPictures paintInfrared(const StreamResult& result) {
+StreamPictures paintInfrared(const StreamResult& result, StreamScales& scales) {
   StreamPictures pictures;
   const GreyImage raw = greyPixels(result.raw.get());
   const GreyImage output = greyPixels(result.output.get());
-  Scale scale = scaleFor({&raw, &output}, "as sent: infrared brightness");
+  Scale scale = keep(scales.raw, scaleFor({&raw, &output}, "as sent: infrared brightness"));
   scale.palette = Palette::Grey;
   scale.low = 0;
   scale.missing = -1;
@@ -184,14 +192,15 @@ StreamPictures paintInfrared(const StreamResult& result) {
 
 }  // namespace
 
-StreamPictures paint(const StreamResult& result, const vysim_family& family) {
+StreamPictures paint(const StreamResult& result, const vysim_family& family, StreamScales& scales) {
   if (result.outputFacts.pixelType == VY_PIXEL_COLOR) {
     StreamPictures pictures;
     pictures.raw = paintColour(result.raw.get());
     pictures.output = paintColour(result.output.get());
     return pictures;
   }
-  return result.outputFacts.pixelType == VY_PIXEL_INTENSITY ? paintInfrared(result) : paintDepth(result, family);
+  return result.outputFacts.pixelType == VY_PIXEL_INTENSITY ? paintInfrared(result, scales)
+                                                            : paintDepth(result, family, scales);
 }
 
 }  // namespace vycam

@@ -55,6 +55,12 @@ struct StreamPictures {
   std::optional<Picture> raw, output, truth, error;
 };
 
-StreamPictures paint(const StreamResult& result, const vysim_family& family);
+/// The scales of a stream's pictures. Those of the first frame stay, so that its pictures compare with later ones.
+struct StreamScales {
+  std::optional<Scale> raw, output, truth, error;
+};
+
+/// Fits the scales that are not there yet.
+StreamPictures paint(const StreamResult& result, const vysim_family& family, StreamScales& scales);
 
 }  // namespace vycam

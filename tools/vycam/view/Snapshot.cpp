@@ -21,7 +21,8 @@ std::string paintedOutput(const StreamFacts& facts, const vy_frame_t* raw, const
   if (facts.stream.sensor == VY_SENSOR_DEPTH) {
     result.truth = std::move(truth);
   }
-  return paint(result, *facts.family).output->png();
+  StreamScales scales;
+  return paint(result, *facts.family, scales).output->png();
 }
 
 }  // namespace
