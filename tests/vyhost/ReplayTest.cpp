@@ -151,7 +151,7 @@ TEST_F(ReplayTest, WhatCannotBeReplayedIsToldInOneLine) {
       {"absent.mcap", {"absent.mcap", "No such file"}},
       {"'" + path("text.mcap") + "'", {"text.mcap"}},
       {"'" + file + "' --library absent.so", {"absent.so", "--library"}},
-      {"'" + file + "' --library /dev/null", {"/dev/null", "--library"}},
+      {"'" + file + "' --library /dev/null", {"cannot load /dev/null: /dev/null: ", "; --library"}},
       {"", {"FILE", "required"}},
   };
   for (const auto& c : cases) {
