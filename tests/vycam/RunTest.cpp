@@ -23,7 +23,8 @@ class RunTest : public VycamTest {
 
 /// The text without what differs from run to run.
 std::string withoutTimes(std::string text) {
-  text = std::regex_replace(text, std::regex("[ 0-9]{2}[0-9]\\.[0-9]{3} ms\n"), "###.### ms\n");
+  text =
+      std::regex_replace(text, std::regex("\n(    [A-Z][^\n]*)[ 0-9]{2}[0-9]\\.[0-9]{3} ms(?=\n)"), "\n$1###.### ms");
   text = std::regex_replace(text, std::regex("[0-9]+\\.[0-9]{3}|[0-9]+(?= ns per)"), "#");
   return std::regex_replace(text, std::regex("ms \\([0-9.]+ %\\)"), "ms (# %)");
 }
