@@ -49,7 +49,8 @@ const wait = (milliseconds) => new Promise((done) => setTimeout(done, millisecon
 const { server, address } = await serve("--port", "0", ...process.argv.slice(4));
 process.on("exit", () => server.kill());
 const watchers = Array.from({ length: clients }, () => new Watcher(address));
-await wait(5000); // until all have frames, and all buffers have the size that they keep
+while (watchers.some(({ stats }) => !stats)) await wait(100);
+await wait(5000); // until all buffers have the size that they keep
 // The frames that went through the chain; those that the camera took meanwhile are lost.
 const framesSoFar = ({ stats }) => stats.frame - stats.lost;
 const begin = { ...usage(server.pid), frame: framesSoFar(watchers[0]) };

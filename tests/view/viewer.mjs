@@ -120,7 +120,9 @@ export class Viewer {
 
   // Waits until a frame later than `number` is on the canvas; later than the one that is there now without it.
   async nextFrame(stream = DEPTH, number = undefined) {
-    await this.until((selector, last) => Number(document.querySelector(selector).dataset.frame) > last, card(stream, "canvas"), number ?? (await this.frameNumber(stream)));
+    const last = number ?? (await this.frameNumber(stream));
+    const isLater = (selector, than) => Number(document.querySelector(selector).dataset.frame) > than;
+    await this.until(isLater, card(stream, "canvas"), last);
   }
 
   // Waits until the server has told newer figures, which it does twice a second.

@@ -1,9 +1,8 @@
 #include "view/Plane.h"
 
-#include <fmt/format.h>
-
 #include <utility>
 
+#include "Failure.h"
 #include "FrameView.h"
 
 namespace vycam {

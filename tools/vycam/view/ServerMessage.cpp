@@ -1,10 +1,6 @@
 #include "view/ServerMessage.h"
 
-#include <fmt/format.h>
-
-#include <algorithm>
 #include <nlohmann/json.hpp>
-#include <utility>
 
 #include "Selection.h"
 #include "view/ClientMessage.h"
