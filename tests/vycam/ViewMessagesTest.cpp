@@ -201,6 +201,10 @@ TEST(ViewMessagesTest, NewestFramesWaitAndOlderOnesAreCounted) {
   outbox.offer(makeFrame(0, 91));
   EXPECT_EQ(nextOf(outbox), "0:1:3") << "frames without what the client wanted are not dropped";
   outbox.offer(makeFrame(0, 92));
+  outbox.watch({{0, bitOf(Role::truth)}});
+  EXPECT_EQ(nextOf(outbox), "nothing") << "what waited shows nothing that the client wants now";
+  outbox.watch({{0, bitOf(Role::after)}});
+  outbox.offer(makeFrame(0, 93));
   outbox.watch({});
   EXPECT_TRUE(outbox.isEmpty());
 }

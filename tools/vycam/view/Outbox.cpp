@@ -4,12 +4,23 @@
 #include <utility>
 
 namespace vycam {
+namespace {
+
+bool hasAnyOf(const LiveFrame& frame, Roles roles) {
+  return std::any_of(frame.planes.begin(), frame.planes.end(),
+                     [roles](const Plane& plane) { return (roles & bitOf(plane.role)) != 0; });
+}
+
+}  // namespace
 
 void Outbox::watch(const std::map<unsigned, Roles>& roles) {
   std::map<unsigned, Watched> streams;
   for (const auto& [stream, wanted] : roles) {
-    streams[stream] = std::move(streams_[stream]);
-    streams[stream].roles = wanted;
+    Watched& watched = streams[stream] = std::move(streams_[stream]);
+    watched.roles = wanted;
+    if (watched.waiting != nullptr && !hasAnyOf(*watched.waiting, wanted)) {
+      watched.waiting = nullptr;
+    }
   }
   streams_ = std::move(streams);
 }
@@ -24,9 +35,7 @@ void Outbox::offer(const std::shared_ptr<const LiveFrame>& frame) {
     return;
   }
   Watched& watched = found->second;
-  const bool hasAny = std::any_of(frame->planes.begin(), frame->planes.end(),
-                                  [&](const Plane& plane) { return (watched.roles & bitOf(plane.role)) != 0; });
-  if (!hasAny) {
+  if (!hasAnyOf(*frame, watched.roles)) {
     watched.offered = frame->sequence;
     return;
   }

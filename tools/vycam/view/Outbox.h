@@ -15,7 +15,7 @@ namespace vycam {
 
 class Outbox {
  public:
-  /// The roles that the client watches of each stream. Frames of other streams that wait are dropped uncounted.
+  /// The roles that the client watches of each stream. What waits and shows none of that is dropped, uncounted.
   void watch(const std::map<unsigned, Roles>& roles);
 
   void push(std::string text);
