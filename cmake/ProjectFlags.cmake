@@ -15,6 +15,18 @@ if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|i.86)$" AND CMAKE_SIZEOF_VOID_
   target_compile_options(vyfp_flags INTERFACE -msse2 -mfpmath=sse)
 endif()
 
+# For tests, and for tools in builds that look for mistakes: these are compiled for longer than they run. The checks of the
+# sanitizer for undefined behaviour that are left out are the costly ones; most of what they find ends a program under the
+# address sanitizer, too.
+add_library(vyfp_quick_flags INTERFACE)
+target_compile_options(vyfp_quick_flags INTERFACE
+  -O0 $<$<CXX_COMPILER_ID:GNU>:-fno-sanitize=null,alignment,object-size,pointer-overflow,vptr>)
+target_link_libraries(vyfp_quick_flags INTERFACE vyfp_flags)
+add_library(vyfp::quick_flags ALIAS vyfp_quick_flags)
+add_library(vyfp_tool_flags INTERFACE)
+target_link_libraries(vyfp_tool_flags INTERFACE vyfp_$<IF:$<CONFIG:Debug>,quick_,>flags)
+add_library(vyfp::tool_flags ALIAS vyfp_tool_flags)
+
 # For targets with precompiled headers: one that ccache brings back is older than what it was made of.
 add_library(vyfp_pch_flags INTERFACE)
 target_compile_options(vyfp_pch_flags INTERFACE

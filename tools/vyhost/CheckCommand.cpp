@@ -3,7 +3,6 @@
 #include <array>
 #include <cstring>
 #include <fstream>
-#include <memory>
 
 #include "Commands.h"
 #include "Failure.h"
@@ -12,13 +11,6 @@
 
 namespace vyhost {
 namespace {
-
-struct Options {
-  std::string file;
-  double timeoutSeconds = 3;
-  std::string only;
-  bool asJson = false;
-};
 
 enum class FileKind { recording, library };
 
@@ -38,7 +30,9 @@ FileKind kindOf(const std::string& path) {
       fmt::format("{} is neither a library nor a recording; give a host's libTavrixSDK.so or a recording", path));
 }
 
-int check(const Options& options) {
+}  // namespace
+
+int check(const CheckOptions& options) {
   const std::chrono::milliseconds limit(static_cast<long long>(options.timeoutSeconds * 1000));
   CheckReport report;
   if (kindOf(options.file) == FileKind::recording) {
@@ -53,22 +47,6 @@ int check(const Options& options) {
     report.print();
   }
   return report.hasFailure() ? 1 : 0;
-}
-
-}  // namespace
-
-void addCheckCommand(CLI::App& program, int& exitCode) {
-  const auto options = std::make_shared<Options>();
-  CLI::App* const command = program.add_subcommand(
-      "check", "Tries what the library takes for granted of a host: on its libTavrixSDK.so, or on a recording");
-  command->add_option("file", options->file, "a host's libTavrixSDK.so, or a recording (*.mcap)")->required();
-  command->add_option("--timeout", options->timeoutSeconds, "seconds after which a check of a library has hung")
-      ->check(CLI::Range(0.05, 3600.0))
-      ->capture_default_str();
-  command->add_option("--only", options->only, "make the checks of this name alone");
-  command->add_flag("--json", options->asJson, "print the results as JSON");
-  command->footer("The exit code is 1 if something fails, and 2 if the file cannot be loaded or read.");
-  command->callback([options, &exitCode] { exitCode = check(*options); });
 }
 
 }  // namespace vyhost

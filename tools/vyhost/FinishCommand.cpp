@@ -1,7 +1,6 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
-#include <memory>
 #include <string>
 
 #include "Commands.h"
@@ -14,10 +13,6 @@
 namespace vyhost {
 namespace {
 
-struct Options {
-  std::string file, out;
-};
-
 /// Whether the program that makes a recording still runs, on this machine. `process` is its number and its path.
 bool isRunning(const std::string& process) {
   const std::size_t space = process.find(' ');
@@ -27,7 +22,9 @@ bool isRunning(const std::string& process) {
   return size > 0 && process.substr(space + 1) == std::string(path, static_cast<std::size_t>(size));
 }
 
-void finish(const Options& options) {
+}  // namespace
+
+void finish(const FinishOptions& options) {
   const McapContent content(options.file);
   std::vector<McapMessage> messages;
   Recording recording = Recording::read(content, options.file, &messages);
@@ -46,17 +43,6 @@ void finish(const Options& options) {
     fmt::print("; bytes of the record it broke off in left out: {}", content.unreadBytes);
   }
   fmt::print("\n");
-}
-
-}  // namespace
-
-void addFinishCommand(CLI::App& program, int& /*exitCode*/) {
-  CLI::App* const command =
-      program.add_subcommand("finish", "Closes a recording that broke off: chunked, compressed and indexed");
-  const auto options = std::make_shared<Options>();
-  command->add_option("FILE", options->file, "The recording")->required();
-  command->add_option("--out", options->out, "Where to write it (default: in place)");
-  command->callback([options] { finish(*options); });
 }
 
 }  // namespace vyhost

@@ -10,7 +10,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <memory>
 #include <set>
 #include <string>
 #include <vector>
@@ -24,11 +23,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr char kLibrary[] = "libvy_frame_processor.so." VY_SOVERSION;
-
-struct Options {
-  std::string out;
-  std::vector<std::string> command;
-};
 
 /// The folder of the recording library: beside the program's own in the build, in one of its own when installed.
 fs::path twinFolder() {
@@ -165,7 +159,9 @@ int runProgram(std::vector<std::string> command, Environment environment) {
   return WIFSIGNALED(status) ? kSignalled + WTERMSIG(status) : WEXITSTATUS(status);
 }
 
-int record(const Options& options) {
+}  // namespace
+
+int record(const RecordOptions& options) {
   const fs::path folder = twinFolder();
   const Place place(options.out);
   Environment environment;
@@ -184,18 +180,6 @@ int record(const Options& options) {
                options.command[0], kLibrary, (folder / kLibrary).string());
   }
   return exitCode;
-}
-
-}  // namespace
-
-void addRecordCommand(CLI::App& program, int& exitCode) {
-  CLI::App* const command =
-      program.add_subcommand("record", "Runs a program and records the calls between the library and its host");
-  const auto options = std::make_shared<Options>();
-  command->add_option("--out", options->out,
-                      "The recording, or the folder for it (default: vy-recording-PROCESS.mcap in the current folder)");
-  command->add_option("PROGRAM", options->command, "The program and its arguments, behind --")->required();
-  command->callback([options, &exitCode] { exitCode = record(*options); });
 }
 
 }  // namespace vyhost

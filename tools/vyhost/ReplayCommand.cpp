@@ -1,6 +1,5 @@
 #include <fmt/format.h>
 
-#include <memory>
 #include <string>
 
 #include "Commands.h"
@@ -11,11 +10,6 @@
 
 namespace vyhost {
 namespace {
-
-struct Options {
-  std::string file, library;
-  bool all = false;
-};
 
 void tellDifferentBuild(const Recording& recording, const ReplayLibrary& library) {
   const auto about = [&](const char* key) {
@@ -28,7 +22,9 @@ void tellDifferentBuild(const Recording& recording, const ReplayLibrary& library
   fmt::print("replayed: commit {}, {}\n", commit, library.path);
 }
 
-[[noreturn]] void replay(const Options& options) {
+}  // namespace
+
+void replay(const ReplayOptions& options) {
   const Recording recording = Recording::read(options.file);
   const ReplayLibrary library = ReplayLibrary::load(options.library);
   tellDifferentBuild(recording, library);
@@ -40,20 +36,6 @@ void tellDifferentBuild(const Recording& recording, const ReplayLibrary& library
   Replay run(recording, library.functions, {options.all});
   run.answer(*library.host);
   run.run();
-}
-
-}  // namespace
-
-void addReplayCommand(CLI::App& program, int& /*exitCode*/) {
-  CLI::App* const command = program.add_subcommand(
-      "replay",
-      "Feeds the recorded calls to a library, with a host that answers from the recording, and compares.\n"
-      "Exit code 0: all the same, 1: differences, 2: cannot replay.");
-  const auto options = std::make_shared<Options>();
-  command->add_option("FILE", options->file, "The recording")->required();
-  command->add_option("--library", options->library, "The library; default: the plain one that belongs to vyhost");
-  command->add_flag("--all", options->all, "Goes on after the first difference");
-  command->callback([options] { replay(*options); });
 }
 
 }  // namespace vyhost

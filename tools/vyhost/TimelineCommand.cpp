@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <limits>
 #include <map>
-#include <memory>
 #include <set>
 #include <string>
 
@@ -17,12 +16,6 @@ namespace vyhost {
 namespace {
 
 using nlohmann::json;
-
-struct Options {
-  std::string file, out;
-  double from = 0;
-  double to = std::numeric_limits<double>::infinity();
-};
 
 /// The calls of a recording as events for ui.perfetto.dev and Chrome's tracing page.
 class Timeline {
@@ -154,7 +147,9 @@ class Timeline {
   std::map<std::uint64_t, std::string> filters_;  ///< names, by number
 };
 
-void writeTimeline(const Options& options) {
+}  // namespace
+
+void writeTimeline(const TimelineOptions& options) {
   if (!(options.from <= options.to)) {
     throw Failure(
         fmt::format("--from {} is behind --to {}; both are seconds from the first call", options.from, options.to));
@@ -168,19 +163,6 @@ void writeTimeline(const Options& options) {
                               options.to, timeline.length()));
   }
   writeFile(options.out, text);
-}
-
-}  // namespace
-
-void addTimelineCommand(CLI::App& program, int& /*exitCode*/) {
-  CLI::App* const command =
-      program.add_subcommand("timeline", "Writes the calls of a recording as a time line for ui.perfetto.dev");
-  const auto options = std::make_shared<Options>();
-  command->add_option("FILE", options->file, "The recording")->required();
-  command->add_option("--out", options->out, "The file to write, as JSON")->required();
-  command->add_option("--from", options->from, "Leave out calls before this many seconds from the first call");
-  command->add_option("--to", options->to, "Leave out calls after this many seconds from the first call");
-  command->callback([options] { writeTimeline(*options); });
 }
 
 }  // namespace vyhost
