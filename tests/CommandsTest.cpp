@@ -5,7 +5,7 @@
 
 namespace {
 
-const VYFilterConfigSchemaItem kItems[] = {
+const VYFilterConfigSchemaItem kNumberItems[] = {
     {"size", VY_FILTER_CONFIG_VALUE_TYPE_INT, -1000, 1000, 0, 5, "Size"},
     {"limit", VY_FILTER_CONFIG_VALUE_TYPE_FLOAT, -1000, 1000, 0, 0.5, "Limit"},
 };
@@ -16,7 +16,7 @@ class CommandsTest : public HostTest {
  protected:
   CommandsTest() {
     for (const char* name : {"NoiseRemovalFilter", "FrameRotate"}) {
-      defineFilter({name, nullptr, false, kItems, 2, nullptr, nullptr});
+      defineFilter({name, nullptr, false, kNumberItems, 2, nullptr, nullptr});
     }
     vashti_ = openDevice(kVashti);
   }

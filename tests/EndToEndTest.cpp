@@ -24,7 +24,7 @@ class EndToEndTest : public HostTest, public testing::WithParamInterface<const c
     setAllDeviceLists();
     vysim_camera_options options = {};
     options.clean = true;
-    if (sweepStep() > 1 || std::getenv("VYFP_SMALL_FRAMES") != nullptr) {  // a slow tool, or an emulator
+    if (sweepStep() > 1) {  // a slow tool, or an emulator
       options.width = 320;
       options.height = 200;
     }

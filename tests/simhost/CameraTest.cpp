@@ -34,7 +34,7 @@ constexpr Family kFamilies[] = {
 };
 
 /// The 16-bit words of a raw frame of a family's depth sensor.
-Frame wordsOf(const Family& family, const Frame& raw) {
+Frame rawWordsOf(const Family& family, const Frame& raw) {
   return process(makeFilter(*family.unpacker != 0 ? family.unpacker : "DepthResize"), raw);
 }
 
@@ -52,7 +52,7 @@ TEST_F(Cameras, MeasureEveryDepthAsTheirOpticsSay) {
     Image scene(size_t{width} * height);
     std::iota(scene.begin(), scene.end(), uint16_t{0});
     const Camera camera = openCamera(family.name, width, height, scene, width);
-    const Frame words = wordsOf(family, nextFrame(camera));
+    const Frame words = rawWordsOf(family, nextFrame(camera));
     const Image raw = pixelsOf(words), depths = depthsOf(family, words), truth = truthOf(camera, words);
     const double product = family.focalLength / 4 * family.baseline * (1 << family.subPixelBits);
     const auto rounded = [](double value) { return std::floor(value + 0.5); };
@@ -118,7 +118,7 @@ TEST_F(Cameras, MeasureUpToTheLimits) {
   for (const auto& each : cases) {
     const Family& family = kFamilies[each.family];
     const Frame frame = nextFrame(openCamera(family.name, each.width, 9, {each.depth}, 1));
-    EXPECT_EQ(pixelsOf(wordsOf(family, frame)).front(), each.raw) << family.name << " " << each.depth;
+    EXPECT_EQ(pixelsOf(rawWordsOf(family, frame)).front(), each.raw) << family.name << " " << each.depth;
   }
 }
 

@@ -8,7 +8,7 @@ namespace {
 
 class Flaws : public SimulatedHost {};
 
-Image wordsOf(const Camera& camera) {
+Image rawWordsOf(const Camera& camera) {
   return pixelsOf(process(makeFilter("CorvidPixelOffsetFix"), nextFrame(camera)));
 }
 
@@ -17,8 +17,8 @@ TEST_F(Flaws, NoiseIsTheSameForTheSameFrameOnly) {
   const Camera twin = openCamera("Corvid", 320, 200, {2000}, 1, false);
   std::vector<Image> frames, holes;
   for (int i = 0; i < 10; ++i) {
-    frames.push_back(wordsOf(camera));
-    EXPECT_EQ(wordsOf(twin), frames.back()) << i;
+    frames.push_back(rawWordsOf(camera));
+    EXPECT_EQ(rawWordsOf(twin), frames.back()) << i;
     Image isHole = frames.back();
     for (uint16_t& pixel : isHole) pixel = pixel == 0;
     holes.push_back(isHole);
@@ -41,7 +41,7 @@ TEST_F(Flaws, ShadowsLieLeftOfNearThings) {
   // 4659200 / 1000 mm = 4659 steps, / 3873 mm = 1203: 27 pixels of 128 steps between them.
   Image scene(1280, 3873);
   std::fill_n(scene.begin() + 600, 100, uint16_t{1000});
-  const Image words = wordsOf(openCamera("Corvid", 1280, 800, scene, 1280, false));
+  const Image words = rawWordsOf(openCamera("Corvid", 1280, 800, scene, 1280, false));
   std::vector<int> holes(1280);
   for (size_t i = 0; i < words.size(); ++i) holes[i % 1280] += words[i] == 0;
   for (size_t x = 40; x < 1280; ++x) {

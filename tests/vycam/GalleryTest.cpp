@@ -1,6 +1,7 @@
 // The page of the gallery: what stands where, and that its pictures and figures are those of the streams.
 #include "GalleryPage.h"
 
+#include <cstdlib>
 #include <pugixml.hpp>
 #include <regex>
 
@@ -93,7 +94,14 @@ TEST_F(GalleryTest, ThePageShowsWhatItIsGiven) {
 }
 
 TEST_F(GalleryTest, EveryStreamIsShownWithItsOwnPicturesAndFigures) {
-  const Outcome outcome = vycam("gallery --out page");
+  std::string scene;
+  if (std::getenv("VYFP_SWEEP_STEP") != nullptr) {  // a slow tool, or an emulator: the room at full size takes minutes
+    vycam::GreyImage image{640, 480, {}};
+    for (int i = 0; i < 640 * 480; ++i) image.pixels.push_back(static_cast<uint16_t>(700 + i % 640));
+    write("scene.png", vycam::greyPng(image));
+    scene = " --depth scene.png";
+  }
+  const Outcome outcome = vycam("gallery --out page" + scene);
   ASSERT_EQ(outcome.exitCode, 0) << outcome.err;
   EXPECT_EQ(outcome.err, "");
   EXPECT_EQ(outcome.out, "36 streams of 10 families: open page/index.html\n");
@@ -131,7 +139,9 @@ TEST_F(GalleryTest, EveryStreamIsShownWithItsOwnPicturesAndFigures) {
     node = node.next_sibling();
   }
   EXPECT_TRUE(node.empty());
-  EXPECT_EQ(files(), expected);
+  std::set<std::string> written = files();
+  written.erase("scene.png");
+  EXPECT_EQ(written, expected);
 
   // Each command on the page makes the pictures that stand above it.
   for (const char* stem : {"Corvid-depth", "Halden-ir", "Talon-color"}) {

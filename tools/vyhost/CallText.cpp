@@ -11,7 +11,7 @@ using nlohmann::json;
 
 constexpr std::size_t kLongestText = 200;
 
-std::string textOf(const json& value) {
+std::string shortened(const json& value) {
   std::string text = value.dump(-1, ' ', true);
   if (text.size() > kLongestText) text = text.substr(0, kLongestText) + "...";
   return text;
@@ -24,12 +24,12 @@ CallText::CallText(const Recording& recording) {
     const std::string_view name = call.function->name;
     const bool createsFilter = call.function->result == ValueKind::filter;
     if (createsFilter && call.hasReturned() && call.result.is_number() && call.arguments[0].is_string()) {
-      filterNames_[call.result.get<std::uint64_t>()] = textOf(call.arguments[0]);
+      filterNames_[call.result.get<std::uint64_t>()] = shortened(call.arguments[0]);
     }
     if (name == "vy_create_error" && call.hasReturned() && call.result.is_number()) {
-      errorTexts_[call.result.get<std::uint64_t>()] = textOf(call.arguments[1]);
+      errorTexts_[call.result.get<std::uint64_t>()] = shortened(call.arguments[1]);
     }
-    if (call.newError && call.errorAfter) errorTexts_[*call.errorAfter] = textOf(call.newError->message);
+    if (call.newError && call.errorAfter) errorTexts_[*call.errorAfter] = shortened(call.newError->message);
   }
 }
 
@@ -39,7 +39,7 @@ std::string CallText::error(std::uint64_t number) const {
 }
 
 std::string CallText::value(ValueKind kind, const json& value) const {
-  if (!isHandle(kind)) return textOf(value);
+  if (!isHandle(kind)) return shortened(value);
   const auto number = value.get<std::uint64_t>();
   if (number == 0) return fmt::format("no {}", handleName(kind));
   if (number >= Handles::kUnknown) return fmt::format("an unknown {}", handleName(kind));
