@@ -140,10 +140,10 @@ class DeviceCatalogueTest : public HostTest {
  protected:
   DeviceCatalogueTest() {
     // Each filter has ten items, so that every published item has its line in the schema.
-    static const std::vector<VYFilterConfigSchemaItem> kItems(
+    static const std::vector<VYFilterConfigSchemaItem> kTenItems(
         10, VYFilterConfigSchemaItem{"item", VY_FILTER_CONFIG_VALUE_TYPE_INT, 0, 1, 1, 0, "Item"});
     for (const HostFilter& filter : kHostFilters) {
-      defineFilter({filter.name, nullptr, filter.isPrivate, kItems.data(), 10, nullptr, nullptr});
+      defineFilter({filter.name, nullptr, filter.isPrivate, kTenItems.data(), 10, nullptr, nullptr});
     }
   }
 
