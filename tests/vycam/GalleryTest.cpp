@@ -1,6 +1,7 @@
 // The page of the gallery: what stands where, and that its pictures and figures are those of the streams.
 #include "GalleryPage.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <pugixml.hpp>
 #include <regex>
@@ -95,11 +96,13 @@ TEST_F(GalleryTest, ThePageShowsWhatItIsGiven) {
 
 TEST_F(GalleryTest, EveryStreamIsShownWithItsOwnPicturesAndFigures) {
   std::string scene;
+  unsigned least = 640;                             // pixels across a large picture
   if (std::getenv("VYFP_SWEEP_STEP") != nullptr) {  // a slow tool, or an emulator: the room at full size takes minutes
-    vycam::GreyImage image{640, 480, {}};
-    for (int i = 0; i < 640 * 480; ++i) image.pixels.push_back(static_cast<uint16_t>(700 + i % 640));
+    vycam::GreyImage image{320, 240, {}};
+    for (int i = 0; i < 320 * 240; ++i) image.pixels.push_back(static_cast<uint16_t>(700 + i % 320));
     write("scene.png", vycam::greyPng(image));
     scene = " --depth scene.png";
+    least = 320;
   }
   const Outcome outcome = vycam("gallery --out page" + scene);
   ASSERT_EQ(outcome.exitCode, 0) << outcome.err;
@@ -131,8 +134,9 @@ TEST_F(GalleryTest, EveryStreamIsShownWithItsOwnPicturesAndFigures) {
       for (size_t i = 0; i < shown.size(); ++i) {
         EXPECT_EQ(images[i].node().attribute("src").value(), shown[i] + ".png");
         EXPECT_EQ(images[i].parent().attribute("href").value(), shown[i] + "-large.png");
-        EXPECT_EQ(png("page/" + shown[i] + ".png").width, 480U) << shown[i];
-        EXPECT_GE(png("page/" + shown[i] + "-large.png").width, 640U) << shown[i];
+        const unsigned large = png("page/" + shown[i] + "-large.png").width;
+        EXPECT_GE(large, least) << shown[i];
+        EXPECT_EQ(png("page/" + shown[i] + ".png").width, std::min(large, 480U)) << shown[i];
         for (const char* end : {".png", "-large.png"}) expected.insert("page/" + shown[i] + end);
       }
     }

@@ -398,7 +398,7 @@ TEST_F(ViewServerTest, DroppedFramesAreCountedForEachClient) {
   slow->send({{"type", "watch"}, {"streams", {{"1", {"after"}}}}});
   good->send({{"type", "watch"}, {"streams", {{"1", {"after"}}}}});
   std::string first = slow->nextFrame();
-  for (int i = 0; i < 60; ++i) good->nextFrame();
+  for (int i = 0; i < 30; ++i) good->nextFrame();
   uint32_t received = 1, dropped = 0;
   std::string last;
   while (dropped == 0) {
