@@ -322,10 +322,10 @@ def enclosing_function(parents):
 
 
 class Sources:
-    """The translation units of a configured build, of a tree of the project's sources."""
+    """The translation units of a configured build, of a tree of the project's sources with these headers."""
 
-    def __init__(self, tree, build):
-        self.tree, self.build = pathlib.Path(tree).resolve(), pathlib.Path(build)
+    def __init__(self, tree, build, kept, headers):
+        self.tree, self.build, self.kept = pathlib.Path(tree).resolve(), pathlib.Path(build), pathlib.Path(kept)
         self.commands = {}  # a source may be compiled for several targets: the first counts
         for entry in json.loads((self.build / "compile_commands.json").read_text(encoding="utf-8")):
             path = pathlib.Path(entry["file"])
@@ -334,8 +334,7 @@ class Sources:
         clang = subprocess.run(["clang-14", "-print-resource-dir"], capture_output=True, text=True, check=True)
         self.resource_dir = clang.stdout.strip()
         # What every unit may depend on: this program and the headers.
-        headers = sorted(path for path in self.tree.rglob("*") if path.suffix in (".h", ".hpp"))
-        self.common = b"".join(path.read_bytes() for path in [pathlib.Path(__file__), *headers])
+        self.common = b"".join(pathlib.Path(path).read_bytes() for path in [__file__, *headers])
 
     def units_for(self, name):
         """The units to look for a file in, the likeliest first."""
@@ -355,10 +354,11 @@ class Sources:
         words = words[next(i for i, word in enumerate(words) if re.search(r"(clang|g)\+\+[-0-9]*$", word)) + 1:]
         arguments, skip = [], False
         for word in words:
-            if skip or word in ("-o", "-c", entry["file"]):
-                skip = word == "-o" and not skip
+            if skip or word in ("-o", "-include", "-c", entry["file"]):  # what is included is a precompiled header
+                skip = word in ("-o", "-include") and not skip
                 continue
-            arguments.append(word)
+            if not word.startswith("-Werror"):  # GCC knows other warnings
+                arguments.append(word)
         try:
             parsed = Index.create().parse(str(self.tree / unit), args=[*arguments, "-resource-dir", self.resource_dir])
         except TranslationUnitLoadError as error:
@@ -369,9 +369,9 @@ class Sources:
         return parsed
 
     def mutants_of_unit(self, unit):
-        """{file: its mutants} for those files of the tree that the unit consists of. Parsing is slow: kept in the build."""
+        """{file: its mutants} for those files of the tree that the unit consists of. Parsing is slow: kept."""
         key = hashlib.sha256(self.common + self.commands[unit]["command"].encode() + (self.tree / unit).read_bytes())
-        kept = self.build / "mutants" / key.hexdigest()
+        kept = self.kept / key.hexdigest()
         if not kept.is_file():
             found = self.walk(unit)
             kept.parent.mkdir(exist_ok=True)
@@ -484,7 +484,7 @@ def self_test():
         (tree / "src" / "Sample.cpp").write_text(SAMPLE, encoding="utf-8")
         command = {"directory": folder, "file": str(tree / "src" / "Sample.cpp"), "command": "clang++ -std=c++17"}
         (tree / "compile_commands.json").write_text(json.dumps([command]), encoding="utf-8")
-        sources = Sources(tree, tree)
+        sources = Sources(tree, tree, tree / "kept", [])
         mutants = mutants_of(sources, ["src/Sample.cpp"], lambda units: map(sources.mutants_of_unit, units))
     made = {(each.operator, each.was, each.becomes) for each in mutants}
     for kind, ones in (("missing", EXPECTED - made), ("not expected", made - EXPECTED)):

@@ -1,8 +1,8 @@
 #!/usr/bin/python3
 """Puts small faults into the code, one at a time, and reports which of them the tests catch: scripts/mutate.
 
-The faults are generated (mutants.py). Each is tried in a copy of the checkout below build/mutate, of which every worker
-has its own; only what the fault changes is built again, and the tests end at the first failure.
+The faults are generated (mutants.py). Each is tried in a copy of the checkout and of its builds below build/mutate, of
+which every worker has its own; only what the fault changes is built again, and the tests end at the first failure.
 """
 import argparse
 import collections
@@ -29,26 +29,15 @@ import mutants as generator
 
 PROJECT = pathlib.Path(__file__).resolve().parents[2]
 WORK = PROJECT / "build" / "mutate"
-FIRST = WORK / "0"
 EQUIVALENT = PROJECT / ".ci" / "equivalent-mutants.toml"
-OPTIONS = ["-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug", "-DCMAKE_GTEST_DISCOVER_TESTS_DISCOVERY_MODE=PRE_TEST",
-           # A fault in a source that the build files read is no reason to configure again, nor to link programs again.
-           "-DCMAKE_SUPPRESS_REGENERATION=ON", "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON",
-           "-DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON",  # the sources are parsed before anything is built
-           # As the preset clang-werror.
-           "-DCMAKE_NM:STRING=nm", "-DCMAKE_READELF:STRING=readelf",
-           # The quick linker gives a shared library no symbol for its version, which a test asks for.
-           "-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld"]
 
-Build = collections.namedtuple("Build", "compilers flags environment is_sanitized")
+Build = collections.namedtuple("Build", "preset environment is_sanitized")
 BUILDS = {
-    "plain": Build(("clang", "clang++"), "-O1", {}, False),
+    "plain": Build("gcc-werror", {}, False),
     # What corrupts memory and is noticed by nobody else.
-    "address": Build(("gcc", "g++"), "-O1 -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer",
-                     {"ASAN_OPTIONS": "detect_leaks=1:strict_string_checks=1",
-                      "LSAN_OPTIONS": f"suppressions={PROJECT}/.ci/lsan-suppressions.txt:print_suppressions=0"}, True),
-    "thread": Build(("gcc", "g++"), "-O1 -fsanitize=thread -fno-omit-frame-pointer",
-                    {"TSAN_OPTIONS": "halt_on_error=1"}, True),
+    "address": Build("asan-ubsan", {"ASAN_OPTIONS": "detect_leaks=1:strict_string_checks=1", "LSAN_OPTIONS":
+                                    f"suppressions={PROJECT}/.ci/lsan-suppressions.txt:print_suppressions=0"}, True),
+    "thread": Build("tsan", {"TSAN_OPTIONS": "halt_on_error=1"}, True),
 }
 
 # The test programs that can reach a folder, by build. They run in the order of the time they take without a fault. Locks
@@ -113,80 +102,61 @@ def demand(command, what):
         sys.exit(f"{output}\nmutate: {what} failed")
 
 
-class Worker:
-    """A copy of the checkout with builds of its own.
+def build_preset(build, *targets):
+    demand(["bash", "-c", 'source "$0" && build_preset "$@"', PROJECT / "scripts/lib/project.sh", BUILDS[build].preset,
+            *targets], f"building {BUILDS[build].preset}")
 
-    What it runs sees its folder where the first worker has its own, so that a later worker can take over what the first has
-    built.
-    """
+
+def folder_of_build(build):
+    return PROJECT / "build" / BUILDS[build].preset
+
+
+class Worker:
+    """A copy of the checkout with its builds. What it runs sees the copy in the place of the checkout itself, so that
+    nothing is built that has been built there."""
 
     def __init__(self, number):
         self.root = WORK / str(number)
-        self.tree, self.scratch = self.root / "tree", self.root / "scratch"
-        self.times = {}  # build -> the programs built without a fault, and the seconds that each runs
+        self.scratch = self.root / "build" / "scratch"
+        self.times = {}  # of this build's programs, in seconds
 
-    def take_over(self, first, build):
-        for folder in ("tree", build):
-            shutil.rmtree(self.root / folder, ignore_errors=True)
-        self.root.mkdir(exist_ok=True)
-        demand(["cp", "-a", first.tree, first.root / build, self.root], "copying the build")
-        self.times = first.times
-
-    def copy_checkout(self):
-        names = set(filter(None, git("ls-files", "-z", "--cached", "--others", "--exclude-standard").split("\0")))
-        for name in names:
-            source, copy = PROJECT / name, self.tree / name
-            # A file that stays is not touched, so that what was built from it stays too.
-            if source.is_file() and not (copy.is_file() and source.read_bytes() == copy.read_bytes()):
-                copy.parent.mkdir(parents=True, exist_ok=True)
-                copy.write_bytes(source.read_bytes())
-                shutil.copymode(source, copy)
-        for copy in list(self.tree.rglob("*")):
-            if copy.is_file() and not (PROJECT / copy.relative_to(self.tree)).is_file():
-                copy.unlink()
-
-    def configure(self, build):
-        settings = BUILDS[build]
-        flags = [f"-DCMAKE_{language}_{what}" for language, what in (
-            ("C", f"COMPILER={settings.compilers[0]}"), ("CXX", f"COMPILER={settings.compilers[1]}"),
-            ("C", "COMPILER_LAUNCHER=ccache"), ("CXX", "COMPILER_LAUNCHER=ccache"),
-            ("C", f"FLAGS_DEBUG={settings.flags}"), ("CXX", f"FLAGS_DEBUG={settings.flags}"))]
-        demand(["cmake", *OPTIONS, *flags, "-S", FIRST / "tree", "-B", FIRST / build], "configuring the copy")
+    def copy_checkout(self, build):
+        shutil.rmtree(self.root, ignore_errors=True)
+        for name in filter(None, git("ls-files", "-z", "--cached", "--others", "--exclude-standard").split("\0")):
+            if (PROJECT / name).is_file():
+                (self.root / name).parent.mkdir(parents=True, exist_ok=True)
+                shutil.copy2(PROJECT / name, self.root / name)  # with its time, by which Ninja tells what is new
+        self.scratch.mkdir(parents=True)
+        demand(["cp", "-a", folder_of_build(build), self.root / "build"], "copying the build")
 
     def build(self, build, programs, **environment):
-        place = ["bwrap", "--dev-bind", "/", "/", "--bind", self.root, FIRST, "--die-with-parent"]
-        return run([*place, "ninja", "-C", FIRST / build, *programs], env={**os.environ, **environment})
+        place = ["bwrap", "--dev-bind", "/", "/", "--bind", self.root, PROJECT, "--die-with-parent"]
+        return run([*place, "ninja", "-C", folder_of_build(build), *programs], env={**os.environ, **environment})
 
     def prepare(self, build, programs):
-        """Builds the programs without a fault and takes their times."""
-        times = self.times.setdefault(build, {})
-        missing = [program for program in programs if program not in times]
-        if not missing:
-            return
-        if not times:
-            self.configure(build)
-        code, output = self.build(build, missing)
+        """Sees to it that a fault costs no more than it must, and takes the times of the programs without one."""
+        code, output = self.build(build, programs)
         if code != 0:
             sys.exit(f"{output}\nmutate: the copy without a fault does not build")
-        for program in missing:
+        for program in programs:
             start = time.monotonic()
             failure = self.test(build, program, 600)
             if failure:
                 sys.exit(f"mutate: {program} fails although there is no fault: {failure}")
-            times[program] = time.monotonic() - start
+            self.times[program] = time.monotonic() - start
 
     def test(self, build, program, timeout):
         """What fails; None if nothing does."""
         shutil.rmtree(self.scratch, ignore_errors=True)
         self.scratch.mkdir(parents=True)
         settings = BUILDS[build]
-        folder, scratch = FIRST / build, FIRST / "scratch"
+        folder, scratch = folder_of_build(build), PROJECT / "build" / "scratch"
         environment = {**os.environ, **ENVIRONMENT, **settings.environment, "TMPDIR": str(scratch),
                        "TEST_TMPDIR": f"{scratch}/"}
         if settings.is_sanitized:
             environment["LD_LIBRARY_PATH"] = f"{folder}/lib"  # a sanitizer's dlopen() does not see the run path
         # A fault may delete or kill what it likes, so all but the scratch folder is read-only, and no process is in reach.
-        sandbox = ["bwrap", "--ro-bind", "/", "/", "--dev", "/dev", "--proc", "/proc", "--ro-bind", self.root, FIRST,
+        sandbox = ["bwrap", "--ro-bind", "/", "/", "--dev", "/dev", "--proc", "/proc", "--ro-bind", self.root, PROJECT,
                    "--bind", self.scratch, scratch, "--unshare-pid", "--unshare-net", "--die-with-parent", "--chdir", folder]
 
         def limit():
@@ -205,18 +175,17 @@ class Worker:
 
     def judge(self, build, programs):
         """The outcome of the fault that is in the tree now, and the test that catches it."""
-        times = self.times[build]
-        for program in sorted(programs, key=times.get):
+        for program in sorted(programs, key=self.times.get):
             # Objects that are unlike any other are of no use to a later build: not kept.
             if self.build(build, [program], CCACHE_READONLY="1")[0] != 0:
                 return "stillborn", ""
-            failure = self.test(build, program, 10 + 8 * times[program])
+            failure = self.test(build, program, 10 + 4 * self.times[program])
             if failure:
                 return "caught", failure
         return "survived", ""
 
     def attempt(self, build, mutant):
-        path = self.tree / mutant.file
+        path = self.root / mutant.file
         original = path.read_bytes()
         path.write_bytes(apply(mutant, original))
         try:
@@ -251,14 +220,14 @@ def sources_below(folders):
     return sorted(name for name in names if name.endswith((".cpp", ".h")) and folder_of(name) and (PROJECT / name).is_file())
 
 
-def read_unit(tree, build, unit):
-    return generator.Sources(tree, build).mutants_of_unit(unit)
+def read_unit(tree, build, kept, headers, unit):
+    return generator.Sources(tree, build, kept, headers).mutants_of_unit(unit)
 
 
-def generate(worker, names, jobs):
-    worker.configure("plain")
-    place = worker.tree, worker.root / "plain"
-    demand(["ninja", "-C", place[1], "vy_commit_hash"], "generating headers")
+def generate(names, jobs):
+    build_preset("plain", "vy_commit_hash")  # headers that are generated
+    headers = [PROJECT / name for name in git("ls-files", "*.h", "*.hpp").split()]
+    place = PROJECT, folder_of_build("plain"), WORK / "mutants", headers
     with ProcessPoolExecutor(jobs) as pool:
         def read(units):
             return [call.result() for call in [pool.submit(read_unit, *place, unit) for unit in units]]
@@ -307,9 +276,12 @@ def try_all(workers, build, mutants, deadline, results):
         return
     wanted = sorted({program for mutant in mutants for program in PROGRAMS[folder_of(mutant.file)][build]})
     say(f"== {build}: building and testing without a fault")
+    build_preset(build, *wanted)
+    for worker in workers:
+        worker.copy_checkout(build)
     workers[0].prepare(build, wanted)
     for worker in workers[1:]:
-        worker.take_over(workers[0], build)
+        worker.times = workers[0].times
     waiting, broken = queue.Queue(), []
     for mutant in mutants:
         waiting.put(mutant)
@@ -377,8 +349,8 @@ def report(results, equivalents):
 def read_arguments():
     parser = argparse.ArgumentParser(
         prog="scripts/mutate", description=__doc__.partition("\n\n")[0],
-        epilog="Without --all, --sample, --only and --since: faults on the lines that the last ten commits changed, for five "
-        "minutes.")
+        epilog="Without --all, --sample, --only and --since: faults on the lines that the last thirty commits changed, for "
+        "five minutes.")
     what = parser.add_mutually_exclusive_group()
     what.add_argument("--all", action="store_true", help="every fault")
     what.add_argument("--sample", type=int, metavar="N", help="N faults of each folder")
@@ -390,7 +362,7 @@ def read_arguments():
     parser.add_argument("--list", action="store_true", help="only print the faults")
     arguments = parser.parse_args()
     if not (arguments.all or arguments.sample or arguments.only or arguments.since):
-        arguments.since = git("rev-list", "--first-parent", "--max-count=11", "HEAD").split()[-1]
+        arguments.since = git("rev-list", "--first-parent", "--max-count=31", "HEAD").split()[-1]
         arguments.minutes = arguments.minutes or 5
     arguments.minutes = float("inf") if arguments.minutes is None else arguments.minutes
     if arguments.jobs < 1 or arguments.minutes <= 0 or (arguments.sample is not None and arguments.sample < 1):
@@ -398,7 +370,7 @@ def read_arguments():
     return arguments
 
 
-def choose(arguments, worker):
+def choose(arguments):
     """The mutants to try in their order, and the entries of the list that are none any more."""
     lines, names = None, sources_below(PROGRAMS)
     if arguments.since:
@@ -407,7 +379,7 @@ def choose(arguments, worker):
         say(f"== lines changed since {git('log', '-1', '--format=%h %s', arguments.since).strip()}: {len(names)} files")
     if arguments.only and any(arguments.only in name for name in names):
         names = [name for name in names if arguments.only in name]
-    made = generate(worker, names, arguments.jobs)
+    made = generate(names, arguments.jobs)
     equivalents = read_equivalents()
     known = set(map(generator.identity, made))
     stale = [key for key in equivalents if key not in known and (key[0] in names or not (PROJECT / key[0]).is_file())]
@@ -457,8 +429,7 @@ def main():
 
 def try_and_report(arguments, begin):
     workers = [Worker(number) for number in range(arguments.jobs)]
-    workers[0].copy_checkout()
-    chosen, equivalents, stale = choose(arguments, workers[0])
+    chosen, equivalents, stale = choose(arguments)
     say(f"== {len(chosen)} faults, seed {arguments.seed}")
     weak, wrong = [], []
     if arguments.list:

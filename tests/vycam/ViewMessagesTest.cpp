@@ -173,6 +173,7 @@ TEST(ViewMessagesTest, NewestFramesWaitAndOlderOnesAreCounted) {
   outbox.offer(makeFrame(0, 4));
   outbox.offer(makeFrame(0, 4));
   EXPECT_EQ(nextOf(outbox), "0:1:0") << "what came before the first is not dropped, and no frame comes twice";
+  outbox.offer(makeFrame(0, 4));
   EXPECT_EQ(nextOf(outbox), "nothing");
   outbox.offer(makeFrame(0, 5));
   outbox.offer(makeFrame(0, 8));  // 6 and 7 were never offered
