@@ -89,6 +89,28 @@ TEST_F(ViewServerTest, TheGreetingDescribesCamerasAndStreams) {
   EXPECT_EQ(hello["faults"]["kinds"], Json::parse(R"(["error","null","error with result"])"));
 }
 
+TEST_F(ViewServerTest, FiguresTellHowAStreamDoes) {
+  scene_ = rampWithHole();
+  start({24, 16});
+  const auto client = connect();
+  client->send({{"type", "watch"}, {"streams", {{"0", {"after"}}, {"1", {"after"}}}}});
+  Json of[2];
+  while (of[0]["rate"].is_null() || of[1]["rate"].is_null()) {
+    const Json stats = client->nextText("stats");
+    if (stats["rate"] > 0) of[stats["stream"].get<unsigned>()] = stats;
+  }
+  for (const Json& stats : of) {
+    const Json& times = stats["milliseconds"];
+    EXPECT_TRUE(times["camera"] > 0 && times["library"] > 0 && times["chain"] > times["library"]) << stats;
+    EXPECT_TRUE(stats["failed"] == 0 && stats["lost"] == 0 && stats["rate"] < 100000) << stats;
+  }
+  EXPECT_GT(of[0]["milliseconds"]["filters"]["DisparityTransform"], 0);
+  const Json& error = of[0]["error"];
+  EXPECT_TRUE(error["pixels"] == 24 * 16 && error["valid"] > 0.3 && error["valid"] < 1) << error;
+  EXPECT_TRUE(error["ofScene"] > error["valid"] && error["median"] >= 0 && error["p95"] >= error["median"]) << error;
+  EXPECT_TRUE(of[1]["error"].is_null()) << "colours have none";
+}
+
 TEST_F(ViewServerTest, WhatIsWatchedComesAndWhatIsSetShows) {
   start();
   const auto client = connect(), other = connect();
@@ -97,6 +119,10 @@ TEST_F(ViewServerTest, WhatIsWatchedComesAndWhatIsSetShows) {
   while (frame.at(6) != 3) frame = client->nextFrame();  // planes that nobody watched before come with a later one
   EXPECT_EQ(frame.size(), 24U + 3 * 32 + 3 * 64 * 48 * 2);
   EXPECT_EQ(frame.substr(24, 4), std::string("\0\1\0\0", 4)) << "disparity before the chain";
+  float lens[4];
+  memcpy(lens, &frame.at(72), sizeof lens);
+  EXPECT_EQ(lens[0], 910.0F * 64 / 1280) << "of what comes out of the chain";
+  EXPECT_EQ(lens[2], 31.5F);
   EXPECT_EQ(frame.substr(56, 4), std::string("\1\0\0\0", 4)) << "depth after it";
   EXPECT_GT(number(client->nextFrame(), 8), number(frame, 8));
 
@@ -149,7 +175,7 @@ TEST_F(ViewServerTest, DepthIsAlignedToColour) {
 }
 
 TEST_F(ViewServerTest, CamerasOfOneFamilyRunApart) {
-  more_ = {"corvid:ir", "Vashti:ir"};
+  more_ = {"corvid:ir", "Vashti:ir", "Talon:color"};
   scene_ = rampWithHole();
   start({24, 16}, "Corvid:depth");
   const auto client = connect();
@@ -165,6 +191,7 @@ TEST_F(ViewServerTest, CamerasOfOneFamilyRunApart) {
   };
   EXPECT_EQ(frameOf(1, "after", 1).at(25), 2) << "brightness in two bytes";
   EXPECT_EQ(frameOf(2, "after", 1).at(25), 4) << "in one";
+  EXPECT_EQ(frameOf(3, "after", 1).at(25), 3) << "colours";
   client->send({{"type", "pause"}, {"camera", 1}, {"on", true}});
   EXPECT_EQ(client->nextText("camera")["camera"], 1);
   const uint32_t stands = number(frameOf(1, "before", 0), 8);
@@ -236,8 +263,8 @@ TEST_F(ViewServerTest, EachFunctionOnTheListOfFaultsIsCalledByChains) {
 
 TEST_F(ViewServerTest, SnapshotsAreFiles) {
   start({320, 200});
-  expectParts(page("snapshot/0/picture.png"),
-              {"200 OK", "image/png", "attachment; filename=\"Corvid-depth-picture.png\"", "\r\n\r\n\x89PNG"});
+  expectParts(page("snapshot/0/picture.png"), {"200 OK", "content-type: image/png",
+                                               "attachment; filename=\"Corvid-depth-picture.png\"", "\r\n\r\n\x89PNG"});
   expectParts(page("snapshot/1/picture.png"), {"200 OK", "\r\n\r\n\x89PNG"});
   expectParts(page("snapshot/0/numbers.png"), {"200 OK", "\r\n\r\n\x89PNG"});
   expectParts(page("snapshot/0/cloud.ply"), {"200 OK", "\r\n\r\nply\n"});
