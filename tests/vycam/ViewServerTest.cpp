@@ -102,7 +102,7 @@ TEST_F(ViewServerTest, FiguresTellHowAStreamDoes) {
   for (const Json& stats : of) {
     const Json& times = stats["milliseconds"];
     EXPECT_TRUE(times["camera"] > 0 && times["chain"] > times["library"]) << stats;
-    EXPECT_TRUE(stats["failed"] == 0 && stats["lost"] == 0 && stats["rate"] < 100000) << stats;
+    EXPECT_TRUE(stats["failed"] == 0 && stats["lost"] == 0) << stats;
   }
   EXPECT_GT(of[0]["milliseconds"]["filters"]["DisparityTransform"], 0);
   const Json& error = of[0]["error"];
