@@ -6,6 +6,7 @@ set(CMAKE_C_COMPILER ${compiler_triplet}-gcc)
 set(CMAKE_CXX_COMPILER ${compiler_triplet}-g++)
 
 get_filename_component(sysroot ${CMAKE_CURRENT_LIST_DIR}/../build/${debian_architecture}-sysroot ABSOLUTE)
+set(CMAKE_INSTALL_LIBDIR lib/${CMAKE_LIBRARY_ARCHITECTURE} CACHE PATH "Debian's folder for libraries")
 set(CMAKE_SYSROOT ${sysroot})
 set(CMAKE_FIND_ROOT_PATH ${sysroot})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)

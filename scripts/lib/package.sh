@@ -13,7 +13,7 @@ use_target() {
   target=$1
   case $target in
     native)
-      preset=package
+      preset=gcc-werror
       architecture=$(dpkg --print-architecture)
       tools=
       emulator=()
@@ -22,7 +22,7 @@ use_target() {
       ;;
     armhf | arm64)
       use_cross_target "$target"
-      preset=package-$target
+      preset=$target
       tools=$triplet-
       cmake_target=(--toolchain "$project_dir/cmake/$target-toolchain.cmake")
       compiler="$triplet-gcc --sysroot=$sysroot"
@@ -33,11 +33,11 @@ use_target() {
   library=$build/lib/libvy_frame_processor.so
 }
 
-# Installs what the target's build needs and the further packages given, and builds.
+# Installs what the target's build needs and the further packages given, and builds what is installed.
 build_package_preset() {
   install_packages "${build_packages[@]}" "$@"
   [ "$target" = native ] || prepare_cross_target
-  build_preset "$preset"
+  build_preset "$preset" vy_frame_processor vy_frame_processor_recording tavrix_sdk vycam vyhost
 }
 
 # Prints the highest version of a symbol family (GLIBC, GLIBCXX, CXXABI, GCC) that a file needs; nothing if none.
