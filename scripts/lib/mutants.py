@@ -29,6 +29,7 @@ JUNCTIONS = {"&&": "||", "||": "&&"}
 OPERATIONS = {CursorKind.BINARY_OPERATOR, CursorKind.COMPOUND_ASSIGNMENT_OPERATOR}
 LOCK = re.compile(r"std::(lock_guard|unique_lock|scoped_lock|shared_lock)\b")
 ORDER = re.compile(rb"memory_order(?:_|::)(acquire|release|acq_rel|seq_cst)$")
+COMMUTATIVE = {"max", "min"}
 ATOMIC_CALLS = {"load", "store", "exchange", "fetch_add", "fetch_sub"}
 NUMBER = re.compile(rb"(0[xX][0-9a-fA-F']+|[0-9][0-9']*)([uUlL]*)$")
 FRACTION = re.compile(rb"([0-9.']+(?:[eE][-+]?[0-9]+)?)([fFlL]?)$")
@@ -223,7 +224,7 @@ class FileMutants:
         given = [i for i in given if all(spans[i][0] >= spans[j][1] for j in given if j < i)]
         for left in given:
             for right in given:
-                if right > left and types(arguments[left]) & types(arguments[right]):
+                if right > left and node.spelling not in COMMUTATIVE and types(arguments[left]) & types(arguments[right]):
                     texts = [self.text[slice(*spans[i])] for i in (left, right)]
                     if texts[0] != texts[1]:
                         self.add("swap arguments", node, parents, (*spans[left], texts[1]), (*spans[right], texts[0]))

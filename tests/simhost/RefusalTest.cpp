@@ -46,7 +46,11 @@ TEST(RefusalTest, HandlesPointersAndIndicesCountButNoValues) {
       {"vy_filter_config_schema_list_get_item", 1,
        [&](auto** e) { vy_filter_config_schema_list_get_item(list.get(), 1, e); }},
       {"vy_filter_get_config_value", 1, [&](auto** e) { vy_filter_get_config_value(filterHandle, nullptr, e); }},
-      {"vy_filter_update_config", 1, [&](auto** e) { vy_filter_update_config(filterHandle, 1, nullptr, e); }},
+      {"vy_filter_update_config", 1,
+       [&](auto** e) {
+         vy_filter_update_config(filterHandle, 1, nullptr, e);
+         EXPECT_EQ(vy_error_get_exception_type(*e), 4);
+       }},
       {"vy_delete_error", 1, [&](auto**) { vy_delete_error(deadError); }},
       {"vy_error_get_status", 1, [&](auto**) { vy_error_get_status(deadError); }},
       // What a caller may hand over, and the host may still refuse.

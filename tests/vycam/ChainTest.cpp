@@ -143,6 +143,8 @@ TEST_F(ChainTest, SettingsAreListedForPeopleAndMachines) {
   EXPECT_EQ(vycam("schema --camera talon --sensor colour", "COLUMNS=98 ").out, table);
   EXPECT_EQ(vycam("schema --camera talon --sensor colour", "COLUMNS=74 ").out, folded);
   EXPECT_EQ(vycam("schema --camera talon --sensor colour", "COLUMNS=70 ").out, below);
+  // Narrower than the last word.
+  EXPECT_EQ(vycam("schema --camera talon --sensor colour", "COLUMNS=5 ").out.find(" \n"), std::string::npos);
   EXPECT_EQ(vycam("schema --camera Corvid --sensor depth").out.find("A boolean item"), std::string::npos);
   expectParts(vycam("schema --camera SpecialOpenNI --sensor depth").out,
               {"\n\nA boolean item shows 0 for its range and value"});

@@ -165,14 +165,16 @@ TEST_F(GalleryTest, EveryStreamIsShownWithItsOwnPicturesAndFigures) {
     }
     const std::string numbers = flat(section.find_child_by_attribute("div", "class", "numbers"));
     if (stem == std::string("Corvid-depth")) {
-      for (const char* pattern :
-           {"valid +([0-9.]+ %)", "output's pixels, ([0-9.]+ %)", "median error +([0-9]+ mm)", "within ([0-9]+ mm)"}) {
+      for (const auto& [pattern, caption] : {std::pair("valid +([0-9.]+ %)", "of the pixels measured"),
+                                             {"output's pixels, ([0-9.]+ %)", "of those with the scene in range"},
+                                             {"median error +([0-9]+ mm)", "median error against the scene"},
+                                             {"within ([0-9]+ mm)", "error of 95 % at most"}}) {
         std::smatch told;
         ASSERT_TRUE(std::regex_search(made.out, told, std::regex(pattern)));
-        expectParts(numbers, {"<b " + told.str(1) + ">"});
+        expectParts(numbers, {"<b " + told.str(1) + "> " + caption + ">"});
       }
     }
-    expectParts(numbers, {" ms> time of a frame, median> <div <b "});
+    expectParts(numbers, {" ms> time of a frame, median> <div <b ", " ms> time of the first frame>"});
     EXPECT_NE(flat(section.child("ol")).find(" ms>"), std::string::npos) << "times of filters";
   }
 }

@@ -96,7 +96,9 @@ void vy_filter_update_config(vy_filter_t* filter, uint8_t argc, const char** arg
 }
 
 void vy_filter_set_config_value(vy_filter_t* filter, const char* item, double value, vy_error** error) {
-  VY_SIMULATED(vy_filter_set_config_value)(filter, item, deviates("value not kept") ? 0 : value, error);
+  if (deviates("value not kept")) value = 0;
+  if (value == 270 && deviates("value refused")) value = -1;
+  VY_SIMULATED(vy_filter_set_config_value)(filter, item, value, error);
 }
 
 void vy_filter_enable(vy_filter_t* filter, bool enable, vy_error** error) {

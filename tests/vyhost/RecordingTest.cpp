@@ -12,6 +12,8 @@
 #include "Compression.h"
 #include "Failure.h"
 #include "McapContent.h"
+#include "ReplayValues.h"
+#include "Words.h"
 #include "recording/McapFile.h"
 #include "vyhost/VyhostTest.h"
 
@@ -209,6 +211,25 @@ TEST(RecordedValues, ComeBackBitByBit) {
   std::uint64_t bits = 0;
   std::memcpy(&bits, &value, sizeof bits);
   EXPECT_EQ(bits, 0x7ff8000000000123U);
+  // A short number for a float is that float.
+  EXPECT_EQ(vyhost::canonical(vyhost::ValueKind::intrinsic, json::parse("[1,2,0.1,4,640,480]")),
+            json::parse("[1,2,0.10000000149011612,4,640,480]"));
+  EXPECT_EQ(vyhost::canonical(vyhost::ValueKind::real32, json("f32:40000000")), json(2));
+}
+
+TEST(RecordedTexts, AreShownWithoutWhatIsNoCharacter) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"\x1F \x7E\n\x7F", "\\x1f ~\\n\\x7f"},
+      {"\xC2\x9F\xC2\xA0", "\\xc2\\x9f\xC2\xA0"},
+      {"\xC1\xBF\xC2", "\\xc1\\xbf\\xc2"},
+      {"\xE0\x9F\xBF\xE0\xA0\x80", "\\xe0\\x9f\\xbf\xE0\xA0\x80"},
+      {"\xED\x9F\xBF\xED\xA0\x80", "\xED\x9F\xBF\\xed\\xa0\\x80"},
+      {"\xEE\xA0\x80\xEF\xBF\xC0", "\xEE\xA0\x80\\xef\\xbf\\xc0"},
+      {"\xF0\x8F\xBF\xBF\xF0\x90\x80\x80", "\\xf0\\x8f\\xbf\\xbf\xF0\x90\x80\x80"},
+      {"\xF4\x8F\xBF\xBF\xF4\x90\x80\x80", "\xF4\x8F\xBF\xBF\\xf4\\x90\\x80\\x80"},
+      {"\xF5\x80\x80\x80", "\\xf5\\x80\\x80\\x80"},
+  };
+  for (const auto& [bytes, shown] : cases) EXPECT_EQ(vyhost::printable(bytes), shown);
 }
 
 }  // namespace

@@ -18,7 +18,6 @@ extern "C" void take(int signal) {
 }  // namespace
 
 void takeSignals() {
-  taken = 0;
   struct sigaction action = {};
   action.sa_handler = take;
   action.sa_flags = SA_RESTART;

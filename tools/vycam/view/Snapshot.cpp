@@ -14,7 +14,6 @@ namespace {
 
 std::string paintedOutput(const StreamFacts& facts, const vy_frame_t* raw, const vy_frame_t* output, GreyImage truth) {
   StreamResult result;
-  result.rawFacts = factsOf(raw);
   result.raw = decodeForView(raw, facts.chain);
   result.output = decodeForView(output, facts.chain);
   result.outputFacts = factsOf(result.output.get());
