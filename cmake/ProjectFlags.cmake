@@ -23,7 +23,9 @@ target_compile_options(vyfp_quick_flags INTERFACE
   -O0 $<$<CXX_COMPILER_ID:GNU>:-fno-sanitize=null,alignment,object-size,pointer-overflow,vptr>)
 target_link_libraries(vyfp_quick_flags INTERFACE vyfp_flags)
 add_library(vyfp::quick_flags ALIAS vyfp_quick_flags)
+# The work on pixels is the simulated host's: more optimisation of the tools would make them larger, not faster.
 add_library(vyfp_tool_flags INTERFACE)
+target_compile_options(vyfp_tool_flags INTERFACE $<$<CONFIG:Release>:-O1>)
 target_link_libraries(vyfp_tool_flags INTERFACE vyfp_$<IF:$<CONFIG:Debug>,quick_,>flags)
 add_library(vyfp::tool_flags ALIAS vyfp_tool_flags)
 
