@@ -214,9 +214,11 @@ TEST_F(Instrumentation, NestedCallsAreCountedEachAndTimedOnce) {
   EXPECT_TRUE(none.name == nullptr && none.calls == 0 && none.nanoseconds == 0);
   run();
   EXPECT_GT(vysim_timing_filter_at(1).nanoseconds, 0U);
+  vysim_record_start();
   vysim_timing_stop();
   vysim_count_calls(false);
   run();
+  EXPECT_GT(vysim_record_count(), 0U) << "each is switched for itself";
   vysim_timing_total(&calls, nullptr);
   uint64_t later = 0;
   vysim_timing_total(nullptr, &later);

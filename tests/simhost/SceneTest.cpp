@@ -73,10 +73,10 @@ TEST_F(Scenes, PicturesOfTheRoomStayAsTheyAre) {
     }
     EXPECT_EQ(found, fingerprints) << name;
   }
-  const Camera camera = openCamera("Vashti", 64, 48);
+  const Camera camera = openCamera("Corvid", 64, 48);
   uint32_t moving = fingerprint({});
   for (int i = 0; i < 310; ++i) moving = fingerprint(bytesOf(nextFrame(camera)), moving);
-  EXPECT_EQ(moving, 1548189702U);
+  EXPECT_EQ(moving, 987704743U);
 }
 
 }  // namespace

@@ -102,7 +102,7 @@ void vy_filter_set_config_value(vy_filter_t* filter, const char* item, double va
 }
 
 void vy_filter_enable(vy_filter_t* filter, bool enable, vy_error** error) {
-  VY_SIMULATED(vy_filter_enable)(filter, enable || deviates("always on"), error);
+  VY_SIMULATED(vy_filter_enable)(filter, (enable || deviates("always on")) && !deviates("always off"), error);
 }
 
 bool vy_filter_is_enabled(const vy_filter_t* filter, vy_error** error) {

@@ -230,6 +230,9 @@ TEST(RecordedTexts, AreShownWithoutWhatIsNoCharacter) {
       {"\xF5\x80\x80\x80", "\\xf5\\x80\\x80\\x80"},
   };
   for (const auto& [bytes, shown] : cases) EXPECT_EQ(vyhost::printable(bytes), shown);
+  std::string sensors;
+  for (const int sensor : {1, 2, 3, 4, 6, 7}) sensors += vyhost::sensorName(sensor) + ", ";
+  EXPECT_EQ(sensors, "infrared, colour, depth, sensor 4, left infrared, right infrared, ");
 }
 
 }  // namespace
