@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "pixel/Geometry.h"
+#include "pixel/Offset.h"
 #include "pixel/Packing.h"
 #include "pixel/RunLength.h"
 #include "pixel/Speckle.h"
@@ -194,6 +195,21 @@ TEST(Geometry, TurnedForthAndBackAnImageIsItself) {
       rotate(back.data(), there.data(), size.width, size.height, bytes, 180);
       EXPECT_EQ(there, input) << size.width << " x " << size.height << ", " << bytes << " bytes";
     }
+  }
+}
+
+// ---- Offset ----
+
+TEST(RasterOffset, MovesPixelsAlongTheRowsAndLeavesNothingOld) {
+  const std::pair<uint32_t, Image> cases[] = {
+      {0, {1, 2, 3, 4, 5, 6}}, {2, {0, 0, 1, 2, 3, 4}}, {6, {0, 0, 0, 0, 0, 0}}, {9, {0, 0, 0, 0, 0, 0}}};
+  for (const auto& [shift, moved] : cases) {
+    const Image image = {1, 2, 3, 4, 5, 6};
+    Image raw(6, 77), repaired(6, 77);
+    applyRasterOffset(image.data(), raw.data(), 3, 2, shift);
+    EXPECT_EQ(raw, moved);
+    repairRasterOffset(raw.data(), repaired.data(), 3, 2, shift);
+    for (uint32_t i = 0; i < 6; ++i) EXPECT_EQ(repaired[i], i + shift < 6 ? image[i] : 0) << shift;
   }
 }
 
