@@ -202,7 +202,7 @@ TEST(Geometry, TurnedForthAndBackAnImageIsItself) {
 
 TEST(RasterOffset, MovesPixelsAlongTheRowsAndLeavesNothingOld) {
   const std::pair<uint32_t, Image> cases[] = {
-      {0, {1, 2, 3, 4, 5, 6}}, {2, {0, 0, 1, 2, 3, 4}}, {6, {0, 0, 0, 0, 0, 0}}, {9, {0, 0, 0, 0, 0, 0}}};
+      {0, {1, 2, 3, 4, 5, 6}}, {5, {0, 0, 0, 0, 0, 1}}, {6, {0, 0, 0, 0, 0, 0}}, {9, {0, 0, 0, 0, 0, 0}}};
   for (const auto& [shift, moved] : cases) {
     const Image image = {1, 2, 3, 4, 5, 6};
     Image raw(6, 77), repaired(6, 77);
