@@ -1,6 +1,5 @@
-// What the command tells of kept recordings, to the letter: of filters in the host's own hands, null handles and
-// unknown names (private), of exceptions, of a process that ended within calls on two threads (death), and of records
-// that are damaged in a file that came to its limit.
+// What the command tells of kept recordings, to the letter: of filters in the host's own hands (private), exceptions,
+// ends within calls (death), records damaged in a cut file, calls within calls (reentry), all sensors of a family.
 #include "vyhost/VyhostTest.h"
 
 namespace {
@@ -16,7 +15,8 @@ TEST_P(StoriesTest, AreToldAsBefore) {
   EXPECT_EQ(outcome.exitCode, 0) << outcome.err << outcome.out << "If that is meant: scripts/record-sessions";
 }
 
-INSTANTIATE_TEST_SUITE_P(Kept, StoriesTest, testing::Values("private", "exceptions", "death", "damaged"),
+INSTANTIATE_TEST_SUITE_P(Kept, StoriesTest,
+                         testing::Values("private", "exceptions", "death", "damaged", "reentry", "sensors"),
                          [](const auto& test) { return std::string(test.param); });
 
 }  // namespace
