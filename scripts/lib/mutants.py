@@ -29,6 +29,7 @@ JUNCTIONS = {"&&": "||", "||": "&&"}
 OPERATIONS = {CursorKind.BINARY_OPERATOR, CursorKind.COMPOUND_ASSIGNMENT_OPERATOR}
 LOCK = re.compile(r"std::(lock_guard|unique_lock|scoped_lock|shared_lock)\b")
 ORDER = re.compile(rb"memory_order(?:_|::)(acquire|release|acq_rel|seq_cst)$")
+# Functions for which the order of their two arguments does not matter.
 COMMUTATIVE = {"max", "min", "both", "either"}
 ATOMIC_CALLS = {"load", "store", "exchange", "fetch_add", "fetch_sub"}
 NUMBER = re.compile(rb"(0[xX][0-9a-fA-F']+|[0-9][0-9']*)([uUlL]*)$")

@@ -49,7 +49,7 @@ TEST(RefusalTest, HandlesPointersAndIndicesCountButNoValues) {
       {"vy_filter_update_config", 1,
        [&](auto** e) {
          vy_filter_update_config(filterHandle, 1, nullptr, e);
-         EXPECT_EQ(vy_error_get_exception_type(*e), 4);
+         EXPECT_EQ(vy_error_get_exception_type(*e), 4);  // an invalid value
        }},
       {"vy_delete_error", 1, [&](auto**) { vy_delete_error(deadError); }},
       {"vy_error_get_status", 1, [&](auto**) { vy_error_get_status(deadError); }},

@@ -65,7 +65,7 @@ target_include_directories(vyhost_replay_test PRIVATE ${PROJECT_SOURCE_DIR}/test
 string(JOIN "' '" sessions_command ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:vyhost_sessions>)
 target_compile_definitions(vyhost_replay_test PRIVATE
   "SESSIONS=\"${sessions_command}\"" "VYHOST=\"${vyhost_command}\"" FAULTY_DIR="${faulty_dir}"
-  TWIN="$<TARGET_FILE:vy_frame_processor_recording>" RECORDINGS="${CMAKE_CURRENT_SOURCE_DIR}/recordings" STORIES="${CMAKE_CURRENT_SOURCE_DIR}/stories")
+  RECORDINGS="${CMAKE_CURRENT_SOURCE_DIR}/recordings" STORIES="${CMAKE_CURRENT_SOURCE_DIR}/stories")
 target_link_libraries(vyhost_replay_test PRIVATE vyfp_test_flags GTest::gtest_main)
 add_dependencies(vyhost_replay_test vyhost vy_frame_processor vyhost_sessions ${faulty_libraries})
 target_precompile_headers(vyhost_replay_test REUSE_FROM vyfp_test_support)

@@ -25,9 +25,6 @@ class ReplayTest : public CommandTest {
   Outcome replay(const fs::path& file, const std::string& arguments = "") const {
     return run("'" VYHOST "' replay '" + file.string() + "' " + arguments);
   }
-  Outcome replayFaulty(const fs::path& file, const std::string& fault) const {
-    return replay(file, "--library '" FAULTY_DIR "/libfaulty_" + fault + ".so'");
-  }
 };
 
 /// The pieces in their order, each behind the one before; empty if all are there.
@@ -90,7 +87,8 @@ TEST_F(ReplayTest, TheFirstDifferenceEndsAReplay) {
         "vy_frame_processor_get_config_schema(processor 1)", "got:       nothing"}},
   };
   for (const auto& c : cases) {
-    const Outcome outcome = replayFaulty(record(c.session), c.fault);
+    const std::string library = "'" FAULTY_DIR "/libfaulty_" + std::string(c.fault) + ".so'";
+    const Outcome outcome = replay(record(c.session), "--library " + library);
     EXPECT_EQ(outcome.exitCode, 1) << c.fault;
     EXPECT_EQ(missingPiece(outcome.out, c.told), "") << c.fault << ": " << outcome.out;
     EXPECT_EQ(outcome.out.find("difference 2: "), std::string::npos) << outcome.out;
