@@ -4,7 +4,7 @@
 //   vyhost_sessions sensors [FAMILY]   every sensor of every family, or of one
 //                   depth FAMILY       the depth sensor alone, in short
 //                   families           says their names, a line each
-//                   faults             every host function fails, in every way
+//                   faults             every host function fails, in every way (VYFP_SWEEP_STEP: every Nth)
 //                   private            the library's own filters in the host's hands; null handles, unknown names
 //                   exceptions         those that the library throws, and those of the host that pass through it
 //                   reentry            a host filter that calls the library
@@ -69,10 +69,12 @@ void runFaults() {
   const char* const functions[] = {
 #define VY_NAME(result, name, parameters, arguments, names, effect) #name,
       VY_HOST_FUNCTIONS(VY_NAME) VY_BARE_HOST_FUNCTIONS(VY_NAME)};
+  uint64_t faults = 0;
   // The two families with filters of the library's own.
   for (const char* const family : {"Corvid", "SpecialOpenNI"}) {
     for (const char* const function : functions) {
       for (const vysim_fault fault : {VYSIM_FAULT_ERROR, VYSIM_FAULT_NULL, VYSIM_FAULT_ERROR_WITH_RESULT}) {
+        if (++faults % sweepStep() != 0) continue;
         for (SensorCase& sensor : openSensors(*vysim_find_family(family))) {
           if (sensor.sensor != static_cast<VYSensorType>(kDepth)) continue;
           vysim_fail_call(function, 1, fault);
