@@ -28,7 +28,10 @@ sysroot_packages=(
 # Installs what cross-building for the target takes, and fills its sysroot.
 prepare_cross_target() {
   install_packages "g++-$triplet" qemu-user
-  make_sysroot
+  (
+    hold "$architecture-sysroot"
+    make_sysroot
+  )
 }
 
 # Puts Debian packages for the target's architecture, and what they depend on, into a folder, as files.

@@ -37,12 +37,23 @@ logged() {
   fail "failed: $*"
 }
 
+# Waits until no other script holds this checkout's lock of a name. The shell that calls holds it until it ends.
+hold() {
+  mkdir -p "$project_dir/build"
+  exec 9>"$project_dir/build/$1.lock"
+  flock 9
+}
+
 as_root() {
   if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi
 }
 
 apt_get() {
-  as_root env DEBIAN_FRONTEND=noninteractive apt-get -qq -o DPkg::Lock::Timeout=300 -o Acquire::Retries=3 "$@"
+  (
+    hold apt
+    # A service that a package starts must not hold the lock, too.
+    as_root env DEBIAN_FRONTEND=noninteractive apt-get -qq -o DPkg::Lock::Timeout=300 -o Acquire::Retries=3 "$@" 9>&-
+  )
 }
 
 # Installs those of the given Debian packages that are missing. Needs neither root nor network when none is missing.
@@ -78,6 +89,7 @@ build_preset() {
   [ -t 1 ] || quiet=(--quiet) # on a terminal, ninja's progress takes one line
   (
     cd "$project_dir" || exit
+    hold "$preset"
     if command -v ccache >/dev/null; then export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache; fi
     logged "configure-$preset" cmake --preset "$preset" "${fresh[@]}"
     cmake --build --preset "$preset" --parallel "$(nproc)" "${targets[@]}" -- "${quiet[@]}"
