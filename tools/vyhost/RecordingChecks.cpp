@@ -340,7 +340,8 @@ void checkTimes(const Recording& recording, Findings& findings) {
   std::map<std::string_view, Slow> slow;
   for (const Call& call : recording.calls) {
     if (!call.function->isHost || !call.hasReturned()) continue;
-    const auto time = static_cast<double>(call.endTime) - static_cast<double>(call.beginTime);
+    // Less than nothing where the clock was set back meanwhile.
+    const auto time = static_cast<double>(static_cast<std::int64_t>(call.endTime - call.beginTime));
     if (time <= period) continue;
     Slow& row = slow[call.function->name];
     ++row.times;
