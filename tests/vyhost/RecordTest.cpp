@@ -53,34 +53,6 @@ TEST_F(RecordTest, SaysWhereTheRecordingIs) {
   EXPECT_EQ(contentsOf(folder_ / "busy.mcap") + contentsOf(folder_ / "busy-2.mcap"), "");
 }
 
-TEST_F(RecordTest, SaysSoWhenNothingWasRecorded) {
-  const Outcome outcome = vyhost("record -- true");
-  EXPECT_EQ(outcome.exitCode, 0);
-  std::smatch match;
-  const std::regex says("vyhost: there is no recording, as true made no call .* must be given (.*)\n");
-  ASSERT_TRUE(std::regex_match(outcome.err, match, says)) << outcome.err;
-  EXPECT_TRUE(fs::exists(match[1].str())) << match[1];
-}
-
-TEST_F(RecordTest, RefusesWhatCannotBe) {
-  const struct {
-    const char* arguments;
-    const char* says;
-  } rows[] = {
-      {"record", "PROGRAM is required"},
-      {"record -- nosuchprogram", "cannot run nosuchprogram: No such file or directory"},
-      {"record -- /", "cannot run /: Permission denied"},
-      {"record --out nofolder/a.mcap -- true", "cannot write to the folder "},
-      {"record --out /dev/null -- true", "/dev/null is neither a file nor a folder"},
-  };
-  for (const auto& row : rows) {
-    const Outcome outcome = vyhost(row.arguments);
-    EXPECT_EQ(outcome.exitCode, 2) << row.arguments;
-    EXPECT_EQ(outcome.err.rfind(std::string("vyhost: ") + row.says, 0), 0U) << outcome.err;
-  }
-  EXPECT_TRUE(fs::is_empty(folder_));
-}
-
 TEST_F(RecordTest, SaysSoWhereTheStandardOutputTakesNothing) {
   makeRecording("a.mcap");
   for (const char* arguments : {"--help", "--version", "show a.mcap", "show --calls a.mcap", "show --json a.mcap",

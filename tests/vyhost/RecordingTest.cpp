@@ -160,45 +160,6 @@ TEST_F(RecordingTest, ReadsChunksOfEveryCompression) {
   }
 }
 
-TEST_F(RecordingTest, RefusesForeignFiles) {
-  const std::string file = makeRecording("a.mcap");
-  std::string newer = file;
-  for (std::size_t at = 0; (at = newer.find("vy_create_error", at)) != std::string::npos;) newer.replace(at, 3, "vyx");
-  std::filesystem::create_directory(folder_ / "folder");
-  write("empty", "");
-  write("text", "a text\n");
-  write("magic", file.substr(0, 8));
-  write("newer", newer);
-  write("other", std::string(vyhost::kMcapMagic) + McapRecord(15).put32(0).finish() +
-                     McapRecord(2).put64(0).put64(0).put32(0).finish() + std::string(vyhost::kMcapMagic));
-  const struct {
-    const char* file;
-    const char* says;
-  } rows[] = {
-      {"missing", "cannot read missing: No such file or directory"},
-      {"folder", "cannot read folder: Is a directory"},
-      {"empty", "empty is empty"},
-      {"text", "text is not an MCAP file"},
-      {"/dev/zero", "/dev/zero is not an MCAP file"},
-      {"magic", "magic breaks off before the recording begins"},
-      {"other", "other is an MCAP file, but no recording"},
-      {"newer",
-       "newer has calls of vyxcreate_error, which vyhost " VY_VERSION " does not know; take the vyhost of version"},
-  };
-  for (const auto& row : rows) {
-    for (const std::string command : {"finish ", "timeline --out out.json "}) {
-      SCOPED_TRACE(command + row.file);
-      const Outcome outcome = vyhost(command + row.file);
-      EXPECT_EQ(outcome.exitCode, 2);
-      EXPECT_EQ(outcome.out, "");
-      EXPECT_EQ(outcome.err.rfind(std::string("vyhost: ") + row.says, 0), 0U) << outcome.err;
-      EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
-      EXPECT_FALSE(std::filesystem::exists(folder_ / "out.json"));
-    }
-  }
-  EXPECT_EQ(contentsOf(folder_ / "text"), "a text\n");
-}
-
 TEST(RecordedValues, ComeBackBitByBit) {
   using nlohmann::json;
   EXPECT_EQ(vyhost::bytesOf(json::parse(R"("a\u0000\u001f\u007f\u0080\u00bf\u00c0\u00ff")")),

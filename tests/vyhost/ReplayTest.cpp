@@ -113,25 +113,4 @@ TEST_F(ReplayTest, CallsThatNeverReturnedAreToldAndNotWaitedFor) {
   }
 }
 
-TEST_F(ReplayTest, WhatCannotBeReplayedIsToldInOneLine) {
-  const std::string file = record("private").string();
-  write("text.mcap", "not a recording");
-  const struct {
-    std::string arguments;
-    std::vector<std::string> told;
-  } cases[] = {
-      {"absent.mcap", {"absent.mcap", "No such file"}},
-      {"'" + path("text.mcap") + "'", {"text.mcap"}},
-      {"'" + file + "' --library absent.so", {"absent.so", "--library"}},
-      {"'" + file + "' --library /dev/null", {"cannot load /dev/null: /dev/null: ", "; --library"}},
-      {"", {"FILE", "required"}},
-  };
-  for (const auto& c : cases) {
-    const Outcome outcome = run("'" VYHOST "' replay " + c.arguments);
-    EXPECT_EQ(outcome.exitCode, 2) << c.arguments;
-    EXPECT_EQ(outcome.out.find('\n'), outcome.out.size() - 1) << outcome.out;
-    EXPECT_EQ(missingPiece(outcome.out, c.told), "") << outcome.out;
-  }
-}
-
 }  // namespace

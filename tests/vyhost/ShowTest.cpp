@@ -15,8 +15,6 @@
 #include <stdexcept>
 #include <thread>
 
-#include "CallLines.h"
-#include "Failure.h"
 #include "Story.h"
 #include "StoryJson.h"
 #include "StoryPage.h"
@@ -381,45 +379,6 @@ TEST(ShowTest, WritesJsonWithTheKeysOfTheManual) {
     }
   };
   check(json);
-}
-
-TEST(ShowTest, ListsTheCallsThatWereAskedFor) {
-  const Recording recording = record([] {
-    letFramesPass();
-    vysim_fail_call("vy_create_filter", 2, VYSIM_FAULT_ERROR);
-    withDepthProcessor([](const Processor& processor) {
-      for (int i = 0; i < 4; ++i) process(processor, makeFrame());
-      std::thread([&] { process(processor, makeFrame()); }).join();
-    });
-  });
-  const auto lines = [&recording](const vyhost::CallFilter& filter) {
-    const std::string text = callLines(recording, filter);
-    return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
-  };
-  const std::pair<vyhost::CallFilter, std::size_t> cases[] = {
-      {{}, recording.calls.size()},
-      // DisparityTransform and FrameRotate run for each of five frames.
-      {{{"vy_filter_process"}, {}, {}, {}, {}}, 10},
-      {{{"vy_filter_process"}, {"DisparityTransform"}, {}, {}, {}}, 5},
-      {{{"vy_filter_process"}, {"DisparityTransform"}, {2}, {}, {}}, 1},
-      {{{"vy_create_*", "vy_delete_error"}, {"NoiseRemovalFilter", "error:1"}, {}, {}, {}}, 2},
-      {{{"*"}, {"context:1"}, {}, {}, {}}, 3},
-      {{{}, {}, {3}, {}, {}}, 0},
-      {{{}, {}, {}, 100.0, {}}, 0},
-      {{{}, {}, {}, {}, -1.0}, 0},
-  };
-  for (const auto& [filter, count] : cases) {
-    EXPECT_EQ(lines(filter), count) << fmt::format("{} {}", fmt::join(filter.functions, " "),
-                                                   fmt::join(filter.handles, " "));
-  }
-  const std::string failed = callLines(recording, {{"vy_create_filter"}, {"NoiseRemovalFilter"}, {}, {}, {}});
-  for (const char* part : {" t1   vy_create_filter(\"NoiseRemovalFilter\") = null", "error:1", "\"injected fault\""})
-    EXPECT_NE(failed.find(part), std::string::npos) << failed;
-  const vyhost::CallFilter wrong[] = {{{"vy_none"}, {}, {}, {}, {}},
-                                      {{}, {"filtre:1"}, {}, {}, {}},
-                                      {{}, {"filter:"}, {}, {}, {}},
-                                      {{}, {"NoFilter"}, {}, {}, {}}};
-  for (const vyhost::CallFilter& filter : wrong) EXPECT_THROW(callLines(recording, filter), vyhost::Failure);
 }
 
 }  // namespace
