@@ -1,5 +1,6 @@
 #include <fmt/format.h>
 
+#include <cstdio>
 #include <string>
 
 #include "Commands.h"
@@ -35,6 +36,7 @@ void replay(const ReplayOptions& options) {
     throw Failure("no calls in " + options.file + "; record a program that uses the library");
   Replay run(recording, library.functions, {options.all});
   run.answer(*library.host);
+  std::fflush(stdout);  // the library may crash
   run.run();
 }
 
