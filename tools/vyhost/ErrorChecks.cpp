@@ -85,12 +85,15 @@ void checkSlot(const HostUnderTest& host) {
     host.trial.warn("a call that fails leaves an older error in the slot: the library takes it for a success");
     return;
   }
+  const auto getMessage = host.vy_error_get_message.address();
+  const auto deleteError = host.vy_delete_error.address();
+  // Behind the look-ups: each makes its function the step.
   host.trial.at("reading and deleting the older error after a call has written over it");
-  const auto message = readText(host.vy_error_get_message.address()(older), "the message of the older error");
+  const auto message = readText(getMessage(older), "the message of the older error");
   if (message != "older")
     throw Broken("a call that fails deletes the older error in the slot, which the library deletes as well");
-  host.vy_delete_error(older);
-  if (slot != nullptr) host.vy_delete_error(slot);
+  deleteError(older);
+  if (slot != nullptr) deleteError(slot);
 }
 
 // ---- Creating what is not there -------------------------------------------------------------------------------------
@@ -121,12 +124,12 @@ void checkTwins(const HostUnderTest& host) {
 void checkThreads(const HostUnderTest& host) {
   constexpr int kTurns = 200;
   bool isRight[2] = {false, false};
-  const auto work = [&host](bool& right) {
-    // The functions' addresses alone: a step is for one thread.
-    const auto create = host.vy_create_filter.address();
-    const auto enable = host.vy_filter_enable.address();
-    const auto isEnabled = host.vy_filter_is_enabled.address();
-    const auto remove = host.vy_delete_filter.address();
+  // The functions' addresses alone: a step is for one thread.
+  const auto create = host.vy_create_filter.address();
+  const auto enable = host.vy_filter_enable.address();
+  const auto isEnabled = host.vy_filter_is_enabled.address();
+  const auto remove = host.vy_delete_filter.address();
+  const auto work = [&](bool& right) {
     vy_error* error = nullptr;
     for (int i = 0; i < kTurns && error == nullptr; ++i) {
       vy_filter_t* const filter = create("FrameMirror", &error);
@@ -138,9 +141,6 @@ void checkThreads(const HostUnderTest& host) {
     right = error == nullptr;
   };
   makeFilter(host, "FrameMirror");
-  host.vy_filter_enable.address();
-  host.vy_filter_is_enabled.address();
-  host.vy_delete_filter.address();
   host.trial.at("filters on two threads");
   std::thread other(work, std::ref(isRight[0]));
   work(isRight[1]);
