@@ -2,6 +2,7 @@
 // functions that do as they are told by VYHOST_DEVIATION, and leave alone what they are not told of.
 #include <TavrixSDK.h>
 #include <dlfcn.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <cstdint>
@@ -68,7 +69,9 @@ bool isNamed(const char* name, const char* wanted) {
   return name != nullptr && std::strcmp(name, wanted) == 0;
 }
 
+/// The name of an item that lives until the next call.
 char* briefName = nullptr;
+constexpr std::size_t kPage = 4096;
 bool lastSwitch = false;
 
 VYFilterConfigSchemaItem simulatedItem(const vy_filter_config_schema_list_t* list, uint32_t index, vy_error** error) {
@@ -140,10 +143,10 @@ VYFilterConfigSchemaItem vy_filter_config_schema_list_get_item(const vy_filter_c
   replaceNumber(step, "step");
   replaceNumber(def, "default");
   replaceNumber(type, "type");
-  // A name that lives until the next call.
-  static char brief[64];
-  if (deviates("brief name") && name != nullptr) name = std::strncpy(brief, name, sizeof brief - 1);
-  briefName = deviates("brief name") ? brief : nullptr;
+  if ((deviates("brief name") || deviates("vanishing name")) && name != nullptr) {
+    briefName = static_cast<char*>(mmap(nullptr, kPage, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+    name = std::strcpy(briefName, name);
+  }
   item = {name, static_cast<VYFilterConfigValueType>(type), min, max, step, def, description};
   if (deviates("nothing past the end") && *error != nullptr) {
     VY_SIMULATED(vy_delete_error)(*error);
@@ -166,7 +169,8 @@ double vy_filter_get_config_value(const vy_filter_t* filter, const char* item, v
   if (isNamed(item, "MaxSpeckleSize")) replaceNumber(value, "value");
   if (value == 0) replaceNumber(value, "smallest value");
   if (value == 10000) replaceNumber(value, "largest value");
-  if (briefName != nullptr) briefName[0] = '?';
+  if (deviates("brief name")) briefName[0] = '?';
+  if (deviates("vanishing name")) munmap(briefName, kPage);
   return value;
 }
 
@@ -183,6 +187,7 @@ void vy_filter_enable(vy_filter_t* filter, bool enable, vy_error** error) {
 
 bool vy_filter_is_enabled(const vy_filter_t* filter, vy_error** error) {
   if (filter == nullptr && deviates("crash on null")) std::abort();
+  if (!isFirstThread() && deviates("second thread crashes")) std::abort();
   if (deviates("slot cleared")) *error = nullptr;
   if (deviates("one switch for all")) return lastSwitch;
   const bool isWrong = deviates(isFirstThread() ? "first thread disturbed" : "second thread disturbed");
@@ -214,6 +219,7 @@ const char* vy_error_get_message(const vy_error* error) {
   const auto lent = lentTexts().find(error);
   const char* text = lent != lentTexts().end() ? lent->second : VY_SIMULATED(vy_error_get_message)(error);
   replaceText(text, "error text");
+  if (deviates("crash on reading errors")) std::abort();
   return text;
 }
 

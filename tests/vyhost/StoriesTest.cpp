@@ -28,7 +28,8 @@ TEST_F(StoriesTest, WhatCannotBe) {
 
 // Recordings: of filters in the host's own hands (private), exceptions, ends within calls (death), records damaged in a
 // cut file, calls within calls (reentry), all sensors of a family. Composed ones: the depth chain of each family; what
-// can be told, once, and often with the values beside those that are right; processors that live at the end.
+// can be told, once, and often with the values beside those that are right; processors that live at the end; records
+// that are whole and wrong.
 class KeptStoriesTest : public StoriesTest, public testing::WithParamInterface<const char*> {};
 
 TEST_P(KeptStoriesTest, AreToldAsBefore) {
@@ -40,7 +41,7 @@ TEST_P(KeptStoriesTest, AreToldAsBefore) {
 
 INSTANTIATE_TEST_SUITE_P(Of, KeptStoriesTest,
                          testing::Values("private", "exceptions", "death", "damaged", "reentry", "sensors", "families",
-                                         "once", "many", "living"),
+                                         "once", "many", "living", "malformed"),
                          [](const auto& test) { return std::string(test.param); });
 
 }  // namespace
