@@ -41,7 +41,7 @@ TEST_P(KeptStoriesTest, AreToldAsBefore) {
 
 INSTANTIATE_TEST_SUITE_P(Of, KeptStoriesTest,
                          testing::Values("private", "exceptions", "death", "damaged", "reentry", "sensors", "families",
-                                         "once", "many", "living", "malformed"),
+                                         "once", "many", "living", "left", "malformed"),
                          [](const auto& test) { return std::string(test.param); });
 
 }  // namespace
