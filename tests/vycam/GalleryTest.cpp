@@ -16,11 +16,11 @@ using GalleryTest = VycamTest;
 std::string flat(const pugi::xml_node& node) {
   std::string text;
   for (const pugi::xml_attribute& attribute : node.attributes()) {
-    if (std::string(attribute.name()) != "alt") text += std::string(" ") + attribute.name() + "=" + attribute.value();
+    text += std::string(" ") + attribute.name() + "=" + attribute.value();
   }
   for (const pugi::xml_node& child : node.children()) {
     text += child.type() == pugi::node_pcdata ? std::string(" ") + child.value()
-                                              : std::string(" <") + child.name() + flat(child) + ">";
+                                              : std::string("\n<") + child.name() + flat(child) + ">";
   }
   return text;
 }
@@ -46,52 +46,14 @@ TEST_F(GalleryTest, ThePageShowsWhatItIsGiven) {
     other.chain.sensor = sensor;
     if (sensor != VY_SENSOR_DEPTH) family.entries.push_back(other);
   }
+  vycam::GalleryFamily second;
+  second.chains.family = &vycam::parseFamily("Talon");
   pugi::xml_document page;
-  const std::string text = vycam::galleryPage({family, family}, "f00d");
+  const std::string text = vycam::galleryPage({family, second}, "f00d");
   EXPECT_EQ(text.rfind("<!DOCTYPE html>\n<html ", 0), 0U);
   ASSERT_TRUE(page.load_string(text.c_str()));
-  EXPECT_EQ(flat(page.select_node("//nav").node()), " <div <a href=#Corvid Corvid> <a href=#Corvid Corvid>>");
-  EXPECT_EQ(page.select_nodes("//main/h2[@id='Corvid'][.='Corvid']").size(), 2U);
-  EXPECT_EQ(page.select_nodes("//main/h2[1]/following-sibling::p[@class='ids'][position() < 3]").size(), 2U);
-  EXPECT_EQ(flat(page.select_node("//footer").node()),
-            " Made by vycam " VYCAM_VERSION " with the library of revision f00d.");
-  expectParts(
-      flat(page.select_node("/html").node()),
-      {" xmlns=http://www.w3.org/1999/xhtml lang=en <head <meta charset=utf-8> <meta name=viewport "
-       "content=width=device-width, initial-scale=1> <title Camera families and their filter chains> <style \n:root {",
-       "<body <header <h1 Camera families and their filter chains> <p For every sensor "});
-  const pugi::xpath_node_set sections = page.select_nodes("//section");
-  ASSERT_EQ(sections.size(), 12U);
-  const std::string figures =
-      " <figure <a href=R.png <img src=r.png loading=lazy>> <figcaption <b Before>  raw facts>>"
-      " <figure <a href=O.png <img src=o.png loading=lazy>> <figcaption <b After>  output facts>>";
-  const std::string header =
-      "<tr <th Setting> <th Type> <th class=n data-name=Min Min> <th class=n data-name=Max Max>"
-      " <th class=n data-name=Step Step> <th class=n data-name=Value Value> <th Description>>";
-  EXPECT_EQ(
-      flat(sections[0].node()),
-      " <h3 Depth <span sensor depth>> <ol class=chain <li A <small 1, 2, 1 ms>> <li B <small wraps Inner>>"
-      " <li class=off C <small wraps Inner, off, 2 ms>> <li class=off D <small off>>> <div class=figures" +
-          figures +
-          " <figure <a href=T.png <img src=t.png loading=lazy>> <figcaption <b Truth>  to see>>>"
-          " <div class=numbers <div <b 91.3 %> of all> <div <b \xE2\x80\x93> nothing>> <pre class=wide vycam <run>>"
-          " <details open=open <summary Settings (2)> <div class=wide <table <tbody " +
-          header +
-          " <tr <td A#0> <td integer> <td class=n data-name=Min 1> <td class=n data-name=Max 9>"
-          " <td class=n data-name=Step 2> <td class=n data-name=Value 5> <td less < more>>"
-          " <tr <td A#255> <td boolean> <td class=n data-name=Min 0> <td class=n data-name=Max 1>"
-          " <td class=n data-name=Step 1> <td class=n data-name=Value 1> <td \xE2\x80\x93>>>>>>");
-  const char* const names[] = {"Colour <span sensor color>", "Infrared <span sensor ir>",
-                               "Left infrared <span sensor ir-left>", "Right infrared <span sensor ir-right>",
-                               "Sensor 9 <span sensor 9>"};
-  for (size_t i = 0; i < 5; ++i) {
-    EXPECT_EQ(flat(sections[1 + i].node()),
-              std::string(" <h3 ") + names[i] + "> <ol class=chain> <div class=figures two" + figures +
-                  "> <div class=numbers> <pre class=wide \xE2\x80\x93> <details <summary Settings (0)> <div class=wide"
-                  " <table <tbody " +
-                  header + ">>>>");
-  }
-  EXPECT_EQ(page.select_nodes("//img[@alt='Before: raw facts']").size(), 12U);
+  const std::string ours = std::regex_replace(flat(page), std::regex("vycam " VYCAM_VERSION), "vycam #");
+  expectKept("page.txt", ours);
 }
 
 TEST_F(GalleryTest, EveryStreamIsShownWithItsOwnPicturesAndFigures) {
@@ -163,30 +125,7 @@ TEST_F(GalleryTest, EveryStreamIsShownWithItsOwnPicturesAndFigures) {
                                      {"-error", "/error.png"}}) {
       EXPECT_EQ(contentsOf(path(start + role + "-large.png")), contentsOf(path(stem + std::string(name)))) << role;
     }
-    const std::string numbers = flat(section.find_child_by_attribute("div", "class", "numbers"));
-    if (stem == std::string("Corvid-depth")) {
-      for (const auto& [pattern, caption] : {std::pair("valid +([0-9.]+ %)", "of the pixels measured"),
-                                             {"output's pixels, ([0-9.]+ %)", "of those with the scene in range"},
-                                             {"median error +([0-9]+ mm)", "median error against the scene"},
-                                             {"within ([0-9]+ mm)", "error of 95 % at most"}}) {
-        std::smatch told;
-        ASSERT_TRUE(std::regex_search(made.out, told, std::regex(pattern)));
-        expectParts(numbers, {"<b " + told.str(1) + "> " + caption + ">"});
-      }
-    }
-    expectParts(numbers, {" ms> time of a frame, median> <div <b ", " ms> time of the first frame>"});
-    EXPECT_NE(flat(section.child("ol")).find(" ms>"), std::string::npos) << "times of filters";
   }
-}
-
-TEST_F(GalleryTest, CamerasSeeTheGivenDepth) {
-  write("it's a scene.png", vycam::greyPng(rampWithHole()));
-  EXPECT_EQ(vycam("gallery --out page --depth \"it's a scene.png\"").err, "");
-  const StoredPng truth = png("page/images/Vashti-depth-truth-large.png");
-  EXPECT_EQ(truth.describe(), "340x74 RGB 8");
-  expectParts(
-      contentsOf(path("page/index.html")),
-      {"vycam run --camera Vashti --sensor depth --frames 3 --depth 'it'\\''s a scene.png' --out Vashti-depth"});
 }
 
 }  // namespace

@@ -21,24 +21,6 @@ class RunTest : public VycamTest {
   const vycam::GreyImage scene_ = rampWithHole();
 };
 
-/// The text without what differs from run to run.
-std::string withoutTimes(std::string text) {
-  text =
-      std::regex_replace(text, std::regex("\n(    [A-Z][^\n]*)[ 0-9]{2}[0-9]\\.[0-9]{3} ms(?=\n)"), "\n$1###.### ms");
-  text = std::regex_replace(text, std::regex("[0-9]+\\.[0-9]{3}|[0-9]+(?= ns per)"), "#");
-  return std::regex_replace(text, std::regex("ms \\([0-9.]+ %\\)"), "ms (# %)");
-}
-
-const char* const kTimes =
-    "  time per frame # ms: filters #, other host calls #,\n"
-    "                 clock about #,\n"
-    "                 the library's own part about # ms (# %)\n"
-    "                 (clock: about # ns per host call, measured now and taken off)\n";
-const char* const kSpread =
-    "                 median # ms, 95 % within # ms, largest # ms\n"
-    "                 all without the first frame, which took # ms\n";
-const char* const kWritten = "  written to made: raw.png, output.png";
-
 TEST_F(RunTest, SettingsAndOptionsShowInTheNumbers) {
   // The scene that pixel (x, y) of the output shows.
   using Origin = uint16_t (*)(const vycam::GreyImage&, size_t x, size_t y);
@@ -121,50 +103,11 @@ output 24x16 RGB 8 861936d3d61b3ce)"},
   }
 }
 
-TEST_F(RunTest, SummariesTellWhatTheRunWas) {
-  const struct {
-    const char* arguments;
-    std::vector<std::string> said;
-  } cases[] = {
-      {"--camera Corvid --sensor depth --set DisparityTransform#255=0 --d2c scale=2 --set HardwareD2CProcessor#255=0",
-       {R"(>Corvid depth, 30 frames
-  in             24x16, 16-bit words, disparity
-  out            24x16, 16-bit words, disparity
-  chain          (time in each filter per frame)
-    CorvidPixelOffsetFix                      ###.### ms
-    FrameUnpacker                             skipped: not for this raw format
-    NoiseRemovalFilter(200, 256, 1280, 800)   ###.### ms
-    DisparityTransform                        off
-    HardwareD2CProcessor (wraps DepthResize)  off
-    FrameMirror                               off
-    FrameFlip                                 off
-    FrameRotate                               ###.### ms
-  valid          93.8 % of the output's pixels, 97.8 % of the scene in range
-  median error   none: the output is not in millimetres
-)" + std::string(kTimes) +
-        kSpread + kWritten + ", truth.png, output16.png\n"}},
-      {"--camera vashti --sensor 3 --frames 1 --set FrameMirror#255=1 --set FrameFlip#255=0",
-       {">Vashti depth, 1 frame\n",
-        "    FrameMirror                           ###.### ms\n    FrameFlip                             off\n",
-        "  valid          95.8 % of the output's pixels, 100.0 % of the scene in range\n"
-        "  median error   0 mm against the scene; 95 % are within 0 mm\n" +
-            std::string(kTimes) + kWritten + ", truth.png, error.png, output16.png\n"}},
-      {"--camera Vashti --sensor depth --frames 2 --depth black.png",
-       {">Vashti depth, 2 frames\n", "  valid          0.0 % ",
-        "  median error   none: no pixel has both a measured and a true depth\n"}},
-      {"--camera Talon --sensor colour",
-       {">Talon color, 30 frames\n", "    FrameFlip    off\n    FrameRotate  ###.### ms\n  time ",
-        "raw.png, output.png\n"}},
-  };
-  writePng(path("black.png"), storedPng({32, 16, Numbers(512)}));
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.arguments);
-    const std::string scene = strstr(c.arguments, "--depth") == nullptr ? "--depth scene.png " : "";
+TEST_F(RunTest, TimesAddUp) {
+  for (const char* const arguments : {"--camera Corvid --sensor depth", "--camera Talon --sensor colour --frames 1"}) {
+    SCOPED_TRACE(arguments);
     // So wide that no long time folds a line.
-    const Outcome outcome = vycam("run --clean --out made " + scene + c.arguments, "COLUMNS=300 ");
-    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
-    expectParts(">" + withoutTimes(outcome.out), c.said);
-
+    const Outcome outcome = vycam(std::string("run --out made --depth scene.png ") + arguments, "COLUMNS=300 ");
     double total = 0, filters = 0, other = 0, clock = 0, library = 0, share = 0;
     const char* const times = outcome.out.c_str() + std::min(outcome.out.find("  time per frame"), outcome.out.size());
     const char* const form =
@@ -197,7 +140,7 @@ TEST_F(RunTest, FramesThatAreKeptShareTheirScales) {
 
 TEST_F(RunTest, EveryFrameIsKeptAndComesBack) {
   const std::string pellan = "run --camera Pellan --sensor depth ";
-  const Outcome outcome = vycam(pellan + "--frames 3 --keep all --ply --raw --depth scene.png --json --out made");
+  const Outcome outcome = vycam(pellan + "--frames 3 --keep all --ply --raw --depth scene.png --out made");
   ASSERT_EQ(outcome.exitCode, 0) << outcome.err;
   std::set<std::string> expected = {"made", "made/frames", "made/raw", "made/raw/frames.json", "scene.png"};
   for (const char* name : {"raw.png", "output.png", "truth.png", "error.png", "output16.png", "cloud.ply"}) {
@@ -213,6 +156,7 @@ TEST_F(RunTest, EveryFrameIsKeptAndComesBack) {
   // The points are the pixels that are not 0, in the colours of the picture.
   const StoredPng picture = png("made/output.png");
   const Numbers depths = numbers("made/output16.png");
+  const nlohmann::json lens = nlohmann::json::parse(contentsOf(path("made/raw/frames.json")));
   const std::string cloud = contentsOf(path("made/cloud.ply"));
   const char* point = cloud.data() + cloud.find("end_header\n") + strlen("end_header\n");
   for (size_t i = 0; i < depths.size(); ++i) {
@@ -220,6 +164,12 @@ TEST_F(RunTest, EveryFrameIsKeptAndComesBack) {
     float place[3];
     memcpy(place, point, sizeof place);
     EXPECT_EQ(place[2], depths[i]);
+    EXPECT_NEAR(place[0] * lens["fx"].get<float>(), (static_cast<float>(i % 24) - lens["cx"].get<float>()) * place[2],
+                0.1)
+        << i;
+    EXPECT_NEAR(place[1] * lens["fy"].get<float>(), (static_cast<float>(i / 24) - lens["cy"].get<float>()) * place[2],
+                0.1)
+        << i;
     const size_t left = (picture.width - 24) / 2;
     const unsigned colour = picture.colour(left + i % 24, i / 24);
     for (const unsigned shift : {16U, 8U, 0U})
@@ -227,28 +177,6 @@ TEST_F(RunTest, EveryFrameIsKeptAndComesBack) {
     point += 15;
   }
   EXPECT_EQ(point, cloud.data() + cloud.size());
-
-  const nlohmann::json told = nlohmann::json::parse(outcome.out);
-  const nlohmann::json frame = {
-      {"width", 24}, {"height", 16}, {"format", 8}, {"format_name", "16-bit words"}, {"pixels", "depth in mm"}};
-  EXPECT_EQ(told["out"], frame);
-  EXPECT_EQ(told["in"]["format"], 25);
-  EXPECT_EQ(told["frames"], 3);
-  EXPECT_EQ(told["chain"].size(), 7U);
-  EXPECT_EQ(told["chain"][1]["arguments"], (std::vector<std::string>{"40", "512", "1280", "800"}));
-  EXPECT_TRUE(told["chain"][0]["mean_s"].is_number() && told["chain"][3]["mean_s"].is_null());
-  EXPECT_EQ(told["chain"][3]["host_filter"], "DepthResize");
-  EXPECT_TRUE(told["accuracy"]["median_mm"].is_number() && told["accuracy"]["p95_mm"].is_number());
-  EXPECT_GT(told["accuracy"]["valid_of_scene"], told["accuracy"]["valid"]);
-  EXPECT_LE(told["times"]["median_s"], told["times"]["largest_s"]);
-  EXPECT_EQ(told["files"].size(), 28U);
-
-  const nlohmann::json raw = nlohmann::json::parse(contentsOf(path("made/raw/frames.json")));
-  EXPECT_EQ(raw["packing"], "16-bit, run-length compressed");
-  EXPECT_NEAR(raw["fx"], 910 * 24.0 / 1280, 1e-3);
-  EXPECT_EQ(raw["sub_pixel_bits"], 5);
-  EXPECT_EQ(raw["frames"][2]["time_us"], 66666);
-  EXPECT_EQ(raw["frames"][2]["bytes"], contentsOf(path("made/raw/00002.raw")).size());
 
   const struct {
     const char* arguments;
@@ -270,23 +198,6 @@ TEST_F(RunTest, EveryFrameIsKeptAndComesBack) {
   EXPECT_EQ(vycam("run --camera Halden --sensor depth --size 64x48 --frames 2 --raw --out room").err, "");
   EXPECT_EQ(vycam("run --camera Halden --sensor depth --replay room/raw --out again").err, "");
   EXPECT_EQ(contentsOf(path("again/error.png")), contentsOf(path("room/error.png"))) << "the room is known";
-
-  const std::string json = contentsOf(path("room/raw/frames.json"));
-  const auto refused = [&](const std::string& from, const std::string& to) {
-    std::string changed = json;
-    write("room/raw/frames.json", changed.replace(changed.find(from), from.size(), to));
-    return vycam("run --camera Halden --sensor depth --replay room/raw --out new").err;
-  };
-  const std::string about = "vycam: room/raw/frames.json does not describe frames that `vycam run --raw` wrote: ";
-  expectParts(refused("\"sensor\"", "\"senses\""), {about, "sensor"});
-  expectParts(refused("{", "["), {about, "parse error"});
-  expectParts(refused("\"width\": 64", "\"width\": 6"), {about, "\"6x48\" is not a frame size"});
-  expectParts(refused("Halden", "Corvid"),
-              {"the frames in room/raw are of Corvid depth; give --camera Corvid --sensor"});
-  expectParts(
-      refused("\"width\": 64", "\"width\": 32"),
-      {"cannot take room/raw/00000.raw for a frame: a frame of sensor 3 has 2112 bytes here, but 4224 are given"});
-  expectParts(refused("00000.raw", "0.raw"), {"cannot read room/raw/0.raw: No such file or directory"});
 }
 
 }  // namespace

@@ -489,26 +489,4 @@ TEST_F(ViewCommandTest, OpensTheAddress) {
   expectParts(outcome.err, {"cannot open the address with xdg-open: No such file or directory"});
 }
 
-TEST_F(ViewCommandTest, BadInputIsTold) {
-  const std::pair<const char*, std::vector<std::string>> cases[] = {
-      {"--camera Raven", {"\"Raven\"", "Corvid", "NormalOpenNI"}},
-      {"--camera Corvid:left", {"\"left\"", "ir-left"}},
-      {"--camera Corvid:depth,depth", {"\"Corvid:depth,depth\"", "depth twice"}},
-      {"--camera Corvid:", {"\"Corvid:\"", "no sensor"}},
-      {"--camera Halden:ir-left", {"Halden", "ir-left"}},
-      {"--camera ''", {"\"\"", "Corvid"}},
-      {"--port 65536", {"--port", "65535"}},
-      {"--port -1", {"--port"}},
-      {"--depth absent.png", {"cannot open absent.png"}},
-      {"--size 1x1", {"\"1x1\"", "16 to 4096"}},
-  };
-  for (const auto& [arguments, said] : cases) {
-    SCOPED_TRACE(arguments);
-    const Outcome outcome = vycam(std::string("view ") + arguments);
-    EXPECT_NE(outcome.exitCode, 0);
-    EXPECT_EQ(outcome.out, "");
-    expectParts(outcome.err, said);
-  }
-}
-
 }  // namespace

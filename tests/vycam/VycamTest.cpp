@@ -1,6 +1,8 @@
 #include "vycam/VycamTest.h"
 
 #include <cstdio>
+#include <cstdlib>
+#include <fstream>
 #include <memory>
 
 namespace {
@@ -77,6 +79,15 @@ vycam::GreyImage rampWithHole() {
     for (int x = 0; x < 24; ++x) image.pixels.push_back(static_cast<uint16_t>(x < 4 && y < 4 ? 0 : 600 + 100 * x + y));
   }
   return image;
+}
+
+std::string kept(const std::string& name) {
+  return contentsOf(VYCAM_KEPT "/" + name);
+}
+
+void expectKept(const std::string& name, const std::string& text) {
+  if (std::getenv("VYCAM_KEEP") != nullptr) std::ofstream(VYCAM_KEPT "/" + name, std::ios::binary) << text;
+  EXPECT_EQ(kept(name), text) << "If that is meant: VYCAM_KEEP=1 vycam_test --gtest_filter=...";
 }
 
 void expectParts(const std::string& text, const std::vector<std::string>& parts) {

@@ -45,6 +45,11 @@ std::string refusal(const Function& function) {
   return "accepted";
 }
 
+/// A file of tests/vycam/kept.
+std::string kept(const std::string& name);
+/// Fails where the text is not the kept one; with VYCAM_KEEP in the environment, it is from then on.
+void expectKept(const std::string& name, const std::string& text);
+
 /// Fails for each part that the text lacks.
 void expectParts(const std::string& text, const std::vector<std::string>& parts);
 
