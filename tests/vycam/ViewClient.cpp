@@ -113,15 +113,23 @@ int ViewClient::onEvent(lws* connection, int reason, void* in, size_t size) {
   }
 }
 
-std::string answerTo(int port, const std::string& request) {
-  const int socket = ::socket(AF_INET, SOCK_STREAM, 0);
+OpenConnection::OpenConnection(int port) : socket_(::socket(AF_INET, SOCK_STREAM, 0)) {
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_port = htons(static_cast<uint16_t>(port));
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  if (connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+  if (connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
     throw std::runtime_error("nobody listens");
   }
+}
+
+OpenConnection::~OpenConnection() {
+  close(socket_);
+}
+
+std::string answerTo(int port, const std::string& request) {
+  const OpenConnection connection(port);
+  const int socket = connection.socket();
   ::send(socket, request.data(), request.size(), MSG_NOSIGNAL);
   std::string answer;
   std::vector<char> buffer(65536);
@@ -135,6 +143,5 @@ std::string answerTo(int port, const std::string& request) {
   while (!isWhole() && (size = recv(socket, buffer.data(), buffer.size(), 0)) > 0) {
     answer.append(buffer.data(), static_cast<size_t>(size));
   }
-  close(socket);
   return answer;
 }

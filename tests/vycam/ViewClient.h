@@ -52,5 +52,18 @@ class ViewClient {
   std::string closeReason_;
 };
 
+/// A connection that says nothing.
+class OpenConnection {
+ public:
+  explicit OpenConnection(int port);
+  OpenConnection(const OpenConnection&) = delete;
+  OpenConnection& operator=(const OpenConnection&) = delete;
+  ~OpenConnection();
+  int socket() const { return socket_; }
+
+ private:
+  int socket_;
+};
+
 /// What the server answers to these bytes, until it has sent all of the answer or closes the connection.
 std::string answerTo(int port, const std::string& request);

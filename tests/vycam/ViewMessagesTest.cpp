@@ -53,63 +53,23 @@ TEST(ViewMessagesTest, WishesOfClients) {
   EXPECT_EQ(vycam::parseClientMessage(R"({"type":"reset","request":41,"stream":3})").request, 41U);
 }
 
-TEST(ViewMessagesTest, WhatIsNoneOfTheMessagesIsRefused) {
-  const std::pair<const char*, const char*> cases[] = {
-      {"", "no JSON object"},
-      {"{", "no JSON object"},
-      {"[]", "no JSON object"},
-      {"\"watch\"", "no JSON object"},
-      {"{\"type\":\"step\",\"camera\":\"\xFF\"}", "no JSON object"},
-      {"{\"type\":\"step\",\"camera\":0} {}", "no JSON object"},
-      {R"({"camera":0})", "\"type\" is missing"},
-      {R"({"type":null})", "\"type\" is not known"},
-      {R"({"type":"Watch","streams":{}})", "\"type\" is not known"},
-      {R"({"type":"watch"})", "\"streams\" is missing"},
-      {R"({"type":"watch","streams":[]})", "\"streams\" is no object"},
-      {R"({"type":"watch","streams":{"0":"after"}})", "no list"},
-      {R"({"type":"watch","streams":{"0":["behind"]}})", "\"behind\" is not known"},
-      {R"({"type":"watch","streams":{"0":[1]}})", "1 is not known"},
-      {R"({"type":"watch","streams":{"":[]}})", "no stream's number"},
-      {R"({"type":"watch","streams":{"-1":[]}})", "no stream's number"},
-      {R"({"type":"watch","streams":{"123456":[]}})", "no stream's number"},
-      {R"({"type":"set","stream":0,"values":{}})", "\"request\" is missing"},
-      {R"({"type":"set","request":-1,"stream":0,"values":{}})", "\"request\" is no whole number"},
-      {R"({"type":"set","request":1.5,"stream":0,"values":{}})", "\"request\" is no whole number"},
-      {R"({"type":"set","request":4294967296,"stream":0,"values":{}})", "\"request\" is no whole number"},
-      {R"({"type":"set","request":1,"stream":"0","values":{}})", "\"stream\" is no whole number"},
-      {R"({"type":"set","request":1,"stream":65536,"values":{}})", "\"stream\" is no whole number"},
-      {R"({"type":"set","request":1,"stream":0,"values":{"A#0":1}})", "a value is no text"},
-      {R"({"type":"reset","request":1})", "\"stream\" is missing"},
-      {R"({"type":"d2c","request":1,"stream":0,"on":1})", "\"on\" is neither true nor false"},
-      {R"({"type":"d2c","request":1,"stream":0,"on":true,"scale":"1"})", "\"scale\" is no number"},
-      {R"({"type":"d2c","request":1,"stream":0,"on":true,"scale":1e999})", "no JSON object"},
-      {R"({"type":"pause","camera":0})", "\"on\" is missing"},
-      {R"({"type":"step","camera":true})", "\"camera\" is no whole number"},
-      {R"({"type":"fail","request":1,"function":7,"nth":1,"kind":"null"})", "\"function\" is no text"},
-      {R"({"type":"fail","request":1,"function":"f","nth":1000001,"kind":"null"})", "\"nth\" is no whole number"},
-      {R"({"type":"fail","request":1,"function":"f","nth":1,"kind":"crash"})", "\"crash\" is not known"},
-  };
-  for (const auto& [text, said] : cases)
-    EXPECT_NE(offence(text).find(said), std::string::npos) << text << offence(text);
-  EXPECT_NE(offence(std::string(vycam::kLargestClientMessage, '[')), "accepted") << "deep nesting";
+TEST(ViewMessagesTest, WhatIsNoJsonIsRefused) {
+  for (const std::string& text : {std::string(), std::string("{\"type\":\"step\",\"camera\":\"\xFF\"}"),
+                                  std::string(vycam::kLargestClientMessage, '[')})
+    EXPECT_EQ(offence(text), "the message is no JSON object");
 }
 
 TEST(ViewMessagesTest, TextsForClients) {
-  vycam::StreamStats stats;
-  stats.frame = 12;
-  stats.lost = 3;
-  stats.times.filters["FrameMirror"] = 0.5;
-  Json text = Json::parse(vycam::statsText(4, stats, 9));
-  EXPECT_TRUE(text["stream"] == 4 && text["frame"] == 12 && text["lost"] == 3 && text["dropped"] == 9);
-  EXPECT_TRUE(text["error"].is_null() && text["lastError"].is_null());
-  EXPECT_EQ(text["milliseconds"]["filters"]["FrameMirror"], 0.5);
-  stats.lastError = "broken \xFF text";
+  vycam::StreamStats stats{12, 7.5, 3, 2, {}, {0.25, 0.5, 0.125, {{"FrameMirror", 0.5}}}, {}};
+  std::string text = vycam::statsText(4, vycam::StreamStats(), 0) + '\n' + vycam::statsText(4, stats, 9) + '\n';
+  stats.lastError = "broken \xFF text";  // still UTF-8 in the message
   stats.error = vycam::StreamError{2, {}, 0.5, 0.75, 100};
-  text = Json::parse(vycam::statsText(4, stats, 9));
-  EXPECT_EQ(text["lastError"], "broken \xEF\xBF\xBD text") << "still UTF-8";
-  EXPECT_TRUE(text["error"]["median"] == 2 && text["error"]["p95"].is_null() && text["error"]["ofScene"] == 0.75);
-  EXPECT_EQ(vycam::answerText(7, std::nullopt), R"({"request":7,"type":"done"})");
-  EXPECT_EQ(vycam::answerText(7, "no \"A\""), R"({"request":7,"text":"no \"A\"","type":"refused"})");
+  text += vycam::statsText(4, stats, 9) + '\n';
+  stats.error->p95 = 5;
+  text += vycam::statsText(5, stats, 8) + '\n';
+  text += vycam::answerText(7, std::nullopt) + '\n' + vycam::answerText(7, "no \"A\"") + '\n';
+  text += vycam::cameraText(3, true) + '\n' + vycam::cameraText(4, false) + '\n';
+  expectKept("messages.txt", text);
 }
 
 /// A frame of 3 x 1 pixels before the chain, and of 1 x 1 behind it.
@@ -183,12 +143,19 @@ TEST(ViewMessagesTest, NewestFramesWaitAndOlderOnesAreCounted) {
   EXPECT_EQ(nextOf(outbox), "2:2:0") << "streams take turns";
   EXPECT_EQ(nextOf(outbox), "0:1:3");
   EXPECT_EQ(outbox.droppedOf(0), 3U);
+  outbox.offer(makeFrame(2, 2));
+  EXPECT_EQ(nextOf(outbox), "2:2:0");
+  outbox.offer(makeFrame(0, 9));
+  outbox.offer(makeFrame(2, 3));
+  EXPECT_EQ(nextOf(outbox), "0:1:3") << "it is not always the turn of the same";
+  EXPECT_EQ(nextOf(outbox), "2:2:0");
+  EXPECT_EQ(outbox.droppedOf(7), 0U) << "nobody watches it";
 
   uint8_t byte = 0;
-  outbox.offer(makeFrame(0, 9));
+  outbox.offer(makeFrame(0, 10));
   EXPECT_TRUE(outbox.next(&byte, 1)->isFirst);
   outbox.push("next");
-  outbox.offer(makeFrame(0, 10));
+  outbox.offer(makeFrame(0, 11));
   outbox.watch({{0, bitOf(Role::before)}});
   size_t rest = 0;
   std::optional<Outbox::Piece> piece;

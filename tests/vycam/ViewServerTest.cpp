@@ -2,7 +2,12 @@
 #include "view/Server.h"
 
 #include <atomic>
+#include <future>
+#include <regex>
 
+#include "PointCloud.h"
+#include "Stream.h"
+#include "VirtualCamera.h"
 #include "vycam/ViewClient.h"
 #include "vycam/VycamTest.h"
 
@@ -60,33 +65,52 @@ uint32_t number(const std::string& frame, size_t offset) {
   return value;
 }
 
+std::string bodyOf(const std::string& answer) {
+  return answer.substr(answer.find("\r\n\r\n") + 4);
+}
+
 std::string letters(size_t count) {
   std::string all;
   for (size_t i = 0; i < count; ++i) all += "\u00e4";
   return all;
 }
 
-TEST_F(ViewServerTest, TheGreetingDescribesCamerasAndStreams) {
-  start({640, 400}, "Corvid:depth,ir,color");
-  const Json hello = connect()->nextText("hello");
-  EXPECT_EQ(hello["cameras"], Json::parse(R"([{"name":"Corvid","rate":0,"paused":false}])"));
-  ASSERT_EQ(hello["streams"].size(), 3U);
-  const Json& depth = hello["streams"][0];
-  EXPECT_TRUE(depth["sensor"] == "depth" && depth["kind"] == "depth" && depth["width"] == 640) << depth;
-  EXPECT_TRUE(depth["format"] == "16-bit words" && depth["focalLength"] == 455.0) << depth;
-  EXPECT_TRUE(depth["baseline"] == 40.0 && depth["subPixelBits"] == 7) << depth;
-  EXPECT_EQ(depth["toColour"], Json::parse(R"({"stream":2,"rotation":[1,0,0,0,1,0,0,0,1],"translation":[-22,0,0]})"));
-  EXPECT_EQ(depth["d2c"]["on"], false);
-  EXPECT_EQ(depth["chain"][0]["name"], "CorvidPixelOffsetFix");
-  const auto wrapper = std::find_if(depth["chain"].begin(), depth["chain"].end(),
-                                    [](const Json& link) { return link["name"] == "HardwareD2CProcessor"; });
-  EXPECT_TRUE((*wrapper)["wraps"] == "DepthResize" && (*wrapper)["switch"] == "HardwareD2CProcessor#255") << depth;
-  EXPECT_EQ(depth["settings"][0]["key"], "NoiseRemovalFilter#0");
-  EXPECT_EQ(depth["settings"][0]["start"], depth["settings"][0]["value"]);
-  EXPECT_EQ(hello["streams"][1]["kind"], "infrared");
-  const Json& colour = hello["streams"][2];
-  EXPECT_TRUE(colour["kind"] == "colour" && colour["d2c"].is_null() && colour["toColour"].is_null()) << colour;
-  EXPECT_EQ(hello["faults"]["kinds"], Json::parse(R"(["error","null","error with result"])"));
+// Messages of a client, and what the server says to each of them. Behind "<! " stands what ends the connection.
+TEST_F(ViewServerTest, WhatIsSaidIsTheKeptTalk) {
+  more_ = {"corvid:ir", "Talon:color", "Ostrel:depth"};
+  start({64, 48}, "Corvid:depth,ir,color");
+  std::istringstream lines(kept("talk.txt"));
+  std::string text;
+  std::unique_ptr<ViewClient> client = connect();
+  for (std::string line; std::getline(lines, line);) {
+    if (line[0] != '<') continue;
+    text += line + '\n';
+    if (line == "< hello") {
+      Json hello = connect()->nextText("hello");
+      EXPECT_EQ(hello["version"], VYCAM_VERSION);
+      hello.erase("version");
+      text += hello.dump(1) + '\n';
+      continue;
+    }
+    client->send(line.substr(line.find(' ') + 1), false);
+    if (line[1] == '!') {
+      while (client->next()) {
+      }
+      text += "closed, " + std::to_string(client->closeCode()) + ": " + client->closeReason() + '\n';
+      client = connect();
+      continue;
+    }
+    for (const unsigned stream : {0, 1}) {  // what comes before their answers comes of the message
+      client->send({{"type", "set"}, {"request", 100 + stream}, {"stream", stream}, {"values", {{"end", ""}}}});
+      while (const std::optional<ViewClient::Message> message = client->next()) {
+        const Json said = message->isText ? Json::parse(message->bytes) : Json{{"type", "stats"}};
+        if (said.value("request", 0U) == 100 + stream) break;
+        if (said["type"] != "stats" && said["type"] != "hello") text += message->bytes + '\n';
+      }
+    }
+  }
+  expectKept("talk.txt", text);
+  vysim_reset();
 }
 
 TEST_F(ViewServerTest, FiguresTellHowAStreamDoes) {
@@ -111,6 +135,26 @@ TEST_F(ViewServerTest, FiguresTellHowAStreamDoes) {
   EXPECT_TRUE(of[1]["error"].is_null()) << "colours have none";
 }
 
+// The first frame of streams of every kind: the words before the pixels, and a checksum of these.
+TEST_F(ViewServerTest, FramesAreTheKeptOnes) {
+  more_ = {"Mirel:ir-left", "Ostrel:depth,ir", "SpecialOpenNI:depth"};
+  start({64, 48}, "Corvid:depth,color");
+  const auto client = connect();
+  for (const unsigned camera : {0, 1, 2, 3}) client->send({{"type", "pause"}, {"camera", camera}, {"on", true}});
+  std::ostringstream text;
+  for (unsigned stream = 0; stream < 6; ++stream) {
+    const Json planes = {"before", "after", "truth"};
+    client->send({{"type", "watch"}, {"streams", {{std::to_string(stream), planes}}}});
+    const std::string frame = client->nextFrame();
+    const size_t pixels = 24 + 32 * static_cast<size_t>(frame.at(6));
+    for (size_t at = 0; at < pixels; at += 4) text << (at % 32 == 24 ? "\n  " : " ") << std::hex << number(frame, at);
+    uint64_t sum = 0xcbf29ce484222325;
+    for (size_t at = pixels; at < frame.size(); ++at) sum = (sum ^ static_cast<uint8_t>(frame[at])) * 0x100000001b3;
+    text << "\n  " << sum << '\n';
+  }
+  expectKept("frames.txt", text.str());
+}
+
 TEST_F(ViewServerTest, WhatIsWatchedComesAndWhatIsSetShows) {
   start();
   const auto client = connect(), other = connect();
@@ -130,48 +174,18 @@ TEST_F(ViewServerTest, WhatIsWatchedComesAndWhatIsSetShows) {
   while (number(frame, 60) != 48) frame = client->nextFrame();
   EXPECT_EQ(number(frame, 64), 64U) << "turned";
   EXPECT_EQ(other->nextText("state")["values"]["FrameRotate#0"], "90") << "told to others";
-  const std::string refusal =
-      ask(*client, {{"type", "set"}, {"stream", 0}, {"values", {{"FrameMirror#255", "1"}, {"FrameRotate#0", "91"}}}});
-  expectParts(refusal, {"cannot apply the settings", "Angle", "but is 91", "vy_filter_set_config_value"});
-  const std::pair<Json, const char*> refused[] = {
-      {{{"type", "set"}, {"stream", 0}, {"values", {{"FrameRotate#0", "x"}}}}, "\"x\" is no value for FrameRotate#0"},
-      {{{"type", "set"}, {"stream", 0}, {"values", {{"FrameRotate#7", "1"}}}}, "unknown setting \"FrameRotate#7\""},
-      {{{"type", "set"}, {"stream", 2}, {"values", Json::object()}}, "there is no stream 2"},
-      {{{"type", "reset"}, {"stream", 9}}, "there is no stream 9"},
-      {{{"type", "fail"}, {"function", "vy_delete_frame"}, {"nth", 1}, {"kind", "null"}}, "\"vy_delete_frame\""},
-  };
-  for (const auto& [request, said] : refused) expectParts(ask(*client, request), {said});
-  EXPECT_EQ(ask(*client, {{"type", "reset"}, {"stream", 0}}), "done");
-  EXPECT_EQ(client->closeCode(), 0);
-  const Json state = other->nextText("state");
-  EXPECT_TRUE(state["values"]["FrameRotate#0"] == "0" && state["values"]["FrameMirror#255"] == "0") << state;
 }
 
 TEST_F(ViewServerTest, DepthIsAlignedToColour) {
   start();
   const auto client = connect();
   client->send({{"type", "watch"}, {"streams", {{"0", {"after"}}}}});
-  Json wish = {{"type", "d2c"}, {"stream", 0}, {"on", true},  {"scale", 0.5}, {"left", 2},
-               {"top", 0},      {"right", 4},  {"bottom", 1}, {"apply", true}};
+  const Json wish = {{"type", "d2c"}, {"stream", 0}, {"on", true},  {"scale", 0.5}, {"left", 2},
+                     {"top", 0},      {"right", 4},  {"bottom", 1}, {"apply", true}};
   EXPECT_EQ(ask(*client, wish), "done");
   std::string frame = client->nextFrame();
   while (number(frame, 28) != 38) frame = client->nextFrame();
   EXPECT_EQ(number(frame, 32), 25U);
-  const Json states = connect()->nextText("hello")["streams"][0];
-  EXPECT_TRUE(states["d2c"]["on"] == true && states["d2c"]["left"] == 2) << states;
-  const auto alignment = std::find_if(states["settings"].begin(), states["settings"].end(),
-                                      [](const Json& row) { return row["key"] == "HardwareD2CProcessor#255"; });
-  EXPECT_EQ((*alignment)["value"], "1") << "the switch follows";
-  wish["stream"] = 1;
-  expectParts(ask(*client, wish), {"no HardwareD2CProcessor"});
-  wish["stream"] = 0;
-  wish["scale"] = 17;
-  expectParts(ask(*client, wish), {"scale=17", "above 0, up to 16"});
-  wish["scale"] = 1;
-  wish["top"] = -4000;
-  expectParts(ask(*client, wish), {"1 to 32767 pixels"});
-  EXPECT_EQ(ask(*client, {{"type", "set"}, {"stream", 0}, {"values", {{"HardwareD2CProcessor#255", "0"}}}}), "done");
-  EXPECT_EQ(connect()->nextText("hello")["streams"][0]["d2c"]["on"], false) << "the parameters follow the switch";
 }
 
 TEST_F(ViewServerTest, CamerasOfOneFamilyRunApart) {
@@ -179,19 +193,12 @@ TEST_F(ViewServerTest, CamerasOfOneFamilyRunApart) {
   scene_ = rampWithHole();
   start({24, 16}, "Corvid:depth");
   const auto client = connect();
-  const Json hello = client->nextText("hello");
-  EXPECT_EQ(hello["cameras"][0]["name"], "Corvid");
-  EXPECT_EQ(hello["cameras"][1]["name"], "Corvid 2");
-  EXPECT_EQ(hello["streams"][2]["camera"], 2);
   const auto frameOf = [&](unsigned stream, const char* role, char roleNumber) {
     client->send({{"type", "watch"}, {"streams", {{std::to_string(stream), {role}}}}});
     std::string frame = client->nextFrame();
     while (frame.at(4) != static_cast<char>(stream) || frame.at(24) != roleNumber) frame = client->nextFrame();
     return frame;
   };
-  EXPECT_EQ(frameOf(1, "after", 1).at(25), 2) << "brightness in two bytes";
-  EXPECT_EQ(frameOf(2, "after", 1).at(25), 4) << "in one";
-  EXPECT_EQ(frameOf(3, "after", 1).at(25), 3) << "colours";
   client->send({{"type", "pause"}, {"camera", 1}, {"on", true}});
   EXPECT_EQ(client->nextText("camera")["camera"], 1);
   const uint32_t stands = number(frameOf(1, "before", 0), 8);
@@ -261,34 +268,51 @@ TEST_F(ViewServerTest, EachFunctionOnTheListOfFaultsIsCalledByChains) {
   vysim_reset();
 }
 
-TEST_F(ViewServerTest, SnapshotsAreFiles) {
-  start({320, 200});
-  expectParts(page("snapshot/0/picture.png"), {"200 OK", "content-type: image/png",
-                                               "attachment; filename=\"Corvid-depth-picture.png\"", "\r\n\r\n\x89PNG"});
-  expectParts(page("snapshot/1/picture.png"), {"200 OK", "\r\n\r\n\x89PNG"});
-  expectParts(page("snapshot/0/numbers.png"), {"200 OK", "\r\n\r\n\x89PNG"});
-  expectParts(page("snapshot/0/cloud.ply"), {"200 OK", "\r\n\r\nply\n"});
-  expectParts(page("snapshot/1/cloud.ply"),
-              {"409", "text/plain", "points need a depth image in millimetres; this one"});
-  for (const char* const path : {"2/picture.png", "0/other.png", "0", "", "/picture.png", "00/picture.png"}) {
-    expectParts(page(std::string("snapshot/") + path), {"404"});
+TEST_F(ViewServerTest, SnapshotsAreTheFilesOfARun) {
+  start({320, 200}, "Mirel");
+  vycam::StreamOptions options;
+  options.family = &vycam::parseFamily("Mirel");
+  options.size = {320, 200};
+  options.frames = 2;  // the viewer took the first to see what its frames are
+  for (const unsigned stream : {0U, 1U}) {
+    options.sensor = stream == 0 ? VY_SENSOR_DEPTH : VY_SENSOR_COLOR;
+    vycam::Progress progress("", 2);
+    vycam::StreamScales scales;
+    const vycam::StreamResult run = vycam::runStream(library_, options, progress);
+    const std::string folder = "snapshot/" + std::to_string(stream) + "/";
+    EXPECT_TRUE(bodyOf(page(folder + "picture.png")) == vycam::paint(run, *options.family, scales).output->png());
+    if (stream == 1) continue;
+    const vycam::GreyImage output = vycam::greyPixels(run.output.get());
+    EXPECT_TRUE(bodyOf(page(folder + "numbers.png")) == vycam::greyPng(output));
+    EXPECT_TRUE(bodyOf(page(folder + "cloud.ply")) ==
+                vycam::plyOf(vycam::pointsOf(output, vycam::intrinsicOf(run.output.get()))));
   }
+}
+
+// The status and our headers, and why there is no snapshot.
+TEST_F(ViewServerTest, AnswersHaveTheKeptHeaders) {
+  start();
+  std::istringstream lines(kept("headers.txt"));
+  std::string text;
+  for (std::string line; std::getline(lines, line);) {
+    if (line.rfind("GET ", 0) != 0) continue;
+    const std::string answer = page(line.substr(4));
+    const std::string head = answer.substr(0, answer.find("\r\n\r\n") + 2);
+    text += line + '\n' + head.substr(9, 3) + head.substr(head.find('\r'));
+    if (answer.substr(9, 3) == "409") text += bodyOf(answer);
+  }
+  text = std::regex_replace(text, std::regex("\r|content-(length|type: text/html\r)[^\n]*\n"), "");
+  expectKept("headers.txt", std::regex_replace(text, std::regex(":[0-9]{4,5}"), ":#"));
 }
 
 TEST_F(ViewServerTest, RequestsOfStrangersAreRefused) {
   start();
   const std::string home = "/" + server_->token() + "/", own = ownHost(), port = std::to_string(server_->port());
-  const std::string whole = get(home, own);
-  expectParts(whole, {"200 OK", "text/html; charset=utf-8", "content-security-policy: default-src 'none'; script-src",
-                      "x-content-type-options: nosniff", "referrer-policy: no-referrer", "cache-control: no-store",
-                      "cross-origin-resource-policy: same-origin", "<html"});
-  expectParts(get(home + "style.css", "localhost:" + port), {"200 OK", "text/css; charset=utf-8"});
+  expectParts(get(home, "localhost:" + port), {"200 OK", "<html"});
   const std::tuple<std::string, std::string, const char*> pages[] = {
       {"/", own, "404"},
       {"/index.html", own, "404"},
       {"/" + std::string(32, '0') + "/", own, "404"},
-      {home + "absent.js", own, "404"},
-      {home + "../index.html", own, "404"},
       {home, "evil.example:" + port, "403"},
       {home, "127.0.0.1", "403"},
       {home, "127.0.0.1:1", "403"},
@@ -343,11 +367,14 @@ TEST_F(ViewServerTest, APauseAtOnceShowsAFrameAndItsFigures) {
 }
 
 TEST_F(ViewServerTest, CallsToFailAreBounded) {
+  vysim_fail_call("vy_create_filter", 1, VYSIM_FAULT_NULL);
+  vy_create_filter("FrameFlip", nullptr);
+  ASSERT_EQ(vysim_fail_count(), 1U) << "of before";
   start();
   const auto client = connect();
   Json fail = {{"type", "fail"}, {"function", "vy_filter_process"}, {"nth", 1000000}, {"kind", "error"}};
   for (int i = 0; i < 100; ++i) EXPECT_EQ(ask(*client, fail), "done");
-  expectParts(ask(*connect(), fail), {"100 calls are to fail already"});
+  EXPECT_EQ(ask(*connect(), fail), "100 calls are to fail already; more can be ordered when some of them have");
   vysim_reset();
 }
 
@@ -360,14 +387,10 @@ TEST_F(ViewServerTest, SenselessClientsLoseTheirConnectionAndDisturbNobody) {
     bool isBinary;
     std::string said;
   } cases[] = {
-      {"nonsense", false, "no JSON object"},
-      {R"({"type":"watch","streams":{"2":["after"]}})", false, "there is no stream 2"},
       // The reason holds 120 bytes: one of the quotation mark, and 59 letters of two.
-      {R"({"type":"watch","streams":{"0":[")" + letters(80) + R"("]}})", false, letters(59)},
-      {R"({"type":"pause","camera":1,"on":true})", false, "there is no camera 1"},
-      {R"({"type":"step","camera":1})", false, "there is no camera 1"},
-      {R"({"type":"step","camera":0})", true, "texts"},
-      {std::string(vycam::kLargestClientMessage + 1, ' '), false, "more than 16384 bytes"},
+      {R"({"type":"watch","streams":{"0":[")" + letters(80) + R"("]}})", false, "\"" + letters(59)},
+      {R"({"type":"step","camera":0})", true, "messages to the server are texts"},
+      {std::string(vycam::kLargestClientMessage + 1, ' '), false, "a message has more than 16384 bytes"},
   };
   for (const auto& c : cases) {
     ViewClient client(server_->port(), server_->token());
@@ -375,14 +398,19 @@ TEST_F(ViewServerTest, SenselessClientsLoseTheirConnectionAndDisturbNobody) {
     while (client.next()) {
     }
     EXPECT_EQ(client.closeCode(), 1008) << c.said;
-    expectParts(client.closeReason(), {c.said});
+    EXPECT_EQ(client.closeReason(), c.said);
     EXPECT_NO_THROW(Json(client.closeReason()).dump()) << "cut within a letter";
     EXPECT_NE(good->nextFrame(), "");
   }
   const auto hasty = connect();
-  for (int i = 0; i < 200; ++i) hasty->send({{"type", "step"}, {"camera", 0}});
-  clock_ += 1;
-  for (int i = 0; i < 200; ++i) hasty->send({{"type", "step"}, {"camera", 0}});
+  std::string largest = R"({"type":"step","camera":0})";
+  largest.resize(vycam::kLargestClientMessage, ' ');
+  for (int second = 0; second < 2; ++second) {
+    clock_ += 1;
+    hasty->send(largest, false);
+    for (int i = 0; i < 198; ++i) hasty->send({{"type", "step"}, {"camera", 0}});
+    EXPECT_EQ(ask(*hasty, {{"type", "reset"}, {"stream", 0}}), "done");
+  }
   EXPECT_EQ(ask(*hasty, {{"type", "reset"}, {"stream", 0}}), "closed: more than 200 messages in a second");
   EXPECT_NE(good->nextFrame(), "");
 }
@@ -455,6 +483,95 @@ TEST_F(ViewServerTest, APortInUseIsTold) {
   options.port = server_->port();
   expectParts(refusal([&] { vycam::Server second(*cameras_, options); }),
               {"cannot listen on 127.0.0.1 port " + std::to_string(options.port), "Address already in use", "--port"});
+}
+
+TEST_F(ViewServerTest, ConnectionsAreBounded) {
+  for (const int others : {63, 64}) {
+    start();
+    std::vector<std::unique_ptr<OpenConnection>> idle;
+    for (int i = 0; i < others; ++i) idle.push_back(std::make_unique<OpenConnection>(server_->port()));
+    EXPECT_EQ(page("").empty(), others == 64);
+    server_.reset();
+  }
+}
+
+TEST_F(ViewServerTest, APortIsFreeAgainAtOnce) {
+  start();
+  const auto client = connect();
+  EXPECT_FALSE(client->nextText("hello").is_null());
+  vycam::ServerOptions options;
+  options.port = server_->port();
+  server_.reset();  // the connection that the server ended still lingers
+  cameras_.emplace(library_, vycam::LiveOptions());
+  EXPECT_EQ(refusal([&] { server_.emplace(*cameras_, options); }), "accepted");
+}
+
+/// A stream without a server, whose thread begins when a test says so.
+class ViewStreamTest : public testing::Test {
+ protected:
+  ViewStreamTest() {
+    vycam::LiveOptions live;
+    live.cameras = {vycam::parseCameraChoice("Corvid:depth")};
+    live.size = {64, 48};
+    facts_ = vycam::LiveCameras(library_, live).streams()[0]->facts();
+    stream_.emplace(facts_, camera_.get(), context_.makeProcessor("Corvid", VY_SENSOR_DEPTH));
+  }
+
+  void start(const std::function<void()>& onFrame = [] {}) {
+    stream_->start({onFrame, [](const auto&) {}, [this](const vycam::StreamStats& stats) { stats_ = stats; }}, 0);
+  }
+  /// Waits until the stream has done what it was asked, and one thing more.
+  void settle() {
+    for (int i = 0; i < 2; ++i) {
+      const auto isDone = std::make_shared<std::promise<void>>();
+      stream_->reset([isDone](const auto&) { isDone->set_value(); });
+      isDone->get_future().wait();
+    }
+  }
+
+  const vycam::Library library_{""};
+  const vycam::Camera camera_ = vycam::openCamera(vycam::parseFamily("Corvid"), {64, 48}, false, {}, 0);
+  const vycam::Context context_{library_, vysim_camera_get_device(camera_.get(), nullptr)};
+  vycam::StreamFacts facts_;
+  vycam::StreamStats stats_;  // of the stream's thread
+  std::optional<vycam::LiveStream> stream_;
+};
+
+TEST_F(ViewStreamTest, StepsThatWaitAreBounded) {
+  stream_->pause(true);
+  for (int i = 0; i < 150; ++i) stream_->step();
+  start();
+  while (stream_->newest() == nullptr || stream_->newest()->number < 99) settle();
+  settle();
+  EXPECT_EQ(stream_->newest()->number, 99U);
+  stream_->pause(false);
+  stream_->step();  // counts for nothing now
+  settle();
+  EXPECT_EQ(stream_->newest()->number, 99U);
+}
+
+TEST_F(ViewStreamTest, APauseTakesStepsBackThatWait) {
+  stream_->pause(true);
+  for (int i = 0; i < 5; ++i) stream_->step();
+  stream_->pause(true);
+  for (int i = 0; i < 2; ++i) stream_->step();
+  start();
+  for (int i = 0; i < 5; ++i) settle();
+  EXPECT_EQ(stream_->newest()->number, 1U);
+}
+
+TEST_F(ViewStreamTest, FramesThatNobodyWaitedForAreLost) {
+  stream_->pause(true);
+  for (int i = 0; i < 4; ++i) stream_->step();
+  std::deque<int> skipped = {1, 2};
+  start([&] {
+    for (int i = 0; !skipped.empty() && i < skipped.front(); ++i) vycam::nextFrame(camera_.get(), VY_SENSOR_DEPTH);
+    if (!skipped.empty()) skipped.pop_front();
+  });
+  for (int i = 0; i < 4; ++i) settle();
+  stream_->stop();
+  EXPECT_EQ(stats_.frame, 6U) << "0, 2, 5, 6";
+  EXPECT_EQ(stats_.lost, 3U);
 }
 
 using ViewCommandTest = VycamTest;
