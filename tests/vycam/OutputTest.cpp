@@ -2,6 +2,7 @@
 #include "OutputFolder.h"
 
 #include <functional>
+#include <regex>
 
 #include "vycam/VycamTest.h"
 
@@ -21,20 +22,24 @@ TEST_F(OutputTest, SignalsEndWhatTheyFind) {
   const struct {
     std::string arguments;
     int exitCode;
-    std::string out;  // its beginning
+    const char* out;  // its beginning
     const char* err;
     size_t files;
   } cases[] = {
-      {many + once("/deeper/.vycam-*/frames/00001-raw.png", "TERM"), 143, "Vashti depth, ", "", 8},
-      {many + once("/deeper/.vycam-*/frames/00001-raw.png", "HUP"), 129, "Vashti depth, ", "", 8},
-      {"gallery --out made " + once("/.vycam-*/images", "TERM"), 143, "", "vycam: ended by a signal", 0},
+      {many + once("/deeper/.vycam-*/frames/00001-raw.png", "TERM"), 143,
+       "Vashti depth, [0-9]+ of 100000 frames\n  in   ", "", 8},
+      {many + once("/deeper/.vycam-*/frames/00001-raw.png", "HUP"), 129,
+       "Vashti depth, [0-9]+ of 100000 frames\n  in   ", "", 8},
+      {"gallery --out made " + once("/.vycam-*/images", "TERM"), 143, "",
+       "vycam: ended by a signal; nothing was written\n", 0},
       {"run --camera Vashti --sensor depth --frames 1 --size 64x48 --out made | true", 0, "", "", 0},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.arguments);
     const Outcome outcome = vycam(c.arguments);
     EXPECT_EQ(outcome.exitCode, c.exitCode);
-    EXPECT_EQ(outcome.out.rfind(c.out, 0), 0U) << outcome.out;
+    EXPECT_TRUE(std::regex_search(outcome.out, std::regex(c.out), std::regex_constants::match_continuous))
+        << outcome.out;
     const std::string said = outcome.err.substr(std::min(outcome.err.find("vycam: "), outcome.err.size()));
     EXPECT_EQ(said.rfind(c.err, 0), 0U) << said;  // the shell may add what the signal was
     std::set<std::string> left = files();

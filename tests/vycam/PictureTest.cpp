@@ -92,6 +92,12 @@ TEST_F(PictureTest, ScalesShowWhichColourMeansWhichNumber) {
   }
 }
 
+TEST_F(PictureTest, AWideScaleHasTicksUpToItsEnd) {
+  const StoredPng png = drawn(Picture::ofNumbers({9000, 1, std::vector<uint16_t>(9000, 1000)}, makeScale(0, 8971)));
+  EXPECT_EQ(ticks(png).size(), 90U) << "one for every hundred";
+  EXPECT_EQ(ticks(png).back(), 14U + 8900);
+}
+
 TEST_F(PictureTest, TheLongestTitleFits) {
   vycam::Scale scale = makeScale(30, 100, true);
   scale.title = "as sent: disparity, 1/128 px";

@@ -2,9 +2,14 @@
 #include "Stream.h"
 
 #include <dlfcn.h>
+#include <unistd.h>
 
+#include <csignal>
 #include <cstring>
 
+#include "Signals.h"
+#include "VirtualCamera.h"
+#include "view/Plane.h"
 #include "vycam/VycamTest.h"
 
 namespace {
@@ -51,6 +56,31 @@ TEST(StreamTest, FramesBecomeNumbersAndColours) {
               }),
               vycam::isPlain(c.format) ? "accepted" : "no filter of the chain decodes frames of this kind: " + facts);
   }
+}
+
+TEST(StreamTest, WhatNoPlaneCanBeMadeOfIsTold) {
+  const auto refused = [](VYPixelType type) {
+    const std::shared_ptr<vy_frame_t> frame = makeFrame(VY_FORMAT_Y8, type, {1, 2});
+    return refusal([&] { vycam::planeOf(vycam::Role::after, frame); });
+  };
+  EXPECT_EQ(refused(VY_PIXEL_DEPTH), "a frame (2x1, 8-bit grey, depth in mm) has fewer bytes than its pixels need");
+  EXPECT_EQ(refused(static_cast<VYPixelType>(77)), "a frame has unknown pixels");
+  EXPECT_EQ(refused(VY_PIXEL_INTENSITY), "accepted");
+}
+
+TEST(StreamTest, ASignalThatCameFirstEndsTheRun) {
+  const auto run = [] {
+    vycam::takeSignals();
+    raise(SIGTERM);
+    raise(SIGHUP);
+    vycam::Progress progress("", 1);
+    vycam::StreamOptions options;
+    options.family = &vycam::parseFamily("Corvid");
+    const std::string said = refusal([&] { vycam::runStream(vycam::Library(""), options, progress); });
+    fputs(said.c_str(), stderr);
+    _exit(vycam::takenSignal());
+  };
+  EXPECT_EXIT(run(), testing::ExitedWithCode(SIGTERM), "^ended by a signal; nothing was written$");
 }
 
 TEST(StreamTest, FailedCallsOfTheHostAreToldAndLeaveNothingBehind) {
@@ -102,6 +132,9 @@ TEST(StreamTest, CamerasWithoutProductsOrChainsAreTold) {
   vysim_family family{};
   family.name = "Raven";
   EXPECT_EQ(refusal([&] { vycam::makeDevice(family); }), "the host knows no product of family Raven");
+  expectParts(refusal([&] { vycam::openCamera(family, {}, false, {}); }), {"cannot open the camera: "});
+  const vycam::Camera halden = vycam::openCamera(vycam::parseFamily("Halden"), {}, false, {});
+  expectParts(refusal([&] { vycam::nextFrame(halden.get(), VY_SENSOR_9); }), {"cannot get a frame from the camera: "});
   const vycam::Device corvid = vycam::makeDevice(vycam::parseFamily("Corvid"));
   const vysim::DeviceInfo info(vycam::call("ask", vy_device_get_device_info, corvid.get()));
   EXPECT_EQ(vycam::call("ask", vy_device_info_get_pid, info.get()), 0x414B) << "its first product";

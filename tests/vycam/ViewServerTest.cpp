@@ -591,6 +591,25 @@ TEST_F(ViewCommandTest, PrintsTheAddressAndEndsAtASignal) {
   EXPECT_EQ(files(), std::set<std::string>{"xdg-open"});  // nobody has asked for a browser
 }
 
+TEST_F(ViewCommandTest, CamerasAreTheOnesThatWereAskedFor) {
+  writePng(path("scene.png"), storedPng(rampWithHole()));
+  for (const std::string options : {"--depth scene.png", "--clean --size 64x48", "--size 48x32 --depth scene.png"}) {
+    SCOPED_TRACE(options);
+    const std::string start =
+        "cd '" + path("") + "' && echo $$ && exec '" VYCAM_COMMAND "' view --camera Vashti:depth ";
+    FILE* const viewer = popen((start + options).c_str(), "r");
+    int process = 0, port = 0;
+    char token[33] = "";
+    EXPECT_EQ(fscanf(viewer, "%d http://127.0.0.1:%d/%32s", &process, &port, token), 3);
+    const std::string request = std::string("GET /") + token + "/snapshot/0/numbers.png HTTP/1.1\r\nHost: 127.0.0.1:";
+    const std::string body = bodyOf(answerTo(port, request + std::to_string(port) + "\r\n\r\n"));
+    kill(process, SIGTERM);
+    EXPECT_EQ(pclose(viewer), 0);
+    EXPECT_EQ(vycam("run --camera Vashti --sensor depth --frames 2 --out made " + options).err, "");
+    EXPECT_TRUE(body == contentsOf(path("made/output16.png")));
+  }
+}
+
 TEST_F(ViewCommandTest, OpensTheAddress) {
   write("xdg-open", "#!/bin/sh\necho \"$1\" >opened\n");
   const std::string start = "chmod +x xdg-open; mkfifo out opened; ";

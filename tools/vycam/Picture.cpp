@@ -60,21 +60,19 @@ double roundStep(double least) {
 
 /// Round numbers for the ticks of a scale, from left to right, their places at least `distance` apart.
 std::vector<double> tickNumbers(const Scale& scale, double distance) {
-  constexpr size_t kMostTicks = 100;
   std::vector<double> ticks;
   double place = 0;
-  while (ticks.size() < kMostTicks) {
+  for (;;) {
     // The more the numbers change over the distance, the rounder the next one can be.
     const double here = scale.numberAt(place);
     const double step = roundStep(std::fabs(scale.numberAt(place + distance) - here));
     const double tick = scale.isReciprocal ? std::floor(here / step) * step : std::ceil(here / step) * step;
-    if (tick < scale.low || tick > scale.high) {
-      break;
+    if (!(tick >= scale.low && tick <= scale.high)) {
+      return ticks;
     }
     ticks.push_back(tick);
     place = scale.placeOf(tick) + distance;
   }
-  return ticks;
 }
 
 }  // namespace

@@ -96,7 +96,7 @@ StreamResult runStream(const Library& library, const StreamOptions& options, Pro
     progress.step("frames/s");
   }
   if (result.frames == 0) {
-    throw Failure("ended by a signal before the first frame; nothing was written");
+    throw Failure("ended by a signal; nothing was written");
   }
   result.time = timing.report();
   describeFrame();
