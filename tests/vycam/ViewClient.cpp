@@ -127,10 +127,11 @@ OpenConnection::~OpenConnection() {
   close(socket_);
 }
 
-std::string answerTo(int port, const std::string& request) {
-  const OpenConnection connection(port);
-  const int socket = connection.socket();
-  ::send(socket, request.data(), request.size(), MSG_NOSIGNAL);
+void OpenConnection::send(const std::string& request) const {
+  ::send(socket_, request.data(), request.size(), MSG_NOSIGNAL);
+}
+
+std::string OpenConnection::answer() const {
   std::string answer;
   std::vector<char> buffer(65536);
   const auto isWhole = [&answer] {
@@ -140,8 +141,14 @@ std::string answerTo(int port, const std::string& request) {
     return isOpenSocket || (length < body && answer.size() >= body + 4 + std::stoul(answer.substr(length + 16)));
   };
   ssize_t size = 0;
-  while (!isWhole() && (size = recv(socket, buffer.data(), buffer.size(), 0)) > 0) {
+  while (!isWhole() && (size = recv(socket_, buffer.data(), buffer.size(), 0)) > 0) {
     answer.append(buffer.data(), static_cast<size_t>(size));
   }
   return answer;
+}
+
+std::string answerTo(int port, const std::string& request) {
+  const OpenConnection connection(port);
+  connection.send(request);
+  return connection.answer();
 }

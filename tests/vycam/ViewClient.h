@@ -52,18 +52,20 @@ class ViewClient {
   std::string closeReason_;
 };
 
-/// A connection that says nothing.
+/// A connection that says what it is told to.
 class OpenConnection {
  public:
   explicit OpenConnection(int port);
   OpenConnection(const OpenConnection&) = delete;
   OpenConnection& operator=(const OpenConnection&) = delete;
   ~OpenConnection();
-  int socket() const { return socket_; }
+  void send(const std::string& request) const;
+  /// What the server says, until it has said all or closes the connection.
+  std::string answer() const;
 
  private:
   int socket_;
 };
 
-/// What the server answers to these bytes, until it has sent all of the answer or closes the connection.
+/// What the server answers to these bytes.
 std::string answerTo(int port, const std::string& request);

@@ -127,6 +127,10 @@ TEST(ViewMessagesTest, NewestFramesWaitAndOlderOnesAreCounted) {
   Outbox outbox;
   outbox.offer(makeFrame(0, 1));
   EXPECT_TRUE(outbox.isEmpty()) << "nobody watches";
+  outbox.watch({{1, bitOf(Role::after)}, {6, bitOf(Role::after)}});
+  for (const uint16_t stream : {uint16_t{6}, uint16_t{1}}) outbox.offer(makeFrame(stream, 1));
+  EXPECT_EQ(nextOf(outbox), "1:1:0");
+  EXPECT_EQ(nextOf(outbox), "6:1:0");
   outbox.watch({{0, bitOf(Role::after)}, {2, bitOf(Role::after) | bitOf(Role::before)}, {3, bitOf(Role::truth)}});
   outbox.offer(makeFrame(3, 1));
   EXPECT_TRUE(outbox.isEmpty()) << "a plane that the frame does not have";

@@ -269,10 +269,13 @@ TEST_F(ViewServerTest, EachFunctionOnTheListOfFaultsIsCalledByChains) {
 }
 
 TEST_F(ViewServerTest, SnapshotsAreTheFilesOfARun) {
-  start({320, 200}, "Mirel");
   vycam::StreamOptions options;
   options.family = &vycam::parseFamily("Mirel");
   options.size = {320, 200};
+  scene_ = vycam::GreyImage{320, 200, std::vector<uint16_t>(64000, 1000)};
+  for (size_t i = 0; i < 64000; i += 2) scene_->pixels[i] = 20000;  // too far for the chain, not for the truth
+  options.depth = scene_;
+  start(options.size, "Mirel");
   options.frames = 2;  // the viewer took the first to see what its frames are
   for (const unsigned stream : {0U, 1U}) {
     options.sensor = stream == 0 ? VY_SENSOR_DEPTH : VY_SENSOR_COLOR;
@@ -287,6 +290,22 @@ TEST_F(ViewServerTest, SnapshotsAreTheFilesOfARun) {
     EXPECT_TRUE(bodyOf(page(folder + "cloud.ply")) ==
                 vycam::plyOf(vycam::pointsOf(output, vycam::intrinsicOf(run.output.get()))));
   }
+}
+
+TEST_F(ViewServerTest, SnapshotsThatAreMadeAreBounded) {
+  start({640, 400});
+  const std::string path = "/" + server_->token() + "/snapshot/0/picture.png";
+  const std::string request = "GET " + path + " HTTP/1.1\r\nHost: " + ownHost() + "\r\n\r\n";
+  std::set<std::string> found;
+  while (found.size() < 2) {  // until the stream is too slow for all that come at once
+    std::vector<std::unique_ptr<OpenConnection>> all;
+    for (int i = 0; i < 24; ++i) all.push_back(std::make_unique<OpenConnection>(server_->port()));
+    for (const auto& each : all) each->send(request);
+    for (const auto& each : all) found.insert(each->answer().substr(0, 12));
+    found.erase("");  // the connections of the round before may not have gone yet
+  }
+  EXPECT_EQ(found, (std::set<std::string>{"HTTP/1.1 200", "HTTP/1.1 503"}));
+  EXPECT_EQ(answerTo(server_->port(), request).substr(0, 12), "HTTP/1.1 200");
 }
 
 // The status and our headers, and why there is no snapshot.
@@ -406,7 +425,7 @@ TEST_F(ViewServerTest, SenselessClientsLoseTheirConnectionAndDisturbNobody) {
   std::string largest = R"({"type":"step","camera":0})";
   largest.resize(vycam::kLargestClientMessage, ' ');
   for (int second = 0; second < 2; ++second) {
-    clock_ += 1;
+    clock_ += second;
     hasty->send(largest, false);
     for (int i = 0; i < 198; ++i) hasty->send({{"type", "step"}, {"camera", 0}});
     EXPECT_EQ(ask(*hasty, {{"type", "reset"}, {"stream", 0}}), "done");
@@ -603,10 +622,12 @@ TEST_F(ViewCommandTest, CamerasAreTheOnesThatWereAskedFor) {
     EXPECT_EQ(fscanf(viewer, "%d http://127.0.0.1:%d/%32s", &process, &port, token), 3);
     const std::string request = std::string("GET /") + token + "/snapshot/0/numbers.png HTTP/1.1\r\nHost: 127.0.0.1:";
     const std::string body = bodyOf(answerTo(port, request + std::to_string(port) + "\r\n\r\n"));
+    const Json rate = ViewClient(port, token).nextText("hello")["cameras"][0]["rate"];
     kill(process, SIGTERM);
     EXPECT_EQ(pclose(viewer), 0);
     EXPECT_EQ(vycam("run --camera Vashti --sensor depth --frames 2 --out made " + options).err, "");
     EXPECT_TRUE(body == contentsOf(path("made/output16.png")));
+    EXPECT_TRUE(port > 1023 && rate == 30) << port << ", " << rate;
   }
 }
 
