@@ -273,12 +273,15 @@ TEST_F(ViewServerTest, SnapshotsAreTheFilesOfARun) {
   options.family = &vycam::parseFamily("Mirel");
   options.size = {320, 200};
   scene_ = vycam::GreyImage{320, 200, std::vector<uint16_t>(64000, 1000)};
-  for (size_t i = 0; i < 64000; i += 2) scene_->pixels[i] = 20000;  // too far for the chain, not for the truth
+  for (size_t i = 0; i < 64000; i += 2) scene_->pixels[i] = 3000;
   options.depth = scene_;
+  options.settings = {"DisparityTransform#2=2000"};  // the truth goes on where the output ends
   start(options.size, "Mirel");
+  const Json values = {{"DisparityTransform#2", "2000"}};
+  EXPECT_EQ(ask(*connect(), {{"type", "set"}, {"stream", 0}, {"values", values}}), "done");
   options.frames = 2;  // the viewer took the first to see what its frames are
   for (const unsigned stream : {0U, 1U}) {
-    options.sensor = stream == 0 ? VY_SENSOR_DEPTH : VY_SENSOR_COLOR;
+    if (stream == 1) options.sensor = VY_SENSOR_COLOR, options.settings.clear();
     vycam::Progress progress("", 2);
     vycam::StreamScales scales;
     const vycam::StreamResult run = vycam::runStream(library_, options, progress);
