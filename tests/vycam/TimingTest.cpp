@@ -45,6 +45,8 @@ TEST(TimingTest, PartsAddUpToTheWhole) {
       vycam::Frame(vycam::call("run", vy_filter_process, filter.get(), frame.get()));  // between frames
       report = timing.report();
       if (i == 0) {
+        timing.beginFrame();  // its chain fails
+        report = timing.report();
         EXPECT_GE(report.first, 50);
         for (const double same : {report.median, report.percentile95, report.largest, report.total})
           EXPECT_NEAR(same, report.first, 1e-9) << "the first is the only one";

@@ -48,19 +48,20 @@ Timing::~Timing() {
 }
 
 void Timing::beginFrame() {
-  if (frames_ <= 1) {  // what was counted so far is the first frame
-    durations_.clear();
-    nanosecondsByFilter_.clear();
-    hostCalls_ = 0;
-    host_ = 0;
-  }
   vysim_timing_start();
   begin_ = Clock::now();
 }
 
 void Timing::endFrame() {
-  durations_.push_back(nanosecondsSince(begin_));
+  const double duration = nanosecondsSince(begin_);
   vysim_timing_stop();
+  if (frames_ == 1) {  // what was counted so far is the first frame
+    durations_.clear();
+    nanosecondsByFilter_.clear();
+    hostCalls_ = 0;
+    host_ = 0;
+  }
+  durations_.push_back(duration);
   uint64_t calls = 0;
   uint64_t nanoseconds = 0;
   vysim_timing_total(&calls, &nanoseconds);
@@ -71,7 +72,7 @@ void Timing::endFrame() {
     nanosecondsByFilter_[time.name] += static_cast<double>(time.nanoseconds);
   }
   if (frames_++ == 0) {
-    first_ = durations_.front();
+    first_ = duration;
   }
 }
 

@@ -44,6 +44,7 @@ class Timing {
   Timing& operator=(const Timing&) = delete;
   ~Timing();
 
+  /// A frame that is begun and not ended, as its chain has failed, does not count.
   void beginFrame();
   void endFrame();
   TimeReport report() const;
