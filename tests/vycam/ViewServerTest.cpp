@@ -100,7 +100,7 @@ TEST_F(ViewServerTest, WhatIsSaidIsTheKeptTalk) {
       client = connect();
       continue;
     }
-    for (const unsigned stream : {0, 1}) {  // what comes before their answers comes of the message
+    for (const unsigned stream : {0U, 1U}) {  // what comes before their answers comes of the message
       client->send({{"type", "set"}, {"request", 100 + stream}, {"stream", stream}, {"values", {{"end", ""}}}});
       while (const std::optional<ViewClient::Message> message = client->next()) {
         const Json said = message->isText ? Json::parse(message->bytes) : Json{{"type", "stats"}};
@@ -140,7 +140,7 @@ TEST_F(ViewServerTest, FramesAreTheKeptOnes) {
   more_ = {"Mirel:ir-left", "Ostrel:depth,ir", "SpecialOpenNI:depth"};
   start({64, 48}, "Corvid:depth,color");
   const auto client = connect();
-  for (const unsigned camera : {0, 1, 2, 3}) client->send({{"type", "pause"}, {"camera", camera}, {"on", true}});
+  for (const unsigned camera : {0U, 1U, 2U, 3U}) client->send({{"type", "pause"}, {"camera", camera}, {"on", true}});
   std::ostringstream text;
   for (unsigned stream = 0; stream < 6; ++stream) {
     const Json planes = {"before", "after", "truth"};
