@@ -155,9 +155,11 @@ class Worker:
                        "TEST_TMPDIR": f"{scratch}/"}
         if settings.is_sanitized:
             environment["LD_LIBRARY_PATH"] = f"{folder}/lib"  # a sanitizer's dlopen() does not see the run path
-        # A fault may delete or kill what it likes, so all but the scratch folder is read-only, and no process is in reach.
-        sandbox = ["bwrap", "--ro-bind", "/", "/", "--dev", "/dev", "--proc", "/proc", "--ro-bind", self.root, PROJECT,
-                   "--bind", self.scratch, scratch, "--unshare-pid", "--unshare-net", "--die-with-parent", "--chdir", folder]
+        # A fault may delete or kill what it likes, so all but the scratch folder is read-only, /tmp is one for this run (death
+        # tests write there whatever TMPDIR says), and no process is in reach.
+        sandbox = ["bwrap", "--ro-bind", "/", "/", "--dev", "/dev", "--proc", "/proc", "--tmpfs", "/tmp",
+                   "--ro-bind", self.root, PROJECT, "--bind", self.scratch, scratch, "--unshare-pid", "--unshare-net",
+                   "--die-with-parent", "--chdir", folder]
 
         def limit():
             resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
