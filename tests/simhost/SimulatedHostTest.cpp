@@ -165,8 +165,10 @@ TEST_F(SimulatedHost, FiltersRefuseSettingsThatMakeNoSense) {
     } else {
       vy_filter_update_config(filter.get(), static_cast<uint8_t>(arguments.size()), arguments.data(), slot);
     }
-    const std::string message = slot.take().message;
-    EXPECT_NE(message.find(each.messagePart), std::string::npos) << each.filter << ": " << message;
+    const Error error = slot.take();
+    EXPECT_NE(error.message.find(each.messagePart), std::string::npos) << each.filter << ": " << error.message;
+    const bool isUnknown = error.message.find(" has no item ") != std::string::npos;
+    EXPECT_EQ(error.exceptionType, isUnknown ? kNotFound : kInvalidValue) << error.message;
     const SchemaList list(call(vy_filter_get_config_schema_list, filter.get()));
     for (uint32_t i = 0; i < call(vy_filter_config_schema_list_get_count, list.get()); ++i) {
       const VYFilterConfigSchemaItem item = call(vy_filter_config_schema_list_get_item, list.get(), i);
