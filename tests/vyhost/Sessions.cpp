@@ -18,6 +18,7 @@
 #include <cstdio>
 #include <limits>
 #include <map>
+#include <shared_mutex>
 #include <stdexcept>
 #include <thread>
 
@@ -30,7 +31,7 @@ class Session : public Scenario {
  public:
   using Scenario::Scenario;
 
- private:
+ protected:
   void call(Step /*step*/, const Work& work) override {
     ErrorSlot error;
     try {
@@ -38,6 +39,8 @@ class Session : public Scenario {
     } catch (const std::exception&) {
     }
   }
+
+ private:
   void receive(const Frame& /*input*/, Frame /*output*/) override {}
 };
 
@@ -171,6 +174,25 @@ void runValues() {
   runFamilies();
 }
 
+/// One of several at once. What adds to the registry of filters, or ends it, has the library for itself: every look at
+/// the registry asks each of its filters for its name, and no recording tells when another thread's filter got there.
+class ThreadSession : public Session {
+ public:
+  using Session::Session;
+
+ private:
+  void call(Step step, const Work& work) override {
+    static std::shared_mutex mutex;
+    if (step == Step::kOpen || step == Step::kMake || step == Step::kClose) {
+      const std::lock_guard<std::shared_mutex> alone(mutex);
+      Session::call(step, work);
+    } else {
+      const std::shared_lock<std::shared_mutex> together(mutex);
+      Session::call(step, work);
+    }
+  }
+};
+
 void runThreads() {
   std::vector<std::thread> threads;
   std::atomic<unsigned> ready{0};
@@ -178,7 +200,7 @@ void runThreads() {
     threads.emplace_back([i, &ready] {
       const std::vector<SensorCase> sensors = openSensors(*vysim_family_at(i));
       for (++ready; ready < 8;) std::this_thread::yield();
-      for (const SensorCase& sensor : sensors) Session(sensor).run();
+      for (const SensorCase& sensor : sensors) ThreadSession(sensor).run();
     });
   }
   for (std::thread& thread : threads) thread.join();
