@@ -97,10 +97,11 @@ build_preset() {
 }
 
 # Runs the tests of a built preset. Shows failures and, as the last lines, ctest's summary.
+#   test_preset PRESET [CTEST-OPTION...]
 test_preset() {
   say "running the tests of build/$1"
   cd "$project_dir" || exit
-  local run=(ctest --preset "$1" --parallel "$(nproc)")
+  local run=(ctest --preset "$1" --parallel "$(nproc)" "${@:2}")
   if [ -t 1 ]; then
     "${run[@]}" --progress
   else
