@@ -378,6 +378,8 @@ TEST_F(Cameras, TakeBytesForTheirFrames) {
       if (sensor == VY_SENSOR_DEPTH) {
         EXPECT_EQ(truthOf(other, made), truthOf(camera, sent));
       }
+      const Frame late(call(vysim_camera_make_frame, other.get(), sensor, 5000U, bytes, size));
+      EXPECT_EQ(call(vysim_frame_get_time, late.get()), 166666666U);
       ErrorSlot slot;
       const bool isAnySize = sensor == VY_SENSOR_DEPTH && family == std::string("Pellan");
       const Frame shorter(vysim_camera_make_frame(other.get(), sensor, 1, bytes, size - 1, slot));

@@ -36,7 +36,8 @@ TEST_F(Pacing, FramesComeAtTheirMomentsAndLateOnesAreLost) {
   std::this_thread::sleep_for(milliseconds(50));
   const Frame frame = nextFrame(camera);
   EXPECT_GE(numberOf(frame), last + 5);
-  EXPECT_EQ(timeOf(Frame(call(vy_create_frame_from_other_frame, frame.get(), true))), timeOf(frame));
+  for (const bool isCopy : {true, false})
+    EXPECT_EQ(timeOf(Frame(call(vy_create_frame_from_other_frame, frame.get(), isCopy))), timeOf(frame));
   EXPECT_GE(numberOf(nextFrame(camera, VY_SENSOR_COLOR)), numberOf(frame)) << "sensors share a clock";
 }
 
@@ -61,6 +62,16 @@ TEST_F(Pacing, APausedCameraStepsFromFrameToFrame) {
   EXPECT_LT(steady_clock::now() - start, std::chrono::seconds(3)) << "none of them was waited for";
   call(vysim_camera_pause, camera.get(), false);
   EXPECT_EQ(numberOf(nextFrame(camera)), 4U) << "what goes on already is left alone";
+}
+
+TEST_F(Pacing, APauseMayBeLong) {
+  const Camera camera = open(1000);
+  call(vysim_camera_pause, camera.get(), true);
+  for (int i = 0; i < 4400; ++i) nextFrame(camera);  // of more than 2^32 millionths of a second at a frame a second
+  const auto start = steady_clock::now();
+  call(vysim_camera_pause, camera.get(), false);
+  nextFrame(camera);
+  EXPECT_LT(steady_clock::now() - start, std::chrono::seconds(2));
 }
 
 TEST_F(Pacing, WithoutARateEveryFrameComesAtOnce) {

@@ -82,6 +82,12 @@ TEST_F(Pictures, ShadeASlopeWhereItIs) {
   const Image downLight = lightOf(nextFrame(openCamera("Ostrel", 2, 6, down, 2), VY_SENSOR_IR));
   EXPECT_EQ(acrossLight, (Image{143, 174, 179, 173, 143, 143, 143, 174, 179, 173, 143, 143}));
   EXPECT_EQ(downLight, (Image{143, 143, 105, 105, 98, 98, 105, 105, 143, 143, 143, 143}));
+
+  Image wide(800, 2000);
+  for (size_t i = 0; i < 800; ++i) wide[i] = i % 400 < 200 ? 2000 : 2010;
+  const Image light = lightOf(nextFrame(openCamera("Ostrel", 400, 2, wide, 400), VY_SENSOR_IR));
+  EXPECT_EQ(Image(light.begin() + 196, light.begin() + 204), (Image{143, 158, 158, 158, 158, 158, 158, 143}))
+      << "three pixels far where there are many";
 }
 
 }  // namespace

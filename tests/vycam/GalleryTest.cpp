@@ -52,6 +52,7 @@ TEST_F(GalleryTest, ThePageShowsWhatItIsGiven) {
   const std::string text = vycam::galleryPage({family, second}, "f00d");
   EXPECT_EQ(text.rfind("<!DOCTYPE html>\n<html ", 0), 0U);
   ASSERT_TRUE(page.load_string(text.c_str()));
+  page.child("html").child("head").remove_child("style");  // it would stand here as it stands in the code
   const std::string ours = std::regex_replace(flat(page), std::regex("vycam " VYCAM_VERSION), "vycam #");
   expectKept("page.txt", ours);
 }

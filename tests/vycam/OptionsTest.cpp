@@ -10,7 +10,7 @@ namespace {
 using OptionsTest = VycamTest;
 
 TEST_F(OptionsTest, BadInputIsToldInOneLineAndLeavesNothingBehind) {
-  write("bytes.png", "");
+  write("no-library", "");
   const std::string run = "run --camera Corvid --sensor depth --frames 1 --out made/deeper ";
   const struct {
     std::string arguments;
@@ -39,7 +39,7 @@ TEST_F(OptionsTest, BadInputIsToldInOneLineAndLeavesNothingBehind) {
       {"view --port -1", {"--port"}},
       {"families --library absent.so",
        {"vycam: cannot load the library: absent.so: ", "(--library PATH names another"}},
-      {"--library bytes.png families", {"cannot load the library: ", "bytes.png", "--library PATH"}},
+      {"--library no-library families", {"cannot load the library: ", "no-library", "--library PATH"}},
       {"--library '' families", {"--library", "is empty"}},
   };
   for (const auto& c : cases) {
@@ -50,7 +50,7 @@ TEST_F(OptionsTest, BadInputIsToldInOneLineAndLeavesNothingBehind) {
     EXPECT_EQ(outcome.err.rfind("vycam: ", 0), 0U) << outcome.err;
     EXPECT_EQ(outcome.err.find('\n'), outcome.err.size() - 1) << outcome.err;
     expectParts(outcome.err, c.said);
-    EXPECT_EQ(files(), std::set<std::string>{"bytes.png"});
+    EXPECT_EQ(files(), std::set<std::string>{"no-library"});
   }
 }
 

@@ -1,4 +1,5 @@
 // `vycam run` from outside: what a small scene becomes, in numbers, pictures and words.
+#include <chrono>
 #include <cstring>
 #include <nlohmann/json.hpp>
 #include <regex>
@@ -78,6 +79,12 @@ output 340x78 RGB 8 50b83536c3a0d1a0
 truth 340x78 RGB 8 2e702d947467039b
 error 340x78 RGB 8 91e8836c948bb4b7
 output16 44x20 grey 16 15efca3415ce7bbe)"},
+      {"--camera Pellan --sensor depth --d2c scale=2,apply=0", R"(
+raw 340x74 RGB 8 6b83697d9355c59f
+output 340x74 RGB 8 dff469c532c1bcb3
+truth 340x74 RGB 8 b944743d2f4b9e2e
+error 340x74 RGB 8 1491c2831bf3053e
+output16 24x16 grey 16 8297429a45189058)"},
       {"--camera halden --sensor ir", R"(
 raw 340x74 RGB 8 917e898ace9f337f
 output 340x74 RGB 8 62357fe9d52e48ef)"},
@@ -104,10 +111,13 @@ output 24x16 RGB 8 861936d3d61b3ce)"},
 }
 
 TEST_F(RunTest, TimesAddUp) {
-  for (const char* const arguments : {"--camera Corvid --sensor depth", "--camera Talon --sensor colour --frames 1"}) {
+  for (const char* const arguments :
+       {"--camera Corvid --sensor depth --depth scene.png",
+        "--camera Talon --sensor colour --depth scene.png --frames 1", "--camera Corvid --sensor depth --frames 3"}) {
     SCOPED_TRACE(arguments);
+    const std::string run = std::string("run --out made ") + arguments;
     // So wide that no long time folds a line.
-    const Outcome outcome = vycam(std::string("run --out made --depth scene.png ") + arguments, "COLUMNS=300 ");
+    const Outcome outcome = vycam(run, "COLUMNS=300 ");
     double total = 0, filters = 0, other = 0, clock = 0, library = 0, share = 0;
     const char* const times = outcome.out.c_str() + std::min(outcome.out.find("  time per frame"), outcome.out.size());
     const char* const form =
@@ -122,19 +132,49 @@ TEST_F(RunTest, TimesAddUp) {
       ofEach += std::stod((*at)[1]);
     }
     EXPECT_NEAR(ofEach, filters, 0.005);
+    if (run.find("scene") == std::string::npos) {
+      EXPECT_LT(library, filters) << "the camera's time is not the library's";
+    }
+    double median = 0, most = 0, largest = 0;
+    const size_t spread = std::min(outcome.out.rfind("median "), outcome.out.size());
+    const int found =
+        sscanf(&outcome.out[spread], "median %lf ms, 95 %% within %lf ms, largest %lf", &median, &most, &largest);
+    EXPECT_TRUE((found == 3 || run.find("--frames 1") != run.npos) && median <= most && most <= largest) << outcome.out;
+
+    const auto begin = std::chrono::steady_clock::now();
+    const nlohmann::json result = nlohmann::json::parse(vycam(run + " --json").out), &time = result["times"];
+    const double whole = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+    double ofLinks = 0;
+    for (const nlohmann::json& link : result["chain"])
+      ofLinks += link["mean_s"].is_null() ? 0 : link["mean_s"].get<double>();
+    const auto of = [&](const char* name) { return time[name].get<double>(); };
+    EXPECT_NEAR(of("filters_s"), ofLinks, 1e-6);
+    EXPECT_NEAR(of("filters_s") + of("other_host_calls_s") + of("clock_s") + of("library_s"), of("mean_s"), 1e-6);
+    EXPECT_TRUE(of("median_s") <= of("p95_s") && of("p95_s") <= of("largest_s") && of("largest_s") < whole) << time;
+    EXPECT_LT(of("first_s"), whole);
   }
 }
 
 TEST_F(RunTest, FramesThatAreKeptShareTheirScales) {
-  ASSERT_EQ(vycam("run --camera Corvid --sensor depth --size 64x48 --frames 4 --keep all --out made").exitCode, 0);
-  for (const std::string name : {"raw.png", "output.png", "truth.png", "error.png"}) {
-    const StoredPng first = png("made/frames/00000-" + name), last = png("made/frames/00003-" + name);
-    ASSERT_EQ(first.height, last.height);
-    size_t different = 0;
-    for (size_t y = 48; y < first.height; ++y) {
-      for (size_t x = 0; x < first.width; ++x) different += first.colour(x, y) != last.colour(x, y) ? 1 : 0;
+  const std::pair<const char*, std::vector<const char*>> cases[] = {
+      {"Corvid --sensor depth", {"raw.png", "output.png", "truth.png", "error.png"}},
+      {"Corvid --sensor depth --set DisparityTransform#255=0", {"raw.png", "output.png", "truth.png"}},
+      {"Vashti --sensor depth", {"raw.png", "output.png", "truth.png", "error.png"}},
+      {"Halden --sensor ir", {"raw.png", "output.png"}},
+  };
+  for (const auto& [arguments, names] : cases) {
+    const std::string run = std::string("run --size 64x48 --frames 4 --keep all --out made --camera ") + arguments;
+    ASSERT_EQ(vycam(run).exitCode, 0);
+    for (const std::string name : names) {
+      const StoredPng first = png("made/frames/00000-" + name), last = png("made/frames/00003-" + name);
+      ASSERT_EQ(first.height, last.height);
+      size_t different = 0;
+      for (size_t y = 48; y < first.height; ++y) {
+        for (size_t x = 0; x < first.width; ++x) different += first.colour(x, y) != last.colour(x, y) ? 1 : 0;
+      }
+      EXPECT_EQ(different, 0U) << arguments << ": " << name;
     }
-    EXPECT_EQ(different, 0U) << name;
+    std::filesystem::remove_all(folder_ / "made");
   }
 }
 
@@ -154,29 +194,30 @@ TEST_F(RunTest, EveryFrameIsKeptAndComesBack) {
   EXPECT_EQ(files(), expected);
 
   // The points are the pixels that are not 0, in the colours of the picture.
-  const StoredPng picture = png("made/output.png");
-  const Numbers depths = numbers("made/output16.png");
   const nlohmann::json lens = nlohmann::json::parse(contentsOf(path("made/raw/frames.json")));
-  const std::string cloud = contentsOf(path("made/cloud.ply"));
-  const char* point = cloud.data() + cloud.find("end_header\n") + strlen("end_header\n");
-  for (size_t i = 0; i < depths.size(); ++i) {
-    if (depths[i] == 0) continue;
-    float place[3];
-    memcpy(place, point, sizeof place);
-    EXPECT_EQ(place[2], depths[i]);
-    EXPECT_NEAR(place[0] * lens["fx"].get<float>(), (static_cast<float>(i % 24) - lens["cx"].get<float>()) * place[2],
-                0.1)
-        << i;
-    EXPECT_NEAR(place[1] * lens["fy"].get<float>(), (static_cast<float>(i / 24) - lens["cy"].get<float>()) * place[2],
-                0.1)
-        << i;
-    const size_t left = (picture.width - 24) / 2;
-    const unsigned colour = picture.colour(left + i % 24, i / 24);
-    for (const unsigned shift : {16U, 8U, 0U})
-      EXPECT_EQ(static_cast<uint8_t>(point[14 - shift / 8]), colour >> shift & 255) << i;
-    point += 15;
+  EXPECT_EQ(vycam(pellan + "--frames 1 --ply --depth scene.png --d2c left=8 --out aligned").err, "");
+  for (const std::string folder : {"made/", "aligned/"}) {
+    const size_t shift = folder == "made/" ? 0 : 8, width = 24 + shift;
+    const StoredPng picture = png(folder + "output.png");
+    const Numbers depths = numbers(folder + "output16.png");
+    const std::string cloud = contentsOf(path(folder + "cloud.ply"));
+    const char* point = cloud.data() + cloud.find("end_header\n") + strlen("end_header\n");
+    const float cx = lens["cx"].get<float>() + static_cast<float>(shift), cy = lens["cy"].get<float>();
+    for (size_t i = 0; i < depths.size(); ++i) {
+      if (depths[i] == 0) continue;
+      const size_t x = i % width, y = i / width;
+      float place[3];
+      memcpy(place, point, sizeof place);
+      EXPECT_EQ(place[2], depths[i]);
+      EXPECT_NEAR(place[0] * lens["fx"].get<float>(), (static_cast<float>(x) - cx) * place[2], 0.1) << folder << i;
+      EXPECT_NEAR(place[1] * lens["fy"].get<float>(), (static_cast<float>(y) - cy) * place[2], 0.1) << folder << i;
+      const unsigned colour = picture.colour((picture.width - width) / 2 + x, y);
+      for (const unsigned bits : {16U, 8U, 0U})
+        EXPECT_EQ(static_cast<uint8_t>(point[14 - bits / 8]), colour >> bits & 255) << folder << i;
+      point += 15;
+    }
+    EXPECT_EQ(point, cloud.data() + cloud.size());
   }
-  EXPECT_EQ(point, cloud.data() + cloud.size());
 
   const struct {
     const char* arguments;

@@ -113,12 +113,12 @@ int ViewClient::onEvent(lws* connection, int reason, void* in, size_t size) {
   }
 }
 
-OpenConnection::OpenConnection(int port) : socket_(::socket(AF_INET, SOCK_STREAM, 0)) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(static_cast<uint16_t>(port));
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  if (connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+OpenConnection::OpenConnection(int port, const char* address) : socket_(::socket(AF_INET, SOCK_STREAM, 0)) {
+  sockaddr_in place{};
+  place.sin_family = AF_INET;
+  place.sin_port = htons(static_cast<uint16_t>(port));
+  inet_pton(AF_INET, address, &place.sin_addr);
+  if (connect(socket_, reinterpret_cast<const sockaddr*>(&place), sizeof place) != 0) {
     throw std::runtime_error("nobody listens");
   }
 }

@@ -52,10 +52,10 @@ class ViewClient {
   std::string closeReason_;
 };
 
-/// A connection that says what it is told to.
+/// A connection that says what it is told to; throws if nobody listens.
 class OpenConnection {
  public:
-  explicit OpenConnection(int port);
+  explicit OpenConnection(int port, const char* address = "127.0.0.1");
   OpenConnection(const OpenConnection&) = delete;
   OpenConnection& operator=(const OpenConnection&) = delete;
   ~OpenConnection();

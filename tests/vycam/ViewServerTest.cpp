@@ -2,6 +2,7 @@
 #include "view/Server.h"
 
 #include <atomic>
+#include <csignal>
 #include <future>
 #include <regex>
 
@@ -25,7 +26,7 @@ class ViewServerTest : public testing::Test {
     for (const char* const each : more_) live.cameras.push_back(vycam::parseCameraChoice(each));
     live.size = size;
     live.depth = scene_;
-    live.rate = 0;
+    live.rate = rate_;
     cameras_.emplace(library_, live);
     vycam::ServerOptions options;
     options.clients.clock = [this] { return std::chrono::steady_clock::time_point(seconds(clock_ += perLook_)); };
@@ -51,6 +52,7 @@ class ViewServerTest : public testing::Test {
   std::string page(const std::string& name) const { return get("/" + server_->token() + "/" + name, ownHost()); }
 
   std::vector<const char*> more_;  // cameras
+  unsigned rate_ = 0;              // frames a second; 0 is as fast as they can
   std::optional<vycam::GreyImage> scene_;
   std::atomic<int> clock_{1000};  // seconds
   int perLook_ = 0;               // that pass whenever the server looks at the clock
@@ -75,12 +77,14 @@ std::string letters(size_t count) {
   return all;
 }
 
-// Messages of a client, and what the server says to each of them. Behind "<! " stands what ends the connection.
+// Messages of a client, and what the server says to each of them. Behind "<! " stands what ends the connection. Of
+// later greetings stands in what they differ from the first.
 TEST_F(ViewServerTest, WhatIsSaidIsTheKeptTalk) {
   more_ = {"corvid:ir", "Talon:color", "Ostrel:depth"};
   start({64, 48}, "Corvid:depth,ir,color");
   std::istringstream lines(kept("talk.txt"));
   std::string text;
+  Json first;
   std::unique_ptr<ViewClient> client = connect();
   for (std::string line; std::getline(lines, line);) {
     if (line[0] != '<') continue;
@@ -89,7 +93,8 @@ TEST_F(ViewServerTest, WhatIsSaidIsTheKeptTalk) {
       Json hello = connect()->nextText("hello");
       EXPECT_EQ(hello["version"], VYCAM_VERSION);
       hello.erase("version");
-      text += hello.dump(1) + '\n';
+      text += (first.is_null() ? hello : Json::diff(first, hello)).dump(1) + '\n';
+      if (first.is_null()) first = hello;
       continue;
     }
     client->send(line.substr(line.find(' ') + 1), false);
@@ -133,6 +138,37 @@ TEST_F(ViewServerTest, FiguresTellHowAStreamDoes) {
   EXPECT_TRUE(error["pixels"] == 24 * 16 && error["valid"] > 0.3 && error["valid"] < 1) << error;
   EXPECT_TRUE(error["ofScene"] > error["valid"] && error["median"] >= 0 && error["p95"] >= error["median"]) << error;
   EXPECT_TRUE(of[1]["error"].is_null()) << "colours have none";
+  const double busy = of[0]["milliseconds"]["camera"].get<double>() + of[0]["milliseconds"]["chain"].get<double>();
+  EXPECT_LT(of[0]["rate"].get<double>() * busy, 2000) << "milliseconds a second";
+
+  const Json off = {{"DisparityTransform#255", "0"}};
+  EXPECT_EQ(ask(*client, {{"type", "set"}, {"stream", 0}, {"values", off}}), "done");
+  Json stats;
+  for (int i = 0; i < 20 && (stats.is_null() || stats["stream"] != 0 ||
+                             stats["milliseconds"]["filters"].contains("DisparityTransform"));
+       ++i) {
+    stats = client->nextText("stats");
+  }
+  EXPECT_FALSE(stats["milliseconds"]["filters"].contains("DisparityTransform")) << "the times are of lately";
+}
+
+TEST_F(ViewServerTest, FramesComeAtTheRateAndStandStillWhilePaused) {
+  rate_ = 50;
+  start();
+  const auto client = connect();
+  client->send({{"type", "watch"}, {"streams", {{"0", {"after"}}}}});
+  std::string frame = client->nextFrame();
+  while (number(frame, 8) == 0) frame = client->nextFrame();
+  EXPECT_EQ(number(frame, 16), 20000 * number(frame, 8)) << "microseconds";
+  client->send({{"type", "pause"}, {"camera", 0}, {"on", true}});
+  EXPECT_EQ(client->nextText("camera")["paused"], true);
+  EXPECT_EQ(ask(*client, {{"type", "reset"}, {"stream", 0}}), "done");  // any answer comes from a stream that rests
+  frame = client->nextFrame();
+  const uint32_t still = client->nextText("stats")["frame"];
+  std::this_thread::sleep_for(std::chrono::milliseconds(200));
+  client->send({{"type", "step"}, {"camera", 0}});
+  while (number(frame, 8) <= still) frame = client->nextFrame();
+  EXPECT_EQ(number(frame, 8), still + 1);
 }
 
 // The first frame of streams of every kind: the words before the pixels, and a checksum of these.
@@ -174,6 +210,22 @@ TEST_F(ViewServerTest, WhatIsWatchedComesAndWhatIsSetShows) {
   while (number(frame, 60) != 48) frame = client->nextFrame();
   EXPECT_EQ(number(frame, 64), 64U) << "turned";
   EXPECT_EQ(other->nextText("state")["values"]["FrameRotate#0"], "90") << "told to others";
+}
+
+TEST_F(ViewServerTest, AStreamRestsWhenItsClientHasGone) {
+  start();
+  auto client = connect();
+  client->send({{"type", "watch"}, {"streams", {{"0", {"after"}}}}});
+  EXPECT_NE(client->nextFrame(), "");
+  client.reset();
+  const auto newest = [&] { return cameras_->streams()[0]->newest()->number; };
+  bool rests = false;
+  for (int i = 0; i < 100 && !rests; ++i) {
+    const uint32_t last = newest();
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    rests = newest() == last;
+  }
+  EXPECT_TRUE(rests);
 }
 
 TEST_F(ViewServerTest, DepthIsAlignedToColour) {
@@ -223,12 +275,19 @@ TEST_F(ViewServerTest, APausedCameraStepsAndShowsWhatIsSet) {
   EXPECT_EQ(client->nextText("stats")["frame"], still) << "figures come, frames do not";
   client->send({{"type", "step"}, {"camera", 0}});
   while (number(frame, 8) != still + 1) frame = client->nextFrame();
-  EXPECT_EQ(ask(*client, {{"type", "set"}, {"stream", 0}, {"values", {{"FrameRotate#0", "90"}}}}), "done");
+  const Json turn = {{"type", "set"}, {"stream", 0}, {"values", {{"FrameRotate#0", "90"}}}};
+  const Json fail = {
+      {"type", "fail"}, {"function", "vy_filter_set_config_value"}, {"nth", 4}, {"kind", "error with result"}};
+  EXPECT_EQ(ask(*client, fail), "done");
+  EXPECT_NE(ask(*client, turn), "done");
+  EXPECT_EQ(number(client->nextFrame(), 28), 64U) << "a refused change leaves everything as it was";
+  EXPECT_EQ(ask(*client, turn), "done");
   while (number(frame, 28) != 48) frame = client->nextFrame();
   EXPECT_EQ(number(frame, 8), still + 1) << "the same frame, turned";
   const auto late = connect();
   late->send({{"type", "watch"}, {"streams", {{"0", {"after"}}}}});
   EXPECT_EQ(number(late->nextFrame(), 8), still + 1) << "for a page that joins, too";
+  vysim_reset();
 }
 
 TEST_F(ViewServerTest, OrderedFaultsReachTheChainOnly) {
@@ -246,6 +305,15 @@ TEST_F(ViewServerTest, OrderedFaultsReachTheChainOnly) {
     while (stats["failed"] != nth) stats = client->nextText("stats");
     EXPECT_EQ(stats["lastError"], "cannot process a frame: injected fault (reported by vy_filter_process)") << nth;
   }
+  const uint64_t before = vysim_fail_count();
+  Json fail = {{"type", "fail"}, {"function", "vy_filter_process"}, {"nth", 100}, {"kind", "null"}};
+  EXPECT_EQ(ask(*client, fail), "done");
+  for (int i = 0; i < 2; ++i) EXPECT_EQ(ask(*client, again), "done");
+  EXPECT_EQ(vysim_fail_count(), before) << "a hundred calls are more than three frames";
+  fail["nth"] = 1;
+  EXPECT_EQ(ask(*client, fail), "done");
+  while (vysim_fail_count() == before) EXPECT_EQ(ask(*client, again), "done");
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(client->nextText("stats")["failed"], before) << "a filter may return nothing";
   client->send({{"type", "pause"}, {"camera", 0}, {"on", false}});
   EXPECT_NE(client->nextFrame(), "") << "the stream goes on";
   vysim_reset();
@@ -344,6 +412,7 @@ TEST_F(ViewServerTest, RequestsOfStrangersAreRefused) {
     EXPECT_EQ(answer.substr(9, 3), status) << path << " of " << host;
     expectParts(answer, {"x-content-type-options: nosniff", "cache-control: no-store"});
   }
+  EXPECT_THROW(OpenConnection(server_->port(), "127.0.0.2"), std::runtime_error);
   for (const char* const method : {"POST", "PUT", "DELETE", "HEAD", "OPTIONS"}) {
     const std::string request = method + (" " + home) + " HTTP/1.1\r\nHost: " + own + "\r\nContent-Length: 0\r\n\r\n";
     EXPECT_EQ(answerTo(server_->port(), request).substr(9, 3), "405") << method;
@@ -596,9 +665,48 @@ TEST_F(ViewStreamTest, FramesThatNobodyWaitedForAreLost) {
   EXPECT_EQ(stats_.lost, 3U);
 }
 
+TEST_F(ViewStreamTest, WhatTheCameraTakesDuringARestIsNotLost) {
+  stream_->pause(true);
+  stream_->step();
+  start();
+  for (int i = 0; i < 3; ++i) settle();
+  std::this_thread::sleep_for(std::chrono::milliseconds(100));  // the stream rests
+  for (int i = 0; i < 3; ++i) vycam::nextFrame(camera_.get(), VY_SENSOR_DEPTH);
+  stream_->step();
+  for (int i = 0; i < 3; ++i) settle();
+  stream_->stop();
+  EXPECT_EQ(stats_.frame, 4U);
+  EXPECT_EQ(stats_.lost, 0U);
+}
+
+/// A viewer that runs as a command.
+class Viewer {
+ public:
+  Viewer(const std::string& folder, const std::string& arguments)
+      : pipe_(popen(("cd '" + folder + "' && echo $$ && exec '" VYCAM_COMMAND "' view " + arguments).c_str(), "r")) {
+    EXPECT_EQ(fscanf(pipe_, "%d http://127.0.0.1:%d/%32s", &process_, &port, token), 3) << arguments;
+  }
+  Viewer(const Viewer&) = delete;
+  Viewer& operator=(const Viewer&) = delete;
+  ~Viewer() {
+    if (process_ > 0) kill(process_, SIGTERM);
+    EXPECT_EQ(pclose(pipe_), 0);
+  }
+
+  Json hello() const { return port == 0 ? Json() : ViewClient(port, token).nextText("hello"); }
+
+  int port = 0;
+  char token[33] = "";
+
+ private:
+  FILE* const pipe_;
+  int process_ = 0;
+};
+
 using ViewCommandTest = VycamTest;
 
 TEST_F(ViewCommandTest, PrintsTheAddressAndEndsAtASignal) {
+  signal(SIGHUP, SIG_DFL);  // a shell under nohup ignores it, and cannot take that back for what it starts
   write("xdg-open", "#!/bin/sh\n>opened\n");
   for (const char* const signal : {"INT", "TERM", "HUP"}) {
     const std::string line = std::string("chmod +x xdg-open; PATH=.:$PATH; mkfifo out; '" VYCAM_COMMAND
@@ -619,21 +727,28 @@ TEST_F(ViewCommandTest, CamerasAreTheOnesThatWereAskedFor) {
       {"", "--depth scene.png"}, {"--clean ", "--depth scene.png"}, {"--clean ", "--size 48x32 --depth scene.png"}};
   for (const auto& [clean, options] : cases) {
     SCOPED_TRACE(clean + options);
-    const std::string start =
-        "cd '" + path("") + "' && echo $$ && exec '" VYCAM_COMMAND "' view --camera Vashti:depth ";
-    FILE* const viewer = popen((start + clean + options).c_str(), "r");
-    int process = 0, port = 0;
-    char token[33] = "";
-    EXPECT_EQ(fscanf(viewer, "%d http://127.0.0.1:%d/%32s", &process, &port, token), 3);
-    const std::string request = std::string("GET /") + token + "/snapshot/0/numbers.png HTTP/1.1\r\nHost: 127.0.0.1:";
-    const std::string body = bodyOf(answerTo(port, request + std::to_string(port) + "\r\n\r\n"));
-    const Json rate = ViewClient(port, token).nextText("hello")["cameras"][0]["rate"];
-    kill(process, SIGTERM);
-    EXPECT_EQ(pclose(viewer), 0);
+    const Viewer viewer(path(""), "--camera Vashti:depth " + clean + options);
+    const std::string host = "127.0.0.1:" + std::to_string(viewer.port);
+    const std::string request =
+        std::string("GET /") + viewer.token + "/snapshot/0/numbers.png HTTP/1.1\r\nHost: " + host;
+    const std::string body = bodyOf(answerTo(viewer.port, request + "\r\n\r\n"));
     EXPECT_EQ(vycam("run --camera Vashti --sensor depth --frames 1 --clean --out made " + options).err, "");
     // Clean frames of an image are all the same, and others never like them.
     EXPECT_EQ(body == contentsOf(path("made/output16.png")), !clean.empty());
-    EXPECT_TRUE(port > 1023 && rate == 30) << port << ", " << rate;
+    EXPECT_EQ(viewer.hello()["cameras"][0]["rate"], 30);
+  }
+  std::string port;
+  const std::pair<const char*, std::vector<std::string>> names[] = {
+      {"", {"Corvid"}}, {"--camera Vashti:depth --camera Talon:ir-left", {"Vashti", "Talon"}}};
+  for (const auto& [cameras, expected] : names) {
+    const Viewer viewer(path(""), cameras + port);
+    std::vector<std::string> found;
+    const Json hello = viewer.hello();
+    for (const Json& camera : hello["cameras"]) found.push_back(camera["name"]);
+    EXPECT_EQ(found, expected);
+    const std::string own = " --port " + std::to_string(viewer.port);
+    EXPECT_EQ(port.empty() ? own : port, own);
+    port = own;  // free again when the viewer has ended
   }
 }
 

@@ -82,7 +82,9 @@ vycam::GreyImage rampWithHole() {
 }
 
 std::string kept(const std::string& name) {
-  return contentsOf(VYCAM_KEPT "/" + name);
+  const std::string text = contentsOf(VYCAM_KEPT "/" + name);
+  EXPECT_NE(text, "") << name << " is missing";
+  return text;
 }
 
 void expectKept(const std::string& name, const std::string& text) {

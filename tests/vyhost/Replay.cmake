@@ -62,9 +62,8 @@ add_faulty_library(Hang processor/FrameProcessor.cpp
 
 add_executable(vyhost_replay_test ReplayTest.cpp ../support/CommandTest.cpp)
 target_include_directories(vyhost_replay_test PRIVATE ${PROJECT_SOURCE_DIR}/tests)
-string(JOIN "' '" sessions_command ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:vyhost_sessions>)
 target_compile_definitions(vyhost_replay_test PRIVATE
-  "SESSIONS=\"${sessions_command}\"" "VYHOST=\"${vyhost_command}\"" FAULTY_DIR="${faulty_dir}"
+  SESSIONS="$<TARGET_FILE:vyhost_sessions>" VYHOST="$<TARGET_FILE:vyhost>" FAULTY_DIR="${faulty_dir}"
   RECORDINGS="${CMAKE_CURRENT_SOURCE_DIR}/recordings" STORIES="${CMAKE_CURRENT_SOURCE_DIR}/stories")
 target_link_libraries(vyhost_replay_test PRIVATE vyfp_test_flags GTest::gtest_main)
 add_dependencies(vyhost_replay_test vyhost vy_frame_processor vyhost_sessions ${faulty_libraries})

@@ -23,13 +23,18 @@ TEST_F(StoriesTest, EveryDeviationOfAHost) {
 }
 
 TEST_F(StoriesTest, WhatCannotBe) {
-  expectAsKept("refusals", "'" VYHOST_HOST "' '" VYHOST_LIBRARY "'");
+  expectAsKept("refusals", "'" VYHOST_HOST "' '" VYHOST_LIBRARY "' '" VYHOST_LIBDIR "'");
 }
 
-// Recordings: of filters in the host's own hands (private), exceptions, ends within calls (death), records damaged in a
-// cut file, calls within calls (reentry), all sensors of a family. Composed ones: the depth chain of each family; what
-// can be told, once, and often with the values beside those that are right; processors that live at the end; records
-// that are whole and wrong.
+// Recordings of sessions:
+//   private     filters in the host's own hands         exceptions  errors of all kinds
+//   death       a process that ends within calls        damaged     a file that is cut, with damaged records
+//   reentry     calls within calls                      sensors     all sensors of a family
+// Recordings that nobody can make, composed by hand:
+//   families    the depth chain of each family          once        each thing that can be told, one time
+//   many        the same many times, and values beside  living      a context that lives at the end
+//               the right ones                          left        a processor that cannot be destroyed
+//   malformed   records that are whole and wrong
 class KeptStoriesTest : public StoriesTest, public testing::WithParamInterface<const char*> {};
 
 TEST_P(KeptStoriesTest, AreToldAsBefore) {

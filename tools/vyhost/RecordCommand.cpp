@@ -44,8 +44,7 @@ fs::path twinFolder() {
 /// or in a folder, under names with the number of the process.
 class Place {
  public:
-  explicit Place(const std::string& out)
-      : place_(fs::absolute(out.empty() ? fs::current_path() : fs::path(out)).lexically_normal()) {
+  explicit Place(const std::string& out) : place_((currentFolder() / out).lexically_normal()) {
     const fs::file_status status = fs::status(place_);
     isFolder_ = fs::is_directory(status);
     folder_ = isFolder_ ? place_ : place_.parent_path();
@@ -70,6 +69,13 @@ class Place {
   }
 
  private:
+  static fs::path currentFolder() {
+    std::error_code error;
+    fs::path folder = fs::current_path(error);
+    if (error) throw Failure("cannot write to the current folder: " + error.message());
+    return folder;
+  }
+
   std::set<fs::path> files() const {
     std::set<fs::path> found;
     for (const auto& entry : fs::directory_iterator(folder_)) {
