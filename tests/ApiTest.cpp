@@ -90,7 +90,8 @@ bool isKnown(int vid, int pid) {
 }
 
 TEST_F(ApiTest, DeviceListsAreReplacedWholeInRecordsOfFourBytes) {
-  const std::uint8_t data[] = {0x71, 0x3E, 0x51, 0x03, 0x34, 0x12, 0x02, 0xF0, 0x78, 0x56, 0x03, 0x00};
+  alignas(4) const std::uint8_t bytes[] = {0, 0x71, 0x3E, 0x51, 0x03, 0x34, 0x12, 0x02, 0xF0, 0x78, 0x56, 0x03, 0x00};
+  const std::uint8_t* const data = bytes + 1;  // where no word may lie
   constexpr int kFirst = 1, kSecond = 2, kThird = 4;
   const struct {
     int type, size, known;

@@ -66,6 +66,12 @@ TEST_F(CommandsTest, TheFirstFilterOfANameGetsAllOfItsCommands) {
   EXPECT_EQ(effectOf({"0", "0", "0", "1", "0", "0"}), "size=0 limit=0 N- M+ M- size=0 ");
 }
 
+TEST_F(CommandsTest, ALineTakesNothingWithoutAKeyBeforeItsFirstComma) {
+  definePassing("FrameMirror", "Frame,Mirror");
+  processor_ = makeProcessor(vashti_.context, kDepth);
+  EXPECT_EQ(effectOf({"0", "0", "0", "1", "0", "9"}), "size=0 limit=0 N- F+ size=0 ");
+}
+
 TEST_F(CommandsTest, AnEmptySchemaTakesNothing) {
   for (const unsigned nth : {1U, 2U, 3U, 4U}) failCall("vy_create_filter", nth);
   processor_ = makeProcessor(vashti_.context, kDepth);

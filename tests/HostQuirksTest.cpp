@@ -1,4 +1,4 @@
-// Hosts that do the oddest things their contract allows. This program replaces two of the host's functions, and calls
+// Hosts that do the oddest things their contract allows. This program replaces some of the host's functions, and calls
 // the host's own from them.
 #include <dlfcn.h>
 
@@ -13,6 +13,8 @@ namespace {
 bool namesAreTransient = false;                      ///< the next call overwrites a name
 bool namesChange = false;                            ///< a filter reports another name each time
 vy_filter_config_schema_list_t* nextList = nullptr;  ///< the host hands this out once as a new list
+vy_filter_t* nextOwner = nullptr;                    ///< is given the list that the host deletes next
+Processor* nextToGo = nullptr;                       ///< is destroyed when the next filter is asked for its name
 
 template <typename Function>
 Function* hostsOwn(const char* name) {
@@ -23,6 +25,7 @@ Function* hostsOwn(const char* name) {
 
 const char* vy_filter_get_name(const vy_filter_t* filter, vy_error** error) {
   static auto* const host = hostsOwn<decltype(vy_filter_get_name)>("vy_filter_get_name");
+  if (nextToGo != nullptr) std::exchange(nextToGo, nullptr)->reset();
   const char* const name = host(filter, error);
   if (name == nullptr || !(namesAreTransient || namesChange)) return name;
   static char buffer[256];
@@ -35,6 +38,14 @@ const char* vy_filter_get_name(const vy_filter_t* filter, vy_error** error) {
 vy_filter_config_schema_list_t* vy_filter_get_config_schema_list(const vy_filter_t* filter, vy_error** error) {
   static auto* const host = hostsOwn<decltype(vy_filter_get_config_schema_list)>("vy_filter_get_config_schema_list");
   return nextList != nullptr ? std::exchange(nextList, nullptr) : host(filter, error);
+}
+
+void vy_delete_filter_config_schema_list(vy_filter_config_schema_list_t* list, vy_error** error) {
+  static auto* const host =
+      hostsOwn<decltype(vy_delete_filter_config_schema_list)>("vy_delete_filter_config_schema_list");
+  if (nextOwner == nullptr) return host(list, error);
+  nextList = list;
+  vysim::call(priv_filter_get_config_schema_list, std::exchange(nextOwner, nullptr));
 }
 
 namespace {
@@ -65,6 +76,32 @@ TEST_F(HostQuirksTest, AFilterThatChangesItsNameIsNotFound) {
   EXPECT_TRUE(call(priv_filter_is_enabled, filter));
   namesChange = true;
   EXPECT_FALSE(call(priv_filter_is_enabled, filter));
+}
+
+TEST_F(HostQuirksTest, ADeletedListIsHandedOutAgainAtOnce) {
+  for (const bool isOfFilter : {true, false}) {
+    vy_filter_t* const first = call(priv_create_filter, "DisparityTransform");
+    vy_filter_t* const second = call(priv_create_filter, "DisparityTransform");
+    auto* const list = call(priv_filter_get_config_schema_list, first);
+    nextOwner = second;
+    if (isOfFilter) {
+      call(priv_delete_filter, first);
+    } else {
+      call(priv_filter_delete_config_schema_list, list);
+    }
+    EXPECT_NE(call(priv_filter_config_schema_list_get_count, list), 0U) << "the list of the second filter";
+    call(priv_filter_delete_config_schema_list, list);
+  }
+}
+
+TEST_F(HostQuirksTest, AProcessorMayBeDestroyedWhileItTakesParameters) {
+  Processor processor = makeProcessor(device_.context, kDepth);
+  nextToGo = &processor;
+  const std::string calls = recordCalls([&] {
+    setHardwareD2C(processor, {{20, 20, 8, 4, 16, 8}, 1, 0, 0, 0, 0, true});
+  });
+  EXPECT_EQ(processor, nullptr);
+  EXPECT_LT(calls.find("vy_delete_error("), calls.find("vy_delete_filter(")) << "the first filter is none for them";
 }
 
 // A list belongs to the filter that gave it out first, until it is given back.

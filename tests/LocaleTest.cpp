@@ -29,6 +29,10 @@ TEST_F(LocaleTest, SchemaNumbersFollowTheLocale) {
   BasicFrameProcessor processor(nullptr, {record});
   EXPECT_STREQ(call(&BasicFrameProcessor::getConfigSchema, &processor),
                "Alpha#0, float, 2,000000, 0,250000, 30000000,000000, -0,500000, Limit\n");
+  const char* value = "2,25";
+  ErrorSlot error;
+  const std::string calls = recordCalls([&] { processor.updateConfig(1, &value, error); });
+  EXPECT_NE(calls.find("item: \"limit\", value: 2.25)"), std::string::npos) << calls;
 }
 
 }  // namespace

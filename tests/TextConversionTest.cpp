@@ -81,11 +81,12 @@ TEST(TextConversionTest, IntegersAreStrictForOneCharacterAndLaxForMore) {
 TEST(TextConversionTest, FloatsStoreWhatTheyReadEvenWhenRefused) {
   constexpr float kUntouched = 77;
   const struct {
-    const char* text;
+    std::string text;
     bool accepted;
     double value;
   } cases[] = {
       // clang-format off
+      {{"1.5\0", 4}, false, 1.5},
       {"", false, kUntouched}, {"  ", true, 0},           {"1.5", true, 1.5},  {"  1.5  ", true, 1.5}, {"1.5x", false, 1.5},
       {"abc", false, 0},       {"\t2", true, 2},          {"2\t", false, 2},   {"1 2", false, 1},
       {".25", true, 0.25},     {"-", false, 0},           {"\t", false, 0},

@@ -86,8 +86,9 @@ TEST_F(ThreadTest, ProcessorsOfOneContextAreMadeAndUsedOnAllThreads) {
   const std::string schema = schemaOf(makeProcessor(camera.context, kDepth));
   const std::vector<std::string> texts = valuesInForce(schema);
   const Frame& input = depthInputOf("SpecialOpenNI");
-  onAllThreads([&](int /*number*/) {
+  onAllThreads([&](int number) {
     for (int round = 0; round < 5 * kRounds; ++round) {
+      makeProcessor(camera.context, 100 + number);  // a sensor without a chain
       const Processor processor = makeProcessor(camera.context, kDepth);
       EXPECT_EQ(schemaOf(processor), schema);
       EXPECT_EQ(updateConfig(processor, pointersTo(texts)), kNoError);

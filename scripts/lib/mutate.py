@@ -6,6 +6,7 @@ which every worker has its own; only what the fault changes is built again, and 
 """
 import argparse
 import collections
+import contextlib
 import fcntl
 import hashlib
 import itertools
@@ -272,16 +273,33 @@ def title(mutant):
 # ---- Trying ---------------------------------------------------------------------------------------------------------
 
 
-def try_all(workers, build, mutants, deadline, results):
+class TimeLimit:
+    """When to begin no further fault. The time that goes by while builds and programs are prepared does not count."""
+
+    def __init__(self, minutes):
+        self.end = time.monotonic() + 60 * minutes
+
+    def is_over(self):
+        return time.monotonic() >= self.end
+
+    @contextlib.contextmanager
+    def stopped(self):
+        begin = time.monotonic()
+        yield
+        self.end += time.monotonic() - begin
+
+
+def try_all(workers, build, mutants, limit, results):
     """Tries the mutants that there is time for; results: {mutant: (outcome, what catches it)}."""
     if not mutants:
         return
     wanted = sorted({program for mutant in mutants for program in PROGRAMS[folder_of(mutant.file)][build]})
     say(f"== {build}: building and testing without a fault")
-    build_preset(build, *wanted)
-    for worker in workers:
-        worker.copy_checkout(build)
-    workers[0].prepare(build, wanted)
+    with limit.stopped():
+        build_preset(build, *wanted)
+        for worker in workers:
+            worker.copy_checkout(build)
+        workers[0].prepare(build, wanted)
     for worker in workers[1:]:
         worker.times = workers[0].times
     waiting, broken = queue.Queue(), []
@@ -290,7 +308,7 @@ def try_all(workers, build, mutants, deadline, results):
 
     def work(worker):
         try:
-            while not broken and time.monotonic() < deadline:
+            while not broken and not limit.is_over():
                 mutant = waiting.get_nowait()
                 outcome, catcher = worker.attempt(build, mutant)
                 results[mutant] = outcome, catcher
@@ -358,7 +376,7 @@ def read_arguments():
     what.add_argument("--sample", type=int, metavar="N", help="N faults of each folder")
     parser.add_argument("--only", metavar="TEXT", help="those whose file contains TEXT; if no file does, function or text")
     parser.add_argument("--since", metavar="REV", help="those on lines that differ from a commit")
-    parser.add_argument("--minutes", type=float, help="begin none after that time")
+    parser.add_argument("--minutes", type=float, help="begin none after trying for that time")
     parser.add_argument("--seed", default="1", help="selects and orders the faults (1)")
     parser.add_argument("--jobs", type=int, default=os.cpu_count(), help="workers (one for each processor)")
     parser.add_argument("--list", action="store_true", help="only print the faults")
@@ -401,7 +419,7 @@ def choose(arguments):
     return chosen, equivalents, stale
 
 
-def try_by_build(workers, chosen, deadline):
+def try_by_build(workers, chosen, limit):
     results = {}
 
     def of_build(build, mutants):
@@ -411,25 +429,24 @@ def try_by_build(workers, chosen, deadline):
             if build in builds and is_threaded == (build == "thread"):
                 yield mutant
     for build in ("thread", "plain"):
-        try_all(workers, build, list(of_build(build, chosen)), deadline, results)
+        try_all(workers, build, list(of_build(build, chosen)), limit, results)
     survived = [mutant for mutant, (outcome, _) in results.items() if outcome == "survived"]
-    try_all(workers, "address", list(of_build("address", survived)), float("inf"), results)
+    try_all(workers, "address", list(of_build("address", survived)), TimeLimit(math.inf), results)
     return results
 
 
 def main():
     arguments = read_arguments()
-    begin = time.monotonic()
     WORK.mkdir(parents=True, exist_ok=True)
     with (WORK / "lock").open("w") as lock:
         try:
             fcntl.flock(lock, fcntl.LOCK_EX | fcntl.LOCK_NB)
         except BlockingIOError:
             sys.exit("mutate: another run works in build/mutate: wait for its end")
-        return try_and_report(arguments, begin)
+        return try_and_report(arguments)
 
 
-def try_and_report(arguments, begin):
+def try_and_report(arguments):
     workers = [Worker(number) for number in range(arguments.jobs)]
     chosen, equivalents, stale = choose(arguments)
     say(f"== {len(chosen)} faults, seed {arguments.seed}")
@@ -438,7 +455,7 @@ def try_and_report(arguments, begin):
         for mutant in sorted(chosen, key=lambda mutant: (mutant.file, mutant.line)):
             print(title(mutant))
     elif chosen:
-        results = try_by_build(workers, chosen, begin + 60 * arguments.minutes)
+        results = try_by_build(workers, chosen, TimeLimit(arguments.minutes))
         weak, wrong = report(results, equivalents)
         if len(results) < len(chosen):
             print(f"{len(chosen) - len(results)} faults were not tried: the time was over")

@@ -5,7 +5,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -224,104 +223,6 @@ TEST(ShowTest, TakesTheTimeOfFramesAndFilters) {
   EXPECT_EQ(spread.median, 50U);
   EXPECT_EQ(spread.percentile95, 95U);
   EXPECT_EQ(spread.largest, 100U);
-}
-
-TEST(ShowTest, TellsErrorsThatReachedTheCallerAndThoseThatDidNot) {
-  const Recording recording = record([] {
-    letFramesPass();
-    withDepthProcessor([](const Processor& processor) {
-      for (int i = 0; i < 3; ++i) process(processor, nullptr);
-      const Frame frame = makeFrame();
-      vysim_fail_call("vy_filter_process", 2, VYSIM_FAULT_ERROR);
-      process(processor, frame);
-      // Two frames are released between filters; nobody looks at the error of the last release.
-      vysim_fail_call("vy_delete_frame", 3, VYSIM_FAULT_ERROR);
-      process(processor, frame);
-    });
-  });
-  const Story story = tellStory(recording);
-  const ProcessorStory& processor = onlyProcessor(story);
-  EXPECT_EQ(troubleText(story.errors),
-            fmt::format("vy_frame_processor_process_frame(processor:1): NULL pointer passed for argument, 3 times\n"
-                        "vy_frame_processor_process_frame(processor:1): {}, 1 times\n",
-                        kInjected));
-  EXPECT_LT(story.errors[0].times.front(), story.errors[0].times.back());
-  // Before that, the settings that the catalogue publishes and these filters do not have: items 0, 1 and 2.
-  ASSERT_EQ(story.absorbed.size(), 4U);
-  EXPECT_EQ(story.absorbed[0].function, "vy_filter_config_schema_list_get_item");
-  EXPECT_EQ(story.absorbed[3].function, "vy_delete_frame");
-  EXPECT_EQ(leftoverText(story), story.absorbed[3].subject + "  1\n");
-  EXPECT_EQ(processor.frames.size(), 5U);
-  EXPECT_EQ(std::count_if(processor.frames.begin(), processor.frames.end(), [](const auto& f) { return f.hasFailed; }),
-            4);
-  EXPECT_EQ(vyhost::findings(recording, story).size(), 3U);
-}
-
-TEST(ShowTest, TellsWhatWasNotGivenBackAndWhatNeverReturned) {
-  const Story story = tellStory(record([] {
-    const OpenDevice device = openDevice(kVashti);
-    const Processor processor = makeProcessor(device.context, kColor);
-    vysim_filter_definition definition = {};
-    definition.name = "FrameRotate";
-    definition.process = [](void*, const vy_frame_t*, vy_error**) -> vy_frame_t* { _exit(0); };
-    defineFilter(definition);
-    const Processor second = makeProcessor(device.context, kColor);
-    process(second, makeFrame());
-  }));
-  ASSERT_EQ(story.unreturned.size(), 2U);
-  EXPECT_EQ(story.unreturned[0].function, "vy_frame_processor_process_frame");
-  EXPECT_EQ(story.unreturned[0].subject, "processor:2");
-  EXPECT_EQ(story.unreturned[1].function, "vy_filter_process");
-  EXPECT_EQ(story.unreturned[1].subject, "filter:6 FrameRotate");
-  // Everything is still open, and the frame is on its way.
-  EXPECT_EQ(leftoverText(story),
-            "device-info:1  1\nfilter:1 FrameMirror 1\nfilter:2 FrameFlip 1\nfilter:3 FrameRotate 1\n"
-            "filter:4 FrameMirror 1\nfilter:5 FrameFlip 1\nfilter:6 FrameRotate 1\n"
-            "frame:1  1\ncontext:1  1\nprocessor:1  1\nprocessor:2  1\n");
-  ASSERT_FALSE(story.firstSecond.empty());
-  EXPECT_EQ(story.firstSecond.back().outcome, "never returned");
-}
-
-TEST(ShowTest, TellsSettingsAndHardwareD2C) {
-  const Story story = tellStory(record([] {
-    withDepthProcessor([](const Processor& processor) {
-      schemaOf(processor);
-      std::vector<const char*> values = {"1000", "256.0", "1", "10000", "1", "0", "0", "0", "0"};
-      updateConfig(processor, values);
-      values[0] = "77";
-      values[6] = "1";
-      updateConfig(processor, values);
-      vysim_fail_call("vy_filter_set_config_value", 2, VYSIM_FAULT_ERROR);
-      for (const std::size_t i : {0U, 1U, 2U}) values[i] = "5";
-      updateConfig(processor, values);
-      vysim::call([&](vy_error** error) {
-        vy_frame_processor_set_hardware_d2c_params(processor.get(), {100, 101, 50.5F, 40, 640, 480}, 7, 0.5F, 1, -2, 3,
-                                                   -4, true, false, error);
-      });
-    });
-  }));
-  const ProcessorStory& processor = onlyProcessor(story);
-  ASSERT_EQ(processor.settings.size(), 9U);
-  EXPECT_EQ(processor.settings[0].key, "NoiseRemovalFilter#0");
-  EXPECT_EQ(processor.settings[0].value, "1000");
-  EXPECT_EQ(processor.settings[0].max, "10000");
-  EXPECT_NE(processor.settings[0].description.find(", in pixels"), std::string::npos);  // a comma and all
-  std::string text;
-  for (const vyhost::SettingsUpdate& update : processor.updates) {
-    for (const vyhost::SettingChange& change : update.changes)
-      text += fmt::format("{} {}>{}, ", change.key, change.from, change.to);
-    text += fmt::format("{} as before {}\n", update.unchanged, update.error);
-  }
-  EXPECT_EQ(text, fmt::format("9 as before \nNoiseRemovalFilter#0 1000>77, FrameMirror#255 0>1, 7 as before \n"
-                              "NoiseRemovalFilter#0 77>5, 0 as before {}\n",
-                              kInjected));
-  ASSERT_EQ(processor.hardwareD2C.size(), 1U);
-  const auto& values = processor.hardwareD2C[0].values;
-  EXPECT_EQ(values.size(), 14U);
-  const std::pair<std::string, std::string> expected[] = {
-      {"cx", "50.5"}, {"width", "640"}, {"scale", "0.5"}, {"pad_top", "-2"}, {"apply_scale", "true"}};
-  for (const auto& value : expected)
-    EXPECT_NE(std::find(values.begin(), values.end(), value), values.end()) << value.first;
 }
 
 /// Texts of a host that mean to do harm where they are shown.
